@@ -1,0 +1,13 @@
+# The camera: 32-bit ARM Linux, hard float, NEON; tests run under qemu.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_VERSION 1)
+set(CMAKE_SYSTEM_PROCESSOR armv7)
+set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+set(TAVRINE_ARM_FLAGS "-march=armv7-a -mtune=cortex-a7 -mfpu=neon -mfloat-abi=hard")
+set(CMAKE_C_FLAGS_INIT "${TAVRINE_ARM_FLAGS}")
+set(CMAKE_CXX_FLAGS_INIT "${TAVRINE_ARM_FLAGS}")
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -cpu cortex-a7 -L /usr/arm-linux-gnueabihf)
+set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

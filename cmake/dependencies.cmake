@@ -1,0 +1,21 @@
+# Header-only dependencies, taken from where the distribution puts them, so that one set of
+# packages serves every target. Their headers are system headers: no warnings from them.
+function(tavrine_header_library name header)
+  find_path(${name}_INCLUDE_DIR ${header} ${ARGN} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+  add_library(${name} INTERFACE IMPORTED)
+  if(NOT ${name}_INCLUDE_DIR STREQUAL "/usr/include")
+    target_include_directories(${name} SYSTEM INTERFACE ${${name}_INCLUDE_DIR})
+  else()
+    # /usr/include itself must not come before a cross compiler's own headers.
+    set(link_dir ${CMAKE_BINARY_DIR}/dependencies/${name})
+    get_filename_component(folder ${header} DIRECTORY)
+    file(MAKE_DIRECTORY ${link_dir})
+    file(CREATE_LINK /usr/include/${folder} ${link_dir}/${folder} SYMBOLIC)
+    target_include_directories(${name} SYSTEM INTERFACE ${link_dir})
+  endif()
+endfunction()
+
+tavrine_header_library(stb stb_image.h PATH_SUFFIXES stb)
+if(TAVRINE_BUILD_TOOLS)
+  tavrine_header_library(cli11 CLI/CLI.hpp)
+endif()

@@ -1,0 +1,53 @@
+add_library(tavrine_aux SHARED
+  api/checks.cpp
+  api/crop.cpp
+  api/cvt_color.cpp
+  api/geometric.cpp
+  api/identity.cpp
+  api/program_entry.cpp
+  hisvp/device_ops.cpp
+  host/cvt_color.cpp
+  host/host_ops.cpp
+  host/plane_view.cpp
+  host/resize.cpp
+  host/kernels/contrast_stretch.cpp
+  host/kernels/planes.cpp
+  host/kernels/resize.cpp
+  host/kernels/rgb.cpp
+  host/kernels/yuv.cpp
+  io/encoder.cpp
+  io/load.cpp
+  io/save.cpp
+  io/stb.cpp
+)
+set_target_properties(tavrine_aux PROPERTIES
+  VERSION 1.2.0 SOVERSION 1
+  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+target_include_directories(tavrine_aux
+  PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core>
+  PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/generated)
+target_link_libraries(tavrine_aux PRIVATE tavrine_flags stb PUBLIC tavrine tavrine_core)
+target_link_options(tavrine_aux PRIVATE
+  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
+  # Both SDK libraries are named as needed, whichever of them today's code calls.
+  -Wl,--no-as-needed
+  -Wl,--no-undefined
+  -Wl,-e,tavrine_aux_program_entry)
+
+# The banner tells what the library was really built with.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+  set(TAVRINE_ARCHITECTURE armv7)
+else()
+  set(TAVRINE_ARCHITECTURE ${CMAKE_SYSTEM_PROCESSOR})
+endif()
+set(TAVRINE_BUILD_CONFIG ${CMAKE_BUILD_TYPE})
+configure_file(cmake/build_description.h.in generated/build_description.h)
+
+install(TARGETS tavrine_aux LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES include/tavrine_types.h include/tavrine_aux.h core/tavrine_core.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrine)
+
+# The encoder shifts negative numbers to the left, which every compiler here defines.
+set_source_files_properties(io/stb.cpp PROPERTIES
+  COMPILE_OPTIONS -fno-sanitize=shift)

@@ -1,0 +1,3 @@
+#include "exported.h"
+
+const char *tavrine_device_get_name() { return "svp"; }

@@ -1,0 +1,18 @@
+// How a frame record is made: memory type and storage stand in the core's words, all else
+// in the public fields.
+#pragma once
+
+#include "frame_layout.h"
+#include "storage.h"
+
+namespace tavrine::devkit {
+
+// A frame of its own memory, placed as `layout` says; null when memory is exhausted.
+tavrine_frame_t *allocate_frame(int32_t mem_type, const FrameLayout &layout, int32_t width,
+                                int32_t height, uint64_t extra);
+
+inline int32_t memory_type(const tavrine_frame_t &frame) {
+  return static_cast<int32_t>(frame.core_word);
+}
+
+}  // namespace tavrine::devkit

@@ -1,0 +1,121 @@
+// Pictures to frames. One- and three-channel pictures are never copied after decoding: the
+// frame owns the decoder's array.
+#include <cstdio>
+#include <memory>
+
+#include "core/formats.h"
+#include "core/log.h"
+#include "core/owned.h"
+#include "io/stb.h"
+#include "tavrine_aux.h"
+
+namespace tavrine {
+namespace {
+
+struct FreePixels {
+  void operator()(stbi_uc *pixels) const { stbi_image_free(pixels); }
+};
+
+struct Picture {
+  std::unique_ptr<stbi_uc, FreePixels> pixels;
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+};
+
+tavrine_frame_t *wrap(Picture &picture, uint32_t format) {
+  const int32_t strides[TAVRINE_MAX_PLANES] = {picture.width * picture.channels, 0, 0, 0};
+  tavrine_frame_t *frame =
+      tavrine_frame_make(TAVRINE_MEMORY_HOST, format, picture.pixels.get(), picture.width,
+                         picture.height, strides, 0, stbi_image_free, picture.pixels.get());
+  if (frame != nullptr) {
+    static_cast<void>(picture.pixels.release());  // the frame's now
+  }
+  return frame;
+}
+
+// The last channel of two or four is alpha.
+tavrine_frame_t *copy_without_alpha(const Picture &picture, uint32_t format) {
+  OwnedFrame frame(tavrine_frame_alloc(TAVRINE_MEMORY_HOST, format, picture.width, picture.height,
+                                       kTightStrides, 0));
+  if (!frame || frame->planes[0] == nullptr) {
+    return nullptr;
+  }
+  const int kept = picture.channels - 1;
+  const stbi_uc *in = picture.pixels.get();
+  const ptrdiff_t row_bytes = static_cast<ptrdiff_t>(picture.width) * kept;
+  const ptrdiff_t step = frame->strides[0] != 0 ? frame->strides[0] : row_bytes;
+  for (ptrdiff_t y = 0; y < picture.height; ++y) {
+    uint8_t *out = static_cast<uint8_t *>(frame->planes[0]) + y * step;
+    for (int x = 0; x < picture.width; ++x, in += picture.channels) {
+      for (int channel = 0; channel < kept; ++channel) {
+        *out++ = in[channel];
+      }
+    }
+  }
+  return frame.release();
+}
+
+// `refuse` reports a channel count that no frame can hold.
+template <typename Refuse>
+tavrine_frame_t *to_frame(Picture picture, Refuse refuse) {
+  if (!picture.pixels) {
+    return nullptr;
+  }
+  switch (picture.channels) {
+    case 1:
+      return wrap(picture, TAVRINE_FORMAT_GREY);
+    case 2:
+      return copy_without_alpha(picture, TAVRINE_FORMAT_GREY);
+    case 3:
+      return wrap(picture, TAVRINE_FORMAT_RGB24);
+    case 4:
+      return copy_without_alpha(picture, TAVRINE_FORMAT_RGB24);
+    default:
+      refuse(picture.channels);
+      return nullptr;
+  }
+}
+
+struct CloseFile {
+  void operator()(FILE *file) const { fclose(file); }
+};
+
+}  // namespace
+}  // namespace tavrine
+
+tavrine_frame_t *tavrine_frame_load(const char *path) {
+  using namespace tavrine;
+  if (path == nullptr) {
+    TAVRINE_LOG_AT(257, kError, kTagAux, "Load frame but no file name specified!\n");
+    return nullptr;
+  }
+  Picture picture;
+  {
+    const std::unique_ptr<FILE, CloseFile> file(fopen(path, "rb"));
+    if (!file) {
+      return nullptr;
+    }
+    picture.pixels.reset(
+        stbi_load_from_file(file.get(), &picture.width, &picture.height, &picture.channels, 0));
+  }
+  return to_frame(std::move(picture), [path](int channels) {
+    TAVRINE_LOG_AT(315, kError, kTagAux, "Can not load image [%s] of which channel is [%d]!\n",
+                   path, channels);
+  });
+}
+
+tavrine_frame_t *tavrine_frame_load_from_memory(const void *data, int32_t length) {
+  using namespace tavrine;
+  if (data == nullptr || length <= 0) {
+    return nullptr;
+  }
+  Picture picture;
+  picture.pixels.reset(stbi_load_from_memory(static_cast<const stbi_uc *>(data), length,
+                                             &picture.width, &picture.height, &picture.channels,
+                                             0));
+  return to_frame(std::move(picture), [](int channels) {
+    TAVRINE_LOG_AT(378, kError, kTagAux, "Can not load image of which channel is [%d]!\n",
+                   channels);
+  });
+}

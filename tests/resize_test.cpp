@@ -1,0 +1,216 @@
+// Resize and scale on the CPU, held against the formula written out per pixel.
+#include <algorithm>
+#include <cmath>
+
+#include "tests/support.h"
+
+namespace tavrine::test {
+namespace {
+
+struct Axis {
+  int first, second;
+  int weight_first, weight_second;
+};
+
+int half_even(float value) {
+  const float below = std::floor(value);
+  const float rest = value - below;
+  const int whole = static_cast<int>(below);
+  return rest > 0.5F || (rest == 0.5F && whole % 2 != 0) ? whole + 1 : whole;
+}
+
+Axis sample_axis(int index, int source, int destination, bool clamps_weights) {
+  const float inverse = static_cast<float>(destination) / static_cast<float>(source);
+  const float scale = 1.0F / inverse;
+  const auto position = static_cast<float>((index + 0.5) * scale - 0.5);
+  int left = static_cast<int>(std::floor(position));
+  float fraction = position - static_cast<float>(left);
+  if (clamps_weights && (left < 0 || left >= source - 1)) {
+    left = left < 0 ? 0 : source - 1;
+    fraction = 0;
+  }
+  return {std::clamp(left, 0, source - 1), std::clamp(left + 1, 0, source - 1),
+          half_even((1 - fraction) * 2048), half_even(fraction * 2048)};
+}
+
+std::vector<uint8_t> resize_by_formula(const std::vector<uint8_t> &in, const Plane &from,
+                                       const Plane &to) {
+  std::vector<uint8_t> out;
+  for (int y = 0; y < to.rows; ++y) {
+    const Axis v = sample_axis(y, from.rows, to.rows, false);
+    for (int x = 0; x < to.columns; ++x) {
+      const Axis h = sample_axis(x, from.columns, to.columns, true);
+      for (int c = 0; c < to.channels; ++c) {
+        const auto horizontal = [&](int row) {
+          const auto at = [&](int column) {
+            return in[(static_cast<size_t>(row) * from.columns + column) * from.channels + c];
+          };
+          return at(h.first) * h.weight_first + at(h.second) * h.weight_second;
+        };
+        const int sum = (((horizontal(v.first) >> 4) * v.weight_first) >> 16) +
+                        (((horizontal(v.second) >> 4) * v.weight_second) >> 16);
+        out.push_back(static_cast<uint8_t>(std::clamp((sum + 2) >> 2, 0, 255)));
+      }
+    }
+  }
+  return out;
+}
+
+std::vector<uint8_t> resize_by_formula(const tavrine_frame_t *in, int width, int height) {
+  const std::vector<uint8_t> pixels = pixels_of(in);
+  const std::vector<Plane> from = planes_of(in->pixel_format, in->width, in->height);
+  const std::vector<Plane> to = planes_of(in->pixel_format, width, height);
+  std::vector<uint8_t> out;
+  auto begin = pixels.begin();
+  for (size_t i = 0; i < from.size(); ++i) {
+    const auto end =
+        begin + static_cast<ptrdiff_t>(from[i].columns) * from[i].rows * from[i].channels;
+    const std::vector<uint8_t> plane = resize_by_formula({begin, end}, from[i], to[i]);
+    out.insert(out.end(), plane.begin(), plane.end());
+    begin = end;
+  }
+  return out;
+}
+
+class Resize : public LibraryTest {};
+
+TEST_F(Resize, EqualsTheFormulaForEveryFormatAndManySizes) {
+  struct Size {
+    int from_width, from_height, to_width, to_height;
+  };
+  std::vector<Size> sizes = {{2, 2, 62, 34},   {64, 48, 32, 24},   {64, 48, 16, 12},
+                             {66, 50, 22, 10}, {60, 40, 58, 38},   {58, 38, 60, 40},
+                             {32, 32, 8, 16},  {20, 4, 10, 8},     {34, 18, 2, 2},
+                             {36, 36, 18, 14}, {200, 6, 198, 194}, {44, 44, 22, 22}};
+  for (int i = 0; i < 12; ++i) {
+    const auto side = [this] { return static_cast<int>(2 * (1 + random_() % 40)); };
+    sizes.push_back({side(), side(), side(), side()});
+  }
+  for (const uint32_t format : kEightBitFormats) {
+    for (const Size &size : sizes) {
+      PaddedFrame in = make_padded_frame(format, size.from_width, size.from_height, random_);
+      PaddedFrame out = make_padded_frame(format, size.to_width, size.to_height, random_);
+      ASSERT_EQ(
+          tavrine_frame_resize(in.frame.get(), out.frame.slot(), size.to_width, size.to_height), 0);
+      ASSERT_EQ(pixels_of(out.frame.get()),
+                resize_by_formula(in.frame.get(), size.to_width, size.to_height))
+          << tavrine_frame_pixfmt_to_string(format) << " " << size.from_width << "x"
+          << size.from_height << " to " << size.to_width << "x" << size.to_height;
+      ASSERT_TRUE(out.surroundings_unharmed());
+    }
+  }
+}
+
+TEST_F(Resize, HandlesEverySmallOddSize) {
+  for (int from = 1; from <= 9; ++from) {
+    for (int to = 1; to <= 37; ++to) {
+      OwnedFrame in = make_frame(TAVRINE_FORMAT_BGR24, from, 10 - from);
+      fill_random(in.get(), random_);
+      OwnedFrame out;
+      ASSERT_EQ(tavrine_frame_resize(in.get(), out.slot(), to, 38 - to), 0);
+      ASSERT_EQ(pixels_of(out.get()), resize_by_formula(in.get(), to, 38 - to))
+          << from << " " << to;
+    }
+  }
+}
+
+TEST_F(Resize, ReductionsAreRoundedMeansAndConstantsStayConstant) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 4, 4);
+  set_pixels(in.get(), {1, 2, 3, 4, 5, 60, 70, 8, 9, 100, 111, 12, 13, 14, 15, 16});
+  OwnedFrame half;
+  ASSERT_EQ(tavrine_frame_scale(in.get(), half.slot(), 0.5F), 0);
+  EXPECT_EQ(pixels_of(half.get()), (std::vector<uint8_t>{17, 21, 34, 39}));
+  OwnedFrame quarter;
+  ASSERT_EQ(tavrine_frame_resize(in.get(), quarter.slot(), 1, 1), 0);
+  EXPECT_EQ(pixels_of(quarter.get()), (std::vector<uint8_t>{85}));
+
+  for (const int value : {0, 1, 127, 254, 255}) {
+    OwnedFrame flat = make_frame(TAVRINE_FORMAT_RGB24, 13, 11);
+    fill(flat.get(), static_cast<uint8_t>(value));
+    OwnedFrame out;
+    ASSERT_EQ(tavrine_frame_resize(flat.get(), out.slot(), 29, 7), 0);
+    EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(29 * 7 * 3, static_cast<uint8_t>(value)));
+  }
+}
+
+TEST_F(Resize, OwnSizeIsACopyAndALargerDestinationKeepsItsRest) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 5, 3);
+  fill_random(in.get(), random_);
+  in->extra = 0x123456789abcdef0;
+  OwnedFrame copy;
+  ASSERT_EQ(tavrine_frame_resize(in.get(), copy.slot(), 5, 3), 0);
+  EXPECT_EQ(pixels_of(copy.get()), pixels_of(in.get()));
+  EXPECT_NE(copy->planes[0], in->planes[0]);
+  EXPECT_EQ(copy->extra, in->extra);
+  EXPECT_EQ(take_log(),
+            (std::vector<LogRecord>{{0, "aux", 677,
+                                     "[tavrine_frame_resize] Scale ratio is 1, degrade to "
+                                     "tavrine_frame_copy to speed up.\n"}}));
+
+  OwnedFrame larger = make_frame(TAVRINE_FORMAT_GREY, 4, 3);
+  fill(larger.get(), 9);
+  ASSERT_EQ(tavrine_frame_resize(in.get(), larger.slot(), 3, 2), 0);
+  const std::vector<uint8_t> small = resize_by_formula(in.get(), 3, 2);
+  EXPECT_EQ(pixels_of(larger.get()),
+            (std::vector<uint8_t>{small[0], small[1], small[2], 9, small[3], small[4], small[5], 9,
+                                  9, 9, 9, 9}));
+}
+
+TEST_F(Resize, ScaleTruncatesItsSizes) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 5, 7);
+  OwnedFrame out;
+  ASSERT_EQ(tavrine_frame_scale(in.get(), out.slot(), 0.5F), 0);
+  EXPECT_EQ(out->width, 2);
+  EXPECT_EQ(out->height, 3);
+  for (const float ratio : {0.0F, -1.0F, NAN, INFINITY, 0.1F, 1e9F}) {
+    OwnedFrame none;
+    EXPECT_EQ(tavrine_frame_scale(in.get(), none.slot(), ratio), -4) << ratio;
+    EXPECT_FALSE(none) << ratio;
+  }
+}
+
+TEST_F(Resize, RefusesWhatItCannotRead) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_Y16, 8, 8);
+  OwnedFrame out;
+  EXPECT_EQ(tavrine_frame_resize(in.get(), out.slot(), 4, 4), -4);
+  EXPECT_FALSE(out);
+  const std::vector<LogRecord> log = take_log();
+  ASSERT_EQ(log.size(), 1U);
+  EXPECT_EQ(log[0].tag, "aux.host");
+  EXPECT_EQ(log[0].level, 4);
+  EXPECT_EQ(log[0].text, "Resizing a frame in format [Y16] is not supported yet!\n");
+
+  // Planes before the faulty one are done, those behind it are not touched.
+  const auto resize_with = [this](int plane, int32_t stride, bool missing) {
+    OwnedFrame source = make_frame(TAVRINE_FORMAT_YU12, 16, 16);
+    fill(source.get(), 50);
+    OwnedFrame destination = make_frame(TAVRINE_FORMAT_YU12, 10, 10);
+    fill(destination.get(), 1);
+    source->strides[plane] = stride;
+    if (missing) {
+      source->planes[plane] = nullptr;
+    }
+    EXPECT_EQ(tavrine_frame_resize(source.get(), destination.slot(), 10, 10), -4);
+    std::vector<uint8_t> expected(150, 1);
+    std::fill_n(expected.begin(), plane == 0 ? 0 : plane == 1 ? 100 : 125, 50);
+    EXPECT_EQ(pixels_of(destination.get()), expected);
+  };
+  resize_with(0, 15, false);
+  resize_with(1, 7, false);
+  resize_with(2, -8, false);
+  resize_with(2, 8, true);
+}
+
+TEST_F(Resize, StrideZeroMeansTightRows) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_NV21, 12, 10);
+  fill_random(in.get(), random_);
+  OwnedFrame expected;
+  ASSERT_EQ(tavrine_frame_resize(in.get(), expected.slot(), 6, 8), 0);
+  OwnedFrame out = make_frame(TAVRINE_FORMAT_NV21, 6, 8);
+  in->strides[0] = in->strides[1] = out->strides[0] = out->strides[1] = 0;
+  ASSERT_EQ(tavrine_frame_resize(in.get(), out.slot(), 6, 8), 0);
+  EXPECT_EQ(pixels_of(out.get()), pixels_of(expected.get()));
+}
+
+}  // namespace
+}  // namespace tavrine::test

@@ -1,0 +1,80 @@
+// What the tests share: frames made with a purpose, and a look at what a call leaves behind.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "core/owned.h"
+#include "tavrine_aux.h"
+#include "tavrine_devkit.h"
+
+namespace tavrine::test {
+
+using Random = std::mt19937;
+
+inline constexpr uint32_t kEightBitFormats[] = {
+    TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24, TAVRINE_FORMAT_BGRA,
+    TAVRINE_FORMAT_ARGB, TAVRINE_FORMAT_NV12,  TAVRINE_FORMAT_NV21,  TAVRINE_FORMAT_YU12};
+
+// One plane as the format defines it, independent of the library's own tables.
+struct Plane {
+  int channels;
+  int columns;
+  int rows;
+};
+std::vector<Plane> planes_of(uint32_t format, int width, int height);
+
+OwnedFrame make_frame(uint32_t format, int width, int height, int32_t memory = TAVRINE_MEMORY_HOST);
+
+// A frame inside a larger one: rows are padded, planes do not follow each other, and what
+// surrounds the pixels can be checked for harm. The parent keeps its fill.
+struct PaddedFrame {
+  OwnedFrame parent;
+  OwnedFrame frame;
+  std::vector<uint8_t> parent_before;
+
+  // True when no byte of the parent outside the frame has changed.
+  bool surroundings_unharmed() const;
+};
+PaddedFrame make_padded_frame(uint32_t format, int width, int height, Random &random);
+
+void fill_random(tavrine_frame_t *frame, Random &random);
+void fill(tavrine_frame_t *frame, uint8_t value);
+
+// The bytes of all planes, row by row, without padding; device frames are downloaded.
+std::vector<uint8_t> pixels_of(const tavrine_frame_t *frame);
+void set_pixels(tavrine_frame_t *frame, const std::vector<uint8_t> &pixels);
+
+// A copy in device memory.
+OwnedFrame on_device(const tavrine_frame_t *frame);
+
+struct LogRecord {
+  int32_t level;
+  std::string tag;
+  int32_t line;
+  std::string text;
+};
+
+bool operator==(const LogRecord &a, const LogRecord &b);
+std::ostream &operator<<(std::ostream &stream, const LogRecord &record);
+
+// Collects the log, and fails the test when it leaves objects of the core behind.
+class LibraryTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  std::vector<LogRecord> take_log();
+
+  Random random_{20210917};
+
+ private:
+  std::vector<LogRecord> log_;
+  tavrine_devkit_objects_t before_{};
+};
+
+}  // namespace tavrine::test
