@@ -1,0 +1,28 @@
+// Standard error: lines that stay, and on a terminal a progress line that does not.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace tavrine::tool {
+
+class Console {
+ public:
+  Console();
+  ~Console() { clear_progress(); }
+  Console(const Console &) = delete;
+  Console &operator=(const Console &) = delete;
+
+  // Always one line: control characters, also those of file names, are shown as '?'.
+  void line(const std::string &text);
+
+  // Nothing unless standard error is a terminal.
+  void progress(size_t number, size_t total, const std::string &name);
+  void clear_progress();
+
+ private:
+  bool is_terminal_ = false;
+  bool progress_shown_ = false;
+};
+
+}  // namespace tavrine::tool

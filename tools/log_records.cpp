@@ -1,0 +1,50 @@
+#include "log_records.h"
+
+#include <sstream>
+#include <utility>
+
+#include "log.h"
+#include "tavrine_devkit.h"
+
+namespace tavrine::tool {
+
+namespace {
+
+// Log texts span lines and may begin with the function's name in brackets.
+std::string on_one_line(const std::string &text) {
+  std::istringstream words(text);
+  std::string word;
+  std::string line;
+  while (words >> word) {
+    const bool is_function_name = line.empty() && word.front() == '[' && word.back() == ']';
+    if (!is_function_name) {
+      line += (line.empty() ? "" : " ") + word;
+    }
+  }
+  return line;
+}
+
+}  // namespace
+
+LogRecords::LogRecords(Console &console, bool verbose) : console_(console), verbose_(verbose) {
+  tavrine_log_set_sink(receive, this);
+}
+
+LogRecords::~LogRecords() { tavrine_log_set_sink(nullptr, nullptr); }
+
+std::string LogRecords::take_errors() { return std::exchange(errors_, {}); }
+
+void LogRecords::receive(void *self, int32_t level, const char *tag, int32_t line,
+                         const char *text) {
+  auto &records = *static_cast<LogRecords *>(self);
+  const std::string message = on_one_line(text);
+  if (level >= LogLevel::kError) {
+    records.errors_ += (records.errors_.empty() ? "" : "; ") + message;
+  } else if (records.verbose_) {
+    const char *kind = level >= LogLevel::kWarning ? "warning" : "notice";
+    records.console_.line(std::string(kind) + ": " + message + " (" + tag + ":" +
+                          std::to_string(line) + ")");
+  }
+}
+
+}  // namespace tavrine::tool

@@ -1,0 +1,30 @@
+// The library's log: errors wait for the line that reports the failed call, notices and
+// warnings are shown only to those who asked for them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "console.h"
+
+namespace tavrine::tool {
+
+class LogRecords {
+ public:
+  LogRecords(Console &console, bool verbose);
+  ~LogRecords();
+  LogRecords(const LogRecords &) = delete;
+  LogRecords &operator=(const LogRecords &) = delete;
+
+  // The error texts since the last call, on one line.
+  std::string take_errors();
+
+ private:
+  static void receive(void *self, int32_t level, const char *tag, int32_t line, const char *text);
+
+  Console &console_;
+  bool verbose_;
+  std::string errors_;
+};
+
+}  // namespace tavrine::tool

@@ -1,0 +1,198 @@
+#include "operations.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+
+#include "failure.h"
+#include "formats.h"
+#include "numeric.h"
+#include "pixel_format.h"
+#include "refusal.h"
+#include "tavrine_aux.h"
+
+namespace tavrine::tool {
+
+namespace {
+
+// ---- Crop -----------------------------------------------------------------------------
+
+std::optional<tavrine_area2d_t> parse_area(const std::string &text) {
+  int32_t numbers[4] = {};
+  size_t begin = 0;
+  for (int index = 0; index < 4; ++index) {
+    const size_t comma = text.find(',', begin);
+    const bool is_last = index == 3;
+    if ((comma == std::string::npos) != is_last) {
+      return std::nullopt;
+    }
+    const auto number = parse_integer(text.substr(begin, is_last ? comma : comma - begin));
+    if (!number) {
+      return std::nullopt;
+    }
+    numbers[index] = *number;
+    begin = comma + 1;
+  }
+  return tavrine_area2d_t{numbers[0], numbers[1], numbers[2], numbers[3]};
+}
+
+bool is_inside(const tavrine_area2d_t &area, const tavrine_frame_t &frame) {
+  return area.x >= 0 && area.y >= 0 && int64_t{area.x} + area.width <= frame.width &&
+         int64_t{area.y} + area.height <= frame.height;
+}
+
+bool is_outside(const tavrine_area2d_t &area, const tavrine_frame_t &frame) {
+  return area.x >= frame.width || area.y >= frame.height || int64_t{area.x} + area.width <= 0 ||
+         int64_t{area.y} + area.height <= 0;
+}
+
+int32_t crop(const tavrine_frame_t &in, tavrine_frame_t **out, const tavrine_area2d_t &area) {
+  // An odd area wholly inside would be cut out, and no other operation could take the result.
+  if (is_yuv420(in.pixel_format) && (area.width % 2 != 0 || area.height % 2 != 0)) {
+    return TAVRINE_INVALID_ARGUMENT;
+  }
+  const bool is_cleared_by_crop = is_yuv420(in.pixel_format) || is_packed_rgb(in.pixel_format) ||
+                                  in.pixel_format == TAVRINE_FORMAT_GREY;
+  if (is_cleared_by_crop || is_inside(area, in)) {
+    return tavrine_frame_crop(&in, out, area);
+  }
+  // The part outside would be whatever the memory held before.
+  *out = tavrine_frame_alloc(TAVRINE_MEMORY_HOST, in.pixel_format, area.width, area.height,
+                             kTightStrides, in.extra);
+  if (*out == nullptr) {
+    return TAVRINE_FAILURE;
+  }
+  const int32_t status = tavrine_frame_reset(*out, 0);
+  return status != TAVRINE_OK ? status : tavrine_frame_crop(&in, out, area);
+}
+
+Operation parse_crop(const std::string &value) {
+  const auto area = parse_area(value);
+  if (!area) {
+    throw UsageError("--crop: '" + value + "' is not X,Y,WIDTH,HEIGHT, like 100,50,640,480");
+  }
+  const auto explain = [area = *area](const tavrine_frame_t &in, int32_t) -> std::string {
+    if (area.width > 0 && area.height > 0 && is_outside(area, in)) {
+      return "the area lies outside the picture of " + size_text(in.width, in.height);
+    }
+    if (is_yuv420(in.pixel_format) && (area.x % 2 != 0 || area.y % 2 != 0)) {
+      return std::string(pixel_format_name(in.pixel_format)) + " needs even offsets";
+    }
+    return explain_size(in.pixel_format, area.width, area.height);
+  };
+  return {"crop " + value,
+          [area = *area](const tavrine_frame_t &in, tavrine_frame_t **out) {
+            return crop(in, out, area);
+          },
+          explain};
+}
+
+// ---- Resize and scale -----------------------------------------------------------------
+
+std::string explain_resize(const tavrine_frame_t &in, Size size, int32_t status) {
+  if (in.pixel_format == TAVRINE_FORMAT_Y16) {
+    return "Y16 cannot be resized, convert it with --format GREY before";
+  }
+  std::string problem = explain_size(in.pixel_format, size.width, size.height);
+  if (!problem.empty() || status != TAVRINE_FAILURE) {
+    return problem;
+  }
+  return "no memory for " + size_text(size.width, size.height) + " pixels";
+}
+
+Size scaled_size(const tavrine_frame_t &in, float ratio) {
+  return {truncate_to_int32(static_cast<float>(in.width) * ratio),
+          truncate_to_int32(static_cast<float>(in.height) * ratio)};
+}
+
+Operation parse_resize(const std::string &value) {
+  const auto size = parse_size(value);
+  if (!size) {
+    throw UsageError("--resize: '" + value + "' is not WIDTHxHEIGHT, like 640x480");
+  }
+  return {"resize to " + value,
+          [size = *size](const tavrine_frame_t &in, tavrine_frame_t **out) {
+            return tavrine_frame_resize(&in, out, size.width, size.height);
+          },
+          [size = *size](const tavrine_frame_t &in, int32_t status) {
+            return explain_resize(in, size, status);
+          }};
+}
+
+std::optional<float> parse_ratio(const std::string &text) {
+  // Plain decimal numbers, without the other spellings that strtof knows.
+  if (text.empty() || text.find_first_not_of("+-.0123456789eE") != std::string::npos) {
+    return std::nullopt;
+  }
+  char *end = nullptr;
+  const float ratio = std::strtof(text.c_str(), &end);
+  if (*end != '\0' || !std::isfinite(ratio)) {
+    return std::nullopt;
+  }
+  return ratio;
+}
+
+Operation parse_scale(const std::string &value) {
+  const auto ratio = parse_ratio(value);
+  if (!ratio) {
+    throw UsageError("--scale: '" + value + "' is not a ratio, like 0.5");
+  }
+  return {"scale by " + value,
+          [ratio = *ratio](const tavrine_frame_t &in, tavrine_frame_t **out) {
+            return tavrine_frame_scale(&in, out, ratio);
+          },
+          [ratio = *ratio](const tavrine_frame_t &in, int32_t status) {
+            const Size size = scaled_size(in, ratio);
+            const std::string problem = explain_size(in.pixel_format, size.width, size.height);
+            return problem.empty() ? explain_resize(in, size, status)
+                                   : "gives " + size_text(size.width, size.height) + ", " + problem;
+          }};
+}
+
+// ---- Pixel format ---------------------------------------------------------------------
+
+Operation parse_format(const std::string &value) {
+  const auto format = pixel_format_by_name(value);
+  if (!format) {
+    throw UsageError("--format: '" + value + "' is no pixel format, there are " +
+                     pixel_format_names());
+  }
+  return conversion_to(*format);
+}
+
+}  // namespace
+
+const std::vector<OperationKind> &operation_kinds() {
+  static const std::vector<OperationKind> kinds = {
+      {"--crop", "X,Y,WIDTH,HEIGHT", "Cut out an area; what lies outside the picture becomes black",
+       parse_crop},
+      {"--resize", "WIDTHxHEIGHT", "Resize to exactly this size", parse_resize},
+      {"--scale", "RATIO", "Multiply both sizes, 0.5 for half", parse_scale},
+      {"--format", "NAME", "Convert the pixels to GREY, NV12, NV21, YU12, RGB24 or BGR24",
+       parse_format},
+  };
+  return kinds;
+}
+
+Operation conversion_to(uint32_t format) {
+  return {std::string("convert to ") + pixel_format_name(format),
+          [format](const tavrine_frame_t &in, tavrine_frame_t **out) {
+            return tavrine_frame_cvt_color(&in, out, format);
+          },
+          [format](const tavrine_frame_t &in, int32_t status) {
+            return explain_conversion(in, format, status);
+          }};
+}
+
+OwnedFrame apply_operation(Environment &environment, const Operation &operation,
+                           const OwnedFrame &frame, const std::string &file) {
+  OwnedFrame result;
+  const int32_t status = operation.apply(*frame.get(), result.slot());
+  if (status != TAVRINE_OK) {
+    const std::string explanation = operation.explain(*frame.get(), status);
+    throw Failure(file, operation.description, refusal_reason(environment, status, explanation));
+  }
+  return result;
+}
+
+}  // namespace tavrine::tool

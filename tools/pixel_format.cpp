@@ -1,0 +1,85 @@
+#include "pixel_format.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "tavrine_types.h"
+
+namespace tavrine::tool {
+
+namespace {
+
+struct NamedFormat {
+  const char *name;
+  uint32_t format;
+};
+
+constexpr NamedFormat kFormats[] = {
+    {"GREY", TAVRINE_FORMAT_GREY}, {"NV12", TAVRINE_FORMAT_NV12},   {"NV21", TAVRINE_FORMAT_NV21},
+    {"YU12", TAVRINE_FORMAT_YU12}, {"RGB24", TAVRINE_FORMAT_RGB24}, {"BGR24", TAVRINE_FORMAT_BGR24},
+    {"BGRA", TAVRINE_FORMAT_BGRA}, {"ARGB", TAVRINE_FORMAT_ARGB},   {"Y16", TAVRINE_FORMAT_Y16},
+};
+
+}  // namespace
+
+std::string lower_case(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  });
+  return text;
+}
+
+std::optional<uint32_t> pixel_format_by_name(const std::string &name) {
+  for (const NamedFormat &entry : kFormats) {
+    if (lower_case(name) == lower_case(entry.name)) {
+      return entry.format;
+    }
+  }
+  return std::nullopt;
+}
+
+const char *pixel_format_name(uint32_t format) {
+  for (const NamedFormat &entry : kFormats) {
+    if (entry.format == format) {
+      return entry.name;
+    }
+  }
+  return "unknown format";
+}
+
+std::string pixel_format_names() {
+  std::string names;
+  for (const NamedFormat &entry : kFormats) {
+    names += (names.empty() ? "" : ", ") + std::string(entry.name);
+  }
+  return names;
+}
+
+std::optional<int32_t> parse_integer(const std::string &text) {
+  int32_t value = 0;
+  const char *end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, value);
+  if (result.ec != std::errc() || result.ptr != end) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<Size> parse_size(const std::string &text) {
+  const size_t separator = text.find_first_of("xX");
+  if (separator == std::string::npos) {
+    return std::nullopt;
+  }
+  const auto width = parse_integer(text.substr(0, separator));
+  const auto height = parse_integer(text.substr(separator + 1));
+  if (!width || !height) {
+    return std::nullopt;
+  }
+  return Size{*width, *height};
+}
+
+std::string size_text(int32_t width, int32_t height) {
+  return std::to_string(width) + "x" + std::to_string(height);
+}
+
+}  // namespace tavrine::tool

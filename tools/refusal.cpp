@@ -1,0 +1,61 @@
+#include "refusal.h"
+
+#include "formats.h"
+#include "pixel_format.h"
+#include "tavrine_core.h"
+
+namespace tavrine::tool {
+
+namespace {
+
+std::string status_text(int32_t status) {
+  switch (status) {
+    case TAVRINE_INVALID_ARGUMENT:
+      return "an argument does not fit the picture";
+    case TAVRINE_FAILURE:
+      return "out of memory, or not possible with this picture";
+    case TAVRINE_NOT_SUPPORTED:
+      return "not supported";
+    default:
+      return "failed with status " + std::to_string(status);
+  }
+}
+
+bool is_odd(int32_t size) { return size % 2 != 0; }
+
+}  // namespace
+
+std::string refusal_reason(Environment &environment, int32_t status,
+                           const std::string &explanation) {
+  const std::string logged = environment.log.take_errors();
+  if (explanation.empty()) {
+    return logged.empty() ? status_text(status) : logged;
+  }
+  return logged.empty() ? explanation : explanation + " (" + logged + ")";
+}
+
+std::string explain_size(uint32_t format, int32_t width, int32_t height) {
+  if (width <= 0 || height <= 0) {
+    return "sizes must be positive";
+  }
+  if (is_yuv420(format) && (is_odd(width) || is_odd(height))) {
+    return std::string(pixel_format_name(format)) + " needs even sizes";
+  }
+  if (tavrine_frame_inferred_size(format, width, height) == 0) {
+    return "too large for a frame";
+  }
+  return "";
+}
+
+std::string explain_conversion(const tavrine_frame_t &frame, uint32_t format, int32_t status) {
+  if (status == TAVRINE_NOT_SUPPORTED) {
+    return std::string(pixel_format_name(frame.pixel_format)) + " cannot be converted to " +
+           pixel_format_name(format);
+  }
+  const std::string size_problem = explain_size(format, frame.width, frame.height);
+  return size_problem.empty()
+             ? ""
+             : size_problem + ", the picture has " + size_text(frame.width, frame.height);
+}
+
+}  // namespace tavrine::tool

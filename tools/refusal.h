@@ -1,0 +1,22 @@
+// Why the library refused a call, in words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "environment.h"
+#include "tavrine_types.h"
+
+namespace tavrine::tool {
+
+// `explanation` is what the arguments themselves tell; empty when they look right. What the
+// library logged about the call is added.
+std::string refusal_reason(Environment &environment, int32_t status,
+                           const std::string &explanation);
+
+// Explanations for a frame of this format with that size, and for a conversion; empty when
+// there is nothing to say.
+std::string explain_size(uint32_t format, int32_t width, int32_t height);
+std::string explain_conversion(const tavrine_frame_t &frame, uint32_t format, int32_t status);
+
+}  // namespace tavrine::tool
