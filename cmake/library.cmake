@@ -15,6 +15,7 @@ add_library(tavrine_aux SHARED
   host/kernels/resize.cpp
   host/kernels/rgb.cpp
   host/kernels/yuv.cpp
+  io/decoder.cpp
   io/encoder.cpp
   io/load.cpp
   io/save.cpp

@@ -6,28 +6,19 @@
 #include "core/formats.h"
 #include "core/log.h"
 #include "core/owned.h"
-#include "io/stb.h"
+#include "io/decoder.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {
 namespace {
 
-struct FreePixels {
-  void operator()(stbi_uc *pixels) const { stbi_image_free(pixels); }
-};
-
-struct Picture {
-  std::unique_ptr<stbi_uc, FreePixels> pixels;
-  int width = 0;
-  int height = 0;
-  int channels = 0;
-};
+void free_pixels(void *pixels) { FreePixels()(static_cast<uint8_t *>(pixels)); }
 
 tavrine_frame_t *wrap(Picture &picture, uint32_t format) {
   const int32_t strides[TAVRINE_MAX_PLANES] = {picture.width * picture.channels, 0, 0, 0};
   tavrine_frame_t *frame =
       tavrine_frame_make(TAVRINE_MEMORY_HOST, format, picture.pixels.get(), picture.width,
-                         picture.height, strides, 0, stbi_image_free, picture.pixels.get());
+                         picture.height, strides, 0, free_pixels, picture.pixels.get());
   if (frame != nullptr) {
     static_cast<void>(picture.pixels.release());  // the frame's now
   }
@@ -42,7 +33,7 @@ tavrine_frame_t *copy_without_alpha(const Picture &picture, uint32_t format) {
     return nullptr;
   }
   const int kept = picture.channels - 1;
-  const stbi_uc *in = picture.pixels.get();
+  const uint8_t *in = picture.pixels.get();
   const ptrdiff_t row_bytes = static_cast<ptrdiff_t>(picture.width) * kept;
   const ptrdiff_t step = frame->strides[0] != 0 ? frame->strides[0] : row_bytes;
   for (ptrdiff_t y = 0; y < picture.height; ++y) {
@@ -90,16 +81,11 @@ tavrine_frame_t *tavrine_frame_load(const char *path) {
     TAVRINE_LOG_AT(257, kError, kTagAux, "Load frame but no file name specified!\n");
     return nullptr;
   }
-  Picture picture;
-  {
-    const std::unique_ptr<FILE, CloseFile> file(fopen(path, "rb"));
-    if (!file) {
-      return nullptr;
-    }
-    picture.pixels.reset(
-        stbi_load_from_file(file.get(), &picture.width, &picture.height, &picture.channels, 0));
+  const std::unique_ptr<FILE, CloseFile> file(fopen(path, "rb"));
+  if (!file) {
+    return nullptr;
   }
-  return to_frame(std::move(picture), [path](int channels) {
+  return to_frame(decode_file(file.get()), [path](int channels) {
     TAVRINE_LOG_AT(315, kError, kTagAux, "Can not load image [%s] of which channel is [%d]!\n",
                    path, channels);
   });
@@ -110,11 +96,8 @@ tavrine_frame_t *tavrine_frame_load_from_memory(const void *data, int32_t length
   if (data == nullptr || length <= 0) {
     return nullptr;
   }
-  Picture picture;
-  picture.pixels.reset(stbi_load_from_memory(static_cast<const stbi_uc *>(data), length,
-                                             &picture.width, &picture.height, &picture.channels,
-                                             0));
-  return to_frame(std::move(picture), [](int channels) {
+  const auto *bytes = static_cast<const uint8_t *>(data);
+  return to_frame(decode_memory(bytes, static_cast<size_t>(length)), [](int channels) {
     TAVRINE_LOG_AT(378, kError, kTagAux, "Can not load image of which channel is [%d]!\n",
                    channels);
   });

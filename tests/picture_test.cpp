@@ -75,6 +75,29 @@ TEST_F(Pictures, ChannelsBecomeFormats) {
   }
 }
 
+TEST_F(Pictures, ATruncatedFileIsNullWhateverItsKind) {
+  OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
+  fill_random(frame.get(), random_);
+  for (const char *name : {"a.png", "a.bmp", "a.jpg", "a.tga", "a.ppm"}) {
+    if (std::string(name) == "a.tga") {
+      ASSERT_NE(stbi_write_tga(path(name).c_str(), 40, 30, 3, frame->planes[0]), 0);
+    } else if (std::string(name) == "a.ppm") {
+      std::ofstream file(path(name), std::ios::binary);
+      file << "P6 40 30 255\n";
+      file.write(static_cast<const char *>(frame->planes[0]), 3600);
+    } else {
+      ASSERT_EQ(tavrine_frame_save(frame.get(), path(name).c_str()), 0);
+    }
+    std::vector<uint8_t> file = read_file(path(name));
+    EXPECT_TRUE(decode(file)) << name;
+    EXPECT_TRUE(OwnedFrame(tavrine_frame_load(path(name).c_str()))) << name;
+    file.resize(file.size() * 9 / 10);
+    EXPECT_FALSE(decode(file)) << name;
+    std::filesystem::resize_file(path(name), file.size());
+    EXPECT_FALSE(OwnedFrame(tavrine_frame_load(path(name).c_str()))) << name;
+  }
+}
+
 TEST_F(Pictures, WhatIsNoPictureIsNull) {
   const std::vector<uint8_t> png = encode_png(std::vector<uint8_t>(300, 7), 10, 3);
   EXPECT_FALSE(decode({}));

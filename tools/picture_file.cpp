@@ -121,6 +121,7 @@ std::string output_extensions() {
 
 OwnedFrame load_picture(Environment &environment, const std::string &path,
                         const std::optional<RawLayout> &layout) {
+  environment.log.take_errors();  // what another picture left
   if (layout) {
     return read_raw_frame(path, *layout);
   }
