@@ -15,6 +15,7 @@ function(tavrine_header_library name header)
   endif()
 endfunction()
 
+tavrine_header_library(eigen Eigen/Dense PATH_SUFFIXES eigen3)
 tavrine_header_library(stb stb_image.h PATH_SUFFIXES stb)
 if(TAVRINE_BUILD_TOOLS)
   tavrine_header_library(cli11 CLI/CLI.hpp)

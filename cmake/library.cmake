@@ -5,15 +5,30 @@ add_library(tavrine_aux SHARED
   api/geometric.cpp
   api/identity.cpp
   api/program_entry.cpp
+  api/tensor.cpp
+  api/tensor_batch.cpp
+  api/tensor_checks.cpp
+  geometry/find_transforms.cpp
+  geometry/inverse.cpp
   hisvp/device_ops.cpp
+  host/batch.cpp
   host/cvt_color.cpp
   host/host_ops.cpp
   host/plane_view.cpp
   host/resize.cpp
+  host/rotate.cpp
+  host/tensor_fill.cpp
+  host/warp_affine.cpp
+  host/warp_perspective.cpp
   host/kernels/contrast_stretch.cpp
   host/kernels/planes.cpp
   host/kernels/resize.cpp
   host/kernels/rgb.cpp
+  host/kernels/rotate.cpp
+  host/kernels/tensor.cpp
+  host/kernels/warp_affine.cpp
+  host/kernels/warp_affine_semi_planar.cpp
+  host/kernels/warp_perspective.cpp
   host/kernels/yuv.cpp
   io/decoder.cpp
   io/encoder.cpp
@@ -28,7 +43,7 @@ target_include_directories(tavrine_aux
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
          $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core>
   PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/generated)
-target_link_libraries(tavrine_aux PRIVATE tavrine_flags stb PUBLIC tavrine tavrine_core)
+target_link_libraries(tavrine_aux PRIVATE tavrine_flags eigen stb PUBLIC tavrine tavrine_core)
 target_link_options(tavrine_aux PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
   # Both SDK libraries are named as needed, whichever of them today's code calls.
@@ -52,3 +67,7 @@ install(FILES include/tavrine_types.h include/tavrine_aux.h core/tavrine_core.h
 # The encoder shifts negative numbers to the left, which every compiler here defines.
 set_source_files_properties(io/stb.cpp PROPERTIES
   COMPILE_OPTIONS -fno-sanitize=shift)
+
+# Scalar arithmetic gives every target the same bits; vectors would sum in another order.
+set_source_files_properties(geometry/find_transforms.cpp PROPERTIES
+  COMPILE_DEFINITIONS "EIGEN_DONT_VECTORIZE;EIGEN_MAX_ALIGN_BYTES=16")

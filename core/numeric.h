@@ -17,6 +17,23 @@ constexpr int32_t truncate_to_int32(double value) {
   return static_cast<int32_t>(value);
 }
 
+// The same without a sign: what is below 0 becomes 0.
+constexpr uint32_t truncate_to_uint32(double value) {
+  if (!(value > 0)) {
+    return 0;
+  }
+  if (value >= std::numeric_limits<uint32_t>::max()) {
+    return std::numeric_limits<uint32_t>::max();
+  }
+  return static_cast<uint32_t>(value);
+}
+
+// To the nearest, halves away from zero; otherwise as the truncation. In double precision the
+// half that is added never lifts a float to an integer that it is not nearest to.
+constexpr int32_t round_to_int32(float value) {
+  return truncate_to_int32(static_cast<double>(value) + (value < 0 ? -0.5 : 0.5));
+}
+
 constexpr int32_t saturate_to_int32(int64_t value) {
   if (value < std::numeric_limits<int32_t>::min()) {
     return std::numeric_limits<int32_t>::min();

@@ -42,5 +42,6 @@ class Owned {
 
 using OwnedFrame = Owned<tavrine_frame_t, tavrine_frame_free>;
 using OwnedBuffer = Owned<tavrine_buffer_t, tavrine_buffer_free>;
+using OwnedTensor = Owned<tavrine_tensor_t, tavrine_tensor_free>;
 
 }  // namespace tavrine

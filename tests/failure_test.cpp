@@ -54,6 +54,62 @@ Operation encode_as(int32_t code) {
   };
 }
 
+// Turns a part of the frame, whose rows are padded.
+int32_t rotate_part(const tavrine_frame_t *in, tavrine_frame_t **out) {
+  const OwnedFrame part(tavrine_frame_roi(in, 2, 2, 16, 12));
+  return part ? tavrine_frame_rotate(part.get(), out, 0) : kInjected;
+}
+
+// Warps take an existing frame: the first allocation is the application's own.
+Operation warp_by(decltype(&tavrine_frame_warpaffine) warp) {
+  return [=](const tavrine_frame_t *in, tavrine_frame_t **out) {
+    constexpr float kMatrix[] = {0.9F, 0.1F, 2, -0.1F, 0.9F, 1, 0, 0, 1};
+    constexpr int32_t kTight[4] = {};
+    OwnedFrame created;
+    if (*out == nullptr) {
+      created = OwnedFrame(
+          tavrine_frame_alloc(tavrine_frame_mem_type(in), in->pixel_format, 18, 14, kTight, 0));
+    }
+    tavrine_frame_t *destination = *out != nullptr ? *out : created.get();
+    const int32_t result = destination != nullptr ? warp(in, destination, kMatrix) : kInjected;
+    if (result == 0) {
+      *out = destination;
+      created.release();
+    }
+    return result;
+  };
+}
+
+OwnedTensor make_tensor(int32_t memory) {
+  constexpr int32_t kShape[4] = {2, 3, 10, 12};
+  return OwnedTensor(tavrine_tensor_alloc(memory, TAVRINE_ELEMENT_FLOAT32, kShape));
+}
+
+Operation fill_tensor_in(int32_t memory) {
+  return [=](const tavrine_frame_t *in, tavrine_frame_t **) {
+    const OwnedTensor tensor = make_tensor(memory);
+    return tensor ? tavrine_frame_to_tensor(tensor.get(), 0, TAVRINE_TENSOR_RGB, in, 0, 0, 0, 1, 1,
+                                            1, 0, 0, 0)
+                  : kInjected;
+  };
+}
+
+// One region is scaled, one is not; both are padded.
+Operation fill_batch_in(int32_t memory) {
+  return [=](const tavrine_frame_t *in, tavrine_frame_t **) {
+    const OwnedTensor tensor = make_tensor(memory);
+    const OwnedFrame frame(tavrine_frame_ref(in));
+    tavrine_frame_t *const frames[] = {frame.get(), frame.get()};
+    const tavrine_area2d_t areas[] = {{-4, 2, 20, 16}, {12, 3, 12, 10}};
+    OwnedBuffer workspace;
+    return tensor && frame
+               ? tavrine_frame_transform_to_tensor_batch(
+                     tensor.get(), TAVRINE_TENSOR_BGR, 2, frames, areas, TAVRINE_RESIZE_FIT, 0, 0,
+                     0, 1, 1, 1, nullptr, workspace.slot(), nullptr, nullptr)
+               : kInjected;
+  };
+}
+
 int32_t save_to_nowhere(const tavrine_frame_t *in, tavrine_frame_t **) {
   return tavrine_frame_save(in, "/dev/null/none.png") == -4 ? 0 : kInjected;
 }
@@ -97,6 +153,41 @@ const Scenario kScenarios[] = {
      1,
      crop_to({-4, -4, 12, 12}),
      {{"tavrine_frame_reset", 1, 0}, {"tavrine_frame_roi", 2, -1}}},
+    {"rotation of a part",
+     TAVRINE_FORMAT_NV12,
+     0,
+     rotate_part,
+     {{"tavrine_frame_alloc", 1, -4}, {"tavrine_frame_duplicate", 1, -4}}},
+    {"rotation on the device",
+     TAVRINE_FORMAT_YU12,
+     1,
+     rotate_part,
+     {{"tavrine_frame_alloc", 1, -4},
+      {"tavrine_frame_download", 1, -4},
+      {"tavrine_frame_download", 2, -4},
+      {"tavrine_frame_upload", 1, 0}}},
+    {"affine warp on the device",
+     TAVRINE_FORMAT_NV21,
+     1,
+     warp_by(tavrine_frame_warpaffine),
+     {{"tavrine_frame_download", 1, -4},
+      {"tavrine_frame_download", 2, -4},
+      {"tavrine_frame_upload", 1, 0}}},
+    {"perspective warp on the device",
+     TAVRINE_FORMAT_BGR24,
+     1,
+     warp_by(tavrine_frame_warpperspective),
+     {{"tavrine_frame_download", 1, -1},
+      {"tavrine_frame_download", 2, -1},
+      {"tavrine_frame_upload", 1, 0}}},
+    {"perspective warp through another format",
+     TAVRINE_FORMAT_YU12,
+     0,
+     warp_by(tavrine_frame_warpperspective),
+     {{"tavrine_frame_alloc", 2, -4},
+      {"tavrine_frame_alloc", 3, -4},
+      {"tavrine_frame_alloc", 4, 0},
+      {"tavrine_frame_alloc", 5, -4}}},
     {"forward conversion",
      TAVRINE_FORMAT_RGB24,
      0,
@@ -130,6 +221,47 @@ const Scenario kScenarios[] = {
       {"tavrine_frame_download", 1, -4},
       {"tavrine_frame_download", 2, -4},
       {"tavrine_frame_upload", 1, 0}}},
+    {"tensor from the device",
+     TAVRINE_FORMAT_RGB24,
+     1,
+     fill_tensor_in(0),
+     {{"tavrine_frame_download", 1, kInjected}}},
+    {"tensor on the device",
+     TAVRINE_FORMAT_BGR24,
+     0,
+     fill_tensor_in(1),
+     {{"tavrine_frame_upload", 1, kInjected}}},
+    {"batch",
+     TAVRINE_FORMAT_BGR24,
+     0,
+     fill_batch_in(0),
+     {{"tavrine_buffer_alloc", 1, -4},
+      {"tavrine_frame_roi", 1, -4},
+      {"tavrine_frame_roi", 2, -4},
+      {"tavrine_buffer_resize", 1, -4},
+      {"tavrine_frame_make", 1, -4},
+      {"tavrine_tensor_roi", 1, -4},
+      {"tavrine_tensor_roi", 2, -4},
+      {"tavrine_tensor_roi", 5, -4}}},
+    {"batch from the device",
+     TAVRINE_FORMAT_RGB24,
+     1,
+     fill_batch_in(0),
+     {{"tavrine_frame_download", 1, -4},
+      {"tavrine_frame_download", 3, -4},
+      {"tavrine_frame_upload", 1, 0}}},
+    {"batch to the device",
+     TAVRINE_FORMAT_RGB24,
+     0,
+     fill_batch_in(1),
+     {{"tavrine_buffer_alloc", 1, -4},
+      {"tavrine_frame_upload", 1, -4},
+      {"tavrine_frame_upload", 2, -4}}},
+    {"batch on the device",
+     TAVRINE_FORMAT_BGR24,
+     1,
+     fill_batch_in(1),
+     {{"tavrine_frame_make", 1, -4}}},
     {"encode grey",
      TAVRINE_FORMAT_GREY,
      0,
@@ -226,6 +358,17 @@ TEST_F(Failures, AFailedDownloadKeepsItsCodeWhenSaving) {
   EXPECT_EQ(tavrine_frame_encode(grey.get(), TAVRINE_ENCODE_BMP, buffer.get()), -4);
   const char *text = "Monochrome frame serialize failed error!\n";
   EXPECT_EQ(take_log(), (std::vector<LogRecord>{{4, "aux", 520, text}, {4, "aux", 554, text}}));
+}
+
+TEST_F(Failures, APerspectiveWarpWithoutMemoryBetweenSucceedsAndWritesNothing) {
+  const OwnedFrame in = make_frame(TAVRINE_FORMAT_NV12, 8, 8);
+  const OwnedFrame out = make_frame(TAVRINE_FORMAT_NV12, 6, 4);
+  fill(out.get(), 77);
+  const float identity[] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  tavrine_devkit_fail_call("tavrine_frame_alloc", 2);
+  EXPECT_EQ(tavrine_frame_warpperspective(in.get(), out.get(), identity), 0);
+  EXPECT_EQ(tavrine_devkit_clear_failures(), 0);
+  EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(36, 77));
 }
 
 TEST_F(Failures, ANonContiguousFrameThatCannotBeDuplicatedIsNotSaved) {

@@ -5,8 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "core/allocate.h"
 #include "core/numeric.h"
-#include "host/kernels/allocate.h"
 
 namespace tavrine {
 namespace {

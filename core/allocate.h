@@ -1,4 +1,4 @@
-// Scratch memory of kernels.
+// Scratch memory that a call needs and may not get.
 #pragma once
 
 #include <cstddef>

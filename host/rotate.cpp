@@ -1,0 +1,79 @@
+#include "host/kernels/rotate.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#include "core/formats.h"
+#include "core/log.h"
+#include "core/owned.h"
+#include "host/plane_layout.h"
+#include "host/slots.h"
+
+namespace tavrine {
+namespace {
+
+// Neighbouring floats lie further apart here than any useful tolerance.
+std::optional<Turn> turn_by(float degrees) {
+  if (degrees == 90.0F) {
+    return Turn::kQuarter;
+  }
+  if (degrees == 180.0F) {
+    return Turn::kHalf;
+  }
+  if (degrees == 270.0F) {
+    return Turn::kThreeQuarters;
+  }
+  return std::nullopt;
+}
+
+// The record to read the planes by. Rows of a contiguous YU12 frame are tight whatever its
+// strides say.
+tavrine_frame_t with_true_strides(const tavrine_frame_t &frame) {
+  tavrine_frame_t result = frame;
+  if (frame.pixel_format == TAVRINE_FORMAT_YU12 && tavrine_frame_is_contiguous(&frame) != 0) {
+    std::copy(std::begin(kTightStrides), std::end(kTightStrides), result.strides);
+  }
+  return result;
+}
+
+int32_t rotate_planes(const tavrine_frame_t &in, Turn turn, const tavrine_frame_t &out) {
+  const FormatLayout layout = layout_of(in.pixel_format);
+  for (int plane = 0; plane < layout.plane_count; ++plane) {
+    const PlaneLayout &of_plane = layout.planes[plane];
+    if (!rotate_plane(view_of_plane(&in, plane, of_plane, in.width, in.height), turn,
+                      view_of_plane(&out, plane, of_plane, out.width, out.height))) {
+      return TAVRINE_FAILURE;
+    }
+  }
+  return TAVRINE_OK;
+}
+
+}  // namespace
+
+int32_t host_rotate(const tavrine_frame_t *in, tavrine_frame_t *out, float degrees) {
+  if (in == nullptr || out == nullptr) {
+    return TAVRINE_FAILURE;
+  }
+  if (layout_of(in->pixel_format).plane_count == 0) {
+    TAVRINE_LOG(kError, kTagHost, "Rotating a frame in format [%s] is not supported yet!\n",
+                tavrine_frame_pixfmt_to_string(in->pixel_format));
+    return TAVRINE_FAILURE;
+  }
+  const std::optional<Turn> turn = turn_by(degrees);
+  if (!turn) {
+    return TAVRINE_FAILURE;
+  }
+  // Semi-planar frames turn out of one buffer: parts of larger frames are gathered first.
+  OwnedFrame gathered;
+  if (is_semi_planar(in->pixel_format) && tavrine_frame_is_contiguous(in) == 0) {
+    gathered = OwnedFrame(tavrine_frame_duplicate(in));
+    if (!gathered) {
+      return TAVRINE_FAILURE;
+    }
+    in = gathered.get();
+  }
+  return rotate_planes(with_true_strides(*in), *turn, with_true_strides(*out));
+}
+
+}  // namespace tavrine

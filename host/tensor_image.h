@@ -1,0 +1,32 @@
+// From tensors to the planes of elements that kernels fill.
+#pragma once
+
+#include <limits>
+
+#include "core/tavrine_core.h"
+#include "host/kernels/tensor.h"
+
+namespace tavrine {
+
+// The first image behind `element_offset`, or one without data when the tensor has fewer than
+// `channels` channels, no rows or columns, or a record that no memory can hold.
+template <typename Element>
+ElementPlanes<Element> image_of(const tavrine_tensor_t *tensor, uint32_t element_offset,
+                                int32_t channels) {
+  ElementPlanes<Element> image = {nullptr, tensor->shape[3], tensor->shape[2], tensor->strides[2],
+                                  tensor->strides[1]};
+  if (tensor->shape[1] < channels || image.rows < 1 || image.columns < 1 || image.row_stride < 0 ||
+      image.channel_stride < 0) {
+    return image;
+  }
+  const int64_t end = element_offset + int64_t{image.channel_stride} * (channels - 1) +
+                      int64_t{image.row_stride} * (image.rows - 1) + image.columns;
+  void *data = tavrine_tensor_raw_pointer(tensor);
+  if (data != nullptr && reinterpret_cast<uintptr_t>(data) % alignof(Element) == 0 &&
+      end <= static_cast<int64_t>(std::numeric_limits<ptrdiff_t>::max() / sizeof(Element))) {
+    image.data = static_cast<Element *>(data) + element_offset;
+  }
+  return image;
+}
+
+}  // namespace tavrine

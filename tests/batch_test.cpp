@@ -1,0 +1,328 @@
+#include <cmath>
+#include <limits>
+
+#include "tests/tensor_support.h"
+
+namespace tavrine::test {
+namespace {
+
+using Log = std::vector<LogRecord>;
+using Paddings = std::vector<std::array<float, 3>>;
+
+constexpr Preprocessing kTypical = {{120, 115.5F, 100}, {57, 58.5F, 59}, {}};
+const std::string kName = "[tavrine_frame_transform_to_tensor_batch] ";
+
+class Batch : public LibraryTest {
+ protected:
+  void TearDown() override {
+    workspace_.reset();
+    LibraryTest::TearDown();
+  }
+
+  struct Call {
+    tavrine_tensor_t *tensor;
+    int32_t color_type;
+    std::vector<tavrine_frame_t *> frames;
+    std::vector<tavrine_area2d_t> areas;
+    int32_t mode;
+    Paddings paddings;
+  };
+
+  int32_t run(const Call &call) {
+    const auto &[mean, scale, unused] = kTypical;
+    vertical_.assign(call.areas.size(), -1);
+    horizontal_.assign(call.areas.size(), -1);
+    return tavrine_frame_transform_to_tensor_batch(
+        call.tensor, call.color_type, static_cast<int32_t>(call.frames.size()), call.frames.data(),
+        call.areas.data(), call.mode, mean[0], mean[1], mean[2], scale[0], scale[1], scale[2],
+        call.paddings.empty() ? nullptr : reinterpret_cast<const float(*)[3]>(call.paddings.data()),
+        workspace_.slot(), vertical_.data(), horizontal_.data());
+  }
+
+  // The texts alone: these records have the line of their call.
+  std::vector<std::string> take_texts(int32_t level) {
+    std::vector<std::string> texts;
+    for (const LogRecord &record : take_log()) {
+      EXPECT_EQ(record.level, level) << record;
+      texts.push_back(record.text);
+    }
+    return texts;
+  }
+
+  OwnedBuffer workspace_;
+  std::vector<float> vertical_;
+  std::vector<float> horizontal_;
+};
+
+// One region of a 40 x 30 frame in a tensor of 24 columns and 16 rows, the part of it inside the
+// frame, and where this goes.
+struct PlacementCase {
+  int32_t mode;
+  tavrine_area2d_t area;
+  Rectangle inside;
+  Rectangle placed;
+};
+
+const PlacementCase kPlacements[] = {
+    {1, {3, 4, 24, 16}, {3, 4, 24, 16}, {0, 0, 24, 16}},     // copied without scaling
+    {1, {3, 0, 24, 30}, {3, 0, 24, 30}, {0, 0, 24, 16}},     // scaled along one axis
+    {1, {0, 0, 40, 30}, {0, 0, 40, 30}, {0, 0, 24, 16}},     // stretched
+    {0, {1, 2, 36, 24}, {1, 2, 36, 24}, {0, 0, 24, 16}},     // the tensor's shape
+    {0, {0, 0, 20, 30}, {0, 0, 20, 30}, {0, 0, 11, 16}},     // a band at the right
+    {0, {0, 5, 40, 10}, {0, 5, 40, 10}, {0, 0, 24, 6}},      // a band below
+    {1, {-12, -8, 24, 16}, {0, 0, 12, 8}, {12, 8, 12, 8}},   // over the upper left corner
+    {1, {34, 22, 24, 16}, {34, 22, 6, 8}, {0, 0, 6, 8}},     // over the lower right corner
+    {0, {-10, -20, 60, 80}, {0, 0, 40, 30}, {2, 4, 8, 6}},   // around the frame
+    {1, {-3, 0, 6, 30}, {0, 0, 3, 30}, {12, 0, 12, 16}},     // enlarged
+    {1, {-23, 0, 48, 32}, {0, 0, 25, 30}, {12, 0, 12, 15}},  // 11.5 and 12.5 round to 25 columns
+    {1, {0, -99, 24, 100}, {0, 0, 24, 1}, {0, 16, 24, 0}},   // 15.84 and 0.16: no row is left
+    {1, {39, 0, 400, 16}, {39, 0, 1, 16}, {0, 0, 0, 16}},    // no column
+};
+
+TEST_F(Batch, PlacesRegionsAndPadsTheRest) {
+  const Paddings paddings(std::size(kPlacements), {1.5F, -2, 77});
+  for (const uint32_t format : {TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24}) {
+    for (const int32_t color_type : {TAVRINE_TENSOR_BGR, TAVRINE_TENSOR_RGB, TAVRINE_TENSOR_GRAY}) {
+      for (const int32_t mode : {TAVRINE_RESIZE_FIT, TAVRINE_RESIZE_STRETCH}) {
+        const PaddedFrame in = make_padded_frame(format, 40, 30, random_);
+        Call call = {nullptr, color_type, {}, {}, mode, paddings};
+        std::vector<const PlacementCase *> cases;
+        for (const PlacementCase &placement : kPlacements) {
+          if (placement.mode == mode) {
+            cases.push_back(&placement);
+            call.frames.push_back(in.frame.get());
+            call.areas.push_back(placement.area);
+          }
+        }
+        const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32,
+                                  {static_cast<int32_t>(cases.size()), 4, 16, 24});
+        Elements expected = tensor.elements();
+        for (size_t i = 0; i < cases.size(); ++i) {
+          const auto image = static_cast<int>(i);
+          const std::vector<float> bands =
+              color_type == TAVRINE_TENSOR_BGR   ? std::vector<float>{77, -2, 1.5F}
+              : color_type == TAVRINE_TENSOR_RGB ? std::vector<float>{1.5F, -2, 77}
+                                                 : std::vector<float>{-2};
+          tensor.expect_band(expected, image, {0, 0, 24, 16}, bands);
+          const auto &[unused, area, inside, placed] = *cases[i];
+          if (placed.width == 0 || placed.height == 0) {
+            continue;
+          }
+          OwnedFrame part;
+          OwnedFrame scaled;
+          ASSERT_EQ(tavrine_frame_crop(in.frame.get(), part.slot(),
+                                       {inside.x, inside.y, inside.width, inside.height}),
+                    0);
+          // The one case whose last column is cut off was scaled to more.
+          const int width = area.x == -23 ? 13 : placed.width;
+          ASSERT_EQ(tavrine_frame_resize(part.get(), scaled.slot(), width, placed.height), 0);
+          tensor.expect_frame(expected, image, placed, color_type, scaled.get(), kTypical);
+        }
+        take_log();
+        call.tensor = tensor.get();
+        ASSERT_EQ(run(call), 0);
+        const Elements elements = tensor.elements();
+        for (size_t i = 0; i < elements.size(); ++i) {
+          ASSERT_EQ(elements[i], expected[i]) << color_type << " mode " << mode << " element " << i;
+        }
+        EXPECT_TRUE(take_log().empty());
+      }
+    }
+  }
+}
+
+TEST_F(Batch, RatiosSayHowToMapBack) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 40, 30);
+  const PaddedTensor tensor(TAVRINE_ELEMENT_UINT8, {2, 1, 16, 24});
+  Call call = {tensor.get(),           TAVRINE_TENSOR_GRAY,
+               {in.get(), in.get()},   {{0, 0, 36, 8}, {-5, 0, 12, 36}},
+               TAVRINE_RESIZE_STRETCH, {}};
+  ASSERT_EQ(run(call), 0);
+  EXPECT_EQ(vertical_, (std::vector<float>{0.5F, 2.25F}));
+  EXPECT_EQ(horizontal_, (std::vector<float>{1.5F, 0.5F}));
+  call.mode = TAVRINE_RESIZE_FIT;
+  ASSERT_EQ(run(call), 0);
+  EXPECT_EQ(vertical_, (std::vector<float>{1.5F, 2.25F}));
+  EXPECT_EQ(horizontal_, vertical_);
+}
+
+TEST_F(Batch, EveryElementIsWrittenWhateverTheRoundings) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 23, 19);
+  fill_random(in.get(), random_);
+  for (int i = 0; i < 3000; ++i) {
+    const auto up_to = [this](int limit) { return static_cast<int32_t>(random_() % limit) + 1; };
+    const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {1, 3, up_to(30), up_to(30)});
+    const Elements before = tensor.elements();
+    Elements all = before;
+    const auto *shape = tensor.get()->shape;
+    tensor.expect_band(all, 0, {0, 0, shape[3], shape[2]}, {0, 0, 0});
+    const int32_t x = 23 - up_to(80);
+    const int32_t y = 19 - up_to(80);
+    const tavrine_area2d_t area = {x, y, std::max(-x, 0) + up_to(70), std::max(-y, 0) + up_to(70)};
+    ASSERT_EQ(run({tensor.get(), 1, {in.get()}, {area}, i % 2, {}}), 0);
+    const Elements after = tensor.elements();
+    for (size_t k = 0; k < before.size(); ++k) {
+      ASSERT_EQ(after[k] != before[k], all[k] != before[k])
+          << "{" << x << ", " << y << ", " << area.width << ", " << area.height << "} to "
+          << shape[3] << "x" << shape[2];
+    }
+  }
+}
+
+TEST_F(Batch, BandsOfByteTensorsDiffer) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 20, 16);
+  fill_random(in.get(), random_);
+  for (const bool is_signed : {false, true}) {
+    const int32_t element_type = is_signed ? TAVRINE_ELEMENT_INT8 : TAVRINE_ELEMENT_UINT8;
+    const PaddedTensor tensor(element_type, {1, 3, 16, 24});
+    Elements expected = tensor.elements();
+    if (is_signed) {
+      tensor.expect_band(expected, 0, {20, 0, 4, 16}, {-3.9F, 300, 200});
+    } else {
+      tensor.expect_frame(expected, 0, {0, 0, 20, 16}, TAVRINE_TENSOR_RGB, in.get(), kTypical);
+      tensor.expect_band(expected, 0, {20, 0, 4, 16}, {-3.9F});
+    }
+    // Signed tensors get their bands, but no pixels.
+    EXPECT_EQ(run({tensor.get(), 1, {in.get()}, {{0, 0, 20, 16}}, 0, {{-3.9F, 300, 200}}}),
+              is_signed ? -4 : 0);
+    EXPECT_EQ(tensor.elements(), expected);
+  }
+}
+
+TEST_F(Batch, CrossesMemoriesAndKeepsItsWorkspace) {
+  OwnedFrame host = make_frame(TAVRINE_FORMAT_BGR24, 40, 30);
+  fill_random(host.get(), random_);
+  const OwnedFrame device = on_device(host.get());
+  const int32_t shape[4] = {2, 3, 16, 24};
+  constexpr size_t kBytes = sizeof(float) * 2 * 3 * 16 * 24;
+  const auto filled = [&](int32_t memory, const OwnedFrame &frame) {
+    const OwnedTensor tensor(tavrine_tensor_alloc(memory, TAVRINE_ELEMENT_FLOAT32, shape));
+    EXPECT_EQ(run({tensor.get(),
+                   0,
+                   {frame.get(), frame.get()},
+                   {{-3, 5, 30, 30}, {4, 4, 24, 16}},
+                   0,
+                   {}}),
+              0);
+    const auto *data = static_cast<const uint8_t *>(tavrine_tensor_raw_pointer(tensor.get()));
+    return std::vector<uint8_t>(data, data + kBytes);
+  };
+  const auto workspace_memory = [&] { return tavrine_buffer_mem_type(workspace_.get()); };
+  const std::string device_name = tavrine_device_get_name();
+
+  const std::vector<uint8_t> expected = filled(TAVRINE_MEMORY_HOST, host);
+  EXPECT_EQ(workspace_memory(), TAVRINE_MEMORY_HOST);
+  tavrine_devkit_reset_call_counts();
+  EXPECT_EQ(filled(TAVRINE_MEMORY_HOST, host), expected);
+  EXPECT_EQ(tavrine_devkit_call_count("tavrine_buffer_alloc"), 0);
+  EXPECT_TRUE(take_log().empty());
+
+  EXPECT_EQ(filled(TAVRINE_MEMORY_DEVICE, host), expected);
+  EXPECT_EQ(workspace_memory(), TAVRINE_MEMORY_DEVICE);
+  Log log = take_log();
+  ASSERT_FALSE(log.empty());
+  EXPECT_EQ(log[0].level, 3);
+  EXPECT_EQ(log[0].text, kName + "tensor memory type: " + device_name +
+                             ", frame memory type: host, upload frame. roi frames uploading maybe "
+                             "cost a lot of time，space and bandwidth\n");
+  EXPECT_EQ(filled(TAVRINE_MEMORY_DEVICE, device), expected);
+
+  tavrine_devkit_guard_device_memory(1);
+  take_log();
+  EXPECT_EQ(filled(TAVRINE_MEMORY_HOST, device), expected);
+  EXPECT_EQ(workspace_memory(), TAVRINE_MEMORY_DEVICE);
+  log = take_log();
+  ASSERT_FALSE(log.empty());
+  EXPECT_EQ(log[0].level, 0);
+  EXPECT_EQ(log[0].text, kName + "tensor memory type: host, frame memory type: " + device_name +
+                             ", download frame. roi frames downloading maybe cost a lot of "
+                             "time，space and bandwidth\n");
+  tavrine_devkit_guard_device_memory(0);
+}
+
+TEST_F(Batch, RefusalsComeBeforeAnythingIsWritten) {
+  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
+  const OwnedFrame on_other = on_device(in.get());
+  const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {2, 3, 16, 24});
+  const PaddedTensor narrow(TAVRINE_ELEMENT_FLOAT32, {2, 2, 16, 24});
+  const Elements before = tensor.elements();
+  const Call good = {tensor.get(), 1, {in.get(), in.get()}, {{0, 0, 8, 8}, {0, 0, 8, 8}}, 0, {}};
+
+  const auto refused_with = [&](int32_t result, auto change) {
+    Call call = good;
+    change(call);
+    EXPECT_EQ(run(call), result);
+    EXPECT_EQ(tensor.elements(), before);
+  };
+  refused_with(-1, [](Call &call) { call.frames.pop_back(); });
+  refused_with(-1, [](Call &call) { call.frames.clear(); });
+  refused_with(-1, [](Call &call) { call.frames[1] = nullptr; });
+  refused_with(-1, [](Call &call) { call.tensor = nullptr; });
+  refused_with(-1, [&](Call &call) { call.tensor = narrow.get(); });
+  for (const int32_t mode : {-1, 2}) {
+    refused_with(-1, [=](Call &call) { call.mode = mode; });
+  }
+  EXPECT_EQ(tavrine_frame_transform_to_tensor_batch(tensor.get(), 1, 2, good.frames.data(), nullptr,
+                                                    0, 0, 0, 0, 1, 1, 1, nullptr, workspace_.slot(),
+                                                    nullptr, nullptr),
+            -1);
+  EXPECT_EQ(tavrine_frame_transform_to_tensor_batch(tensor.get(), 1, 2, nullptr, good.areas.data(),
+                                                    0, 0, 0, 0, 1, 1, 1, nullptr, workspace_.slot(),
+                                                    nullptr, nullptr),
+            -1);
+  EXPECT_EQ(tavrine_frame_transform_to_tensor_batch(tensor.get(), 1, 2, good.frames.data(),
+                                                    good.areas.data(), 0, 0, 0, 0, 1, 1, 1, nullptr,
+                                                    nullptr, nullptr, nullptr),
+            -1);
+  EXPECT_TRUE(take_log().empty());
+
+  refused_with(-1, [&](Call &call) { call.frames[1] = on_other.get(); });
+  EXPECT_EQ(
+      take_texts(4),
+      (std::vector<std::string>{kName + "input frame list memory type is not homogeneous\n"}));
+  refused_with(-1000, [](Call &call) { call.color_type = 5; });
+  EXPECT_EQ(take_texts(4), (std::vector<std::string>{kName + "Unknown tensor color type: 5\n"}));
+  const tavrine_area2d_t apart[] = {
+      {40, 0, 4, 4},        {0, 30, 4, 4},         {-4, 0, 4, 4},         {0, -5, 4, 4},
+      {kMost, 0, kMost, 4}, {0, kLeast, 4, kMost}, {kLeast, 0, kLeast, 4}};
+  for (const tavrine_area2d_t &area : apart) {
+    refused_with(-1, [&](Call &call) { call.areas[1] = area; });
+    EXPECT_EQ(take_texts(4),
+              (std::vector<std::string>{kName + "invalid roi: {" + std::to_string(area.x) + ", " +
+                                        std::to_string(area.y) + ", " + std::to_string(area.width) +
+                                        ", " + std::to_string(area.height) + "}\n"}));
+  }
+  EXPECT_FALSE(workspace_);
+}
+
+TEST_F(Batch, AnImageThatFailsDoesNotStopTheOthers) {
+  OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
+  fill_random(in.get(), random_);
+  const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {3, 3, 30, 40});
+  Call call = {tensor.get(), 1, {in.get(), in.get(), in.get()}, {}, 1, {}};
+  call.areas.assign(3, {0, 0, 40, 30});
+  for (const tavrine_area2d_t &area :
+       {tavrine_area2d_t{5, 5, 0, 4}, {5, 5, 0, 0}, {5, 5, 4, -3}, {5, 5, -4, -4}}) {
+    for (const int32_t mode : {0, 1}) {
+      const PaddedTensor fresh(TAVRINE_ELEMENT_FLOAT32, {3, 3, 30, 40});
+      Elements expected = fresh.elements();
+      for (const int image : {0, 2}) {
+        fresh.expect_frame(expected, image, {0, 0, 40, 30}, 1, in.get(), kTypical);
+      }
+      call.tensor = fresh.get();
+      call.mode = mode;
+      call.areas[1] = area;
+      EXPECT_EQ(run(call), -4) << area.width << " " << area.height;
+      EXPECT_EQ(fresh.elements(), expected) << area.width << " " << area.height;
+    }
+  }
+  // Far larger than the tensor and than any frame, but as good as others.
+  call.tensor = tensor.get();
+  call.areas[1] = {-2000000000, -2000000000, 2147483647, 2147483647};
+  EXPECT_EQ(run(call), 0);
+}
+
+}  // namespace
+}  // namespace tavrine::test

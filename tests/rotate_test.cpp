@@ -1,0 +1,141 @@
+// Rotation on the CPU, held against the mapping of single pixels.
+#include "tests/support.h"
+
+namespace tavrine::test {
+namespace {
+
+std::vector<uint8_t> rotate_by_mapping(const tavrine_frame_t *in, int code) {
+  const std::vector<uint8_t> pixels = pixels_of(in);
+  std::vector<uint8_t> out;
+  size_t plane_start = 0;
+  for (const Plane &plane : planes_of(in->pixel_format, in->width, in->height)) {
+    const bool quarter = code != 1;
+    for (int r = 0; r < (quarter ? plane.columns : plane.rows); ++r) {
+      for (int c = 0; c < (quarter ? plane.rows : plane.columns); ++c) {
+        const int row = code == 0 ? plane.rows - 1 - c : code == 1 ? plane.rows - 1 - r : c;
+        const int column = code == 0 ? r : plane.columns - 1 - (code == 1 ? c : r);
+        for (int channel = 0; channel < plane.channels; ++channel) {
+          out.push_back(
+              pixels[plane_start + (row * plane.columns + column) * plane.channels + channel]);
+        }
+      }
+    }
+    plane_start += static_cast<size_t>(plane.columns) * plane.rows * plane.channels;
+  }
+  return out;
+}
+
+OwnedFrame rotate(const tavrine_frame_t *in, int code) {
+  OwnedFrame out;
+  EXPECT_EQ(tavrine_frame_rotate(in, out.slot(), code), 0);
+  return out;
+}
+
+class Rotate : public LibraryTest {};
+
+TEST_F(Rotate, EqualsTheMappingForEveryFormatTurnAndLayout) {
+  const struct {
+    int width, height;
+  } sizes[] = {{2, 2}, {2, 66}, {62, 64}, {64, 128}, {66, 62}, {130, 70}};
+  for (const uint32_t format : kEightBitFormats) {
+    for (const auto &size : sizes) {
+      const PaddedFrame padded = make_padded_frame(format, size.width, size.height, random_);
+      const OwnedFrame tight(tavrine_frame_duplicate(padded.frame.get()));
+      for (int code = 0; code < 3; ++code) {
+        const std::string what = std::string(tavrine_frame_pixfmt_to_string(format)) + " " +
+                                 std::to_string(size.width) + " by code " + std::to_string(code);
+        const std::vector<uint8_t> expected = rotate_by_mapping(tight.get(), code);
+        for (const tavrine_frame_t *in : {padded.frame.get(), tight.get()}) {
+          const OwnedFrame created = rotate(in, code);
+          EXPECT_EQ(pixels_of(created.get()), expected) << what;
+          PaddedFrame given = make_padded_frame(format, created->width, created->height, random_);
+          EXPECT_EQ(tavrine_frame_rotate(in, given.frame.slot(), code), 0);
+          EXPECT_EQ(pixels_of(given.frame.get()), expected) << what;
+          EXPECT_TRUE(given.surroundings_unharmed()) << what;
+        }
+      }
+    }
+  }
+  EXPECT_TRUE(take_log().empty());
+}
+
+TEST_F(Rotate, SmallPicturesAndOddSizes) {
+  const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 3, 2);
+  set_pixels(in.get(), {'a', 'b', 'c', 'd', 'e', 'f'});
+  const char *expected[] = {"daebfc", "fedcba", "cfbead"};
+  for (int code = 0; code < 3; ++code) {
+    const OwnedFrame out = rotate(in.get(), code);
+    const std::vector<uint8_t> pixels = pixels_of(out.get());
+    EXPECT_EQ(std::string(pixels.begin(), pixels.end()), expected[code]);
+    EXPECT_EQ(out->width, code == 1 ? 3 : 2);
+  }
+  for (const int width : {1, 63, 65, 129}) {
+    OwnedFrame odd = make_frame(TAVRINE_FORMAT_RGB24, width, 67);
+    fill_random(odd.get(), random_);
+    for (int code = 0; code < 3; ++code) {
+      EXPECT_EQ(pixels_of(rotate(odd.get(), code).get()), rotate_by_mapping(odd.get(), code));
+    }
+  }
+}
+
+TEST_F(Rotate, TurnsAddUp) {
+  for (const uint32_t format : kEightBitFormats) {
+    const OwnedFrame in = make_frame(format, 76, 34);
+    fill_random(in.get(), random_);
+    const OwnedFrame quarter = rotate(in.get(), 0);
+    const OwnedFrame half = rotate(quarter.get(), 0);
+    const OwnedFrame three_quarters = rotate(half.get(), 0);
+    EXPECT_EQ(pixels_of(half.get()), pixels_of(rotate(in.get(), 1).get()));
+    EXPECT_EQ(pixels_of(three_quarters.get()), pixels_of(rotate(in.get(), 2).get()));
+    EXPECT_EQ(pixels_of(rotate(three_quarters.get(), 0).get()), pixels_of(in.get()));
+    EXPECT_EQ(pixels_of(rotate(quarter.get(), 2).get()), pixels_of(in.get()));
+  }
+}
+
+TEST_F(Rotate, DeviceFramesTurnOnTheCpu) {
+  for (const uint32_t format : {TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12, TAVRINE_FORMAT_BGR24}) {
+    const OwnedFrame host = make_frame(format, 36, 22);
+    fill_random(host.get(), random_);
+    const OwnedFrame out = rotate(on_device(host.get()).get(), 2);
+    EXPECT_EQ(tavrine_frame_mem_type(out.get()), TAVRINE_MEMORY_DEVICE);
+    EXPECT_EQ(pixels_of(out.get()), rotate_by_mapping(host.get(), 2));
+    EXPECT_EQ(take_log(), (std::vector<LogRecord>{{0, "aux", 758,
+                                                   "Device api not support, fallback to CPU - "
+                                                   "[tavrine_frame_rotate]!\n"}}));
+  }
+}
+
+TEST_F(Rotate, RefusesOtherSizesAndFormats) {
+  for (const uint32_t format : kEightBitFormats) {
+    const OwnedFrame in = make_frame(format, 8, 4);
+    for (int code = 0; code < 3; ++code) {
+      OwnedFrame larger = make_frame(format, 10, 10);
+      fill(larger.get(), 3);
+      const std::vector<uint8_t> before = pixels_of(larger.get());
+      EXPECT_EQ(tavrine_frame_rotate(in.get(), larger.slot(), code), -4);
+      EXPECT_EQ(pixels_of(larger.get()), before);
+    }
+  }
+  EXPECT_TRUE(take_log().empty());
+
+  OwnedFrame none;
+  OwnedFrame broken = make_frame(TAVRINE_FORMAT_NV12, 8, 4);
+  broken->strides[0] = 7;
+  EXPECT_EQ(tavrine_frame_rotate(broken.get(), none.slot(), 1), -4);
+  broken = make_frame(TAVRINE_FORMAT_YU12, 8, 4);
+  broken->planes[2] = nullptr;
+  EXPECT_EQ(tavrine_frame_rotate(broken.get(), none.slot(), 1), -4);
+  EXPECT_TRUE(take_log().empty());
+
+  const OwnedFrame deep = make_frame(TAVRINE_FORMAT_Y16, 8, 8);
+  EXPECT_EQ(tavrine_frame_rotate(deep.get(), none.slot(), 0), -4);
+  EXPECT_FALSE(none);
+  const std::vector<LogRecord> log = take_log();
+  ASSERT_EQ(log.size(), 1U);
+  EXPECT_EQ(log[0].level, 4);
+  EXPECT_EQ(log[0].tag, "aux.host");
+  EXPECT_EQ(log[0].text, "Rotating a frame in format [Y16] is not supported yet!\n");
+}
+
+}  // namespace
+}  // namespace tavrine::test
