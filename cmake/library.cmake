@@ -10,7 +10,11 @@ add_library(tavrine_aux SHARED
   api/tensor_checks.cpp
   geometry/find_transforms.cpp
   geometry/inverse.cpp
+  hisvp/addresses.cpp
+  hisvp/cvt_color.cpp
   hisvp/device_ops.cpp
+  hisvp/image_type.cpp
+  hisvp/resize.cpp
   host/batch.cpp
   host/cvt_color.cpp
   host/host_ops.cpp
@@ -43,7 +47,8 @@ target_include_directories(tavrine_aux
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
          $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core>
   PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/generated)
-target_link_libraries(tavrine_aux PRIVATE tavrine_flags eigen stb PUBLIC tavrine tavrine_core)
+target_link_libraries(tavrine_aux PRIVATE tavrine_flags tavrine_mpp eigen stb
+                                  PUBLIC tavrine tavrine_core)
 target_link_options(tavrine_aux PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
   # Both SDK libraries are named as needed, whichever of them today's code calls.

@@ -9,6 +9,7 @@ enum LogLevel : int32_t { kNotice = 0, kWarning = 3, kError = 4 };
 
 inline constexpr char kTagAux[16] = "aux";
 inline constexpr char kTagHost[16] = "aux.host";
+inline constexpr char kTagHisvp[16] = "aux.hisvp";
 
 }  // namespace tavrine
 

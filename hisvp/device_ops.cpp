@@ -1,5 +1,5 @@
 // The image engine's table.
-#include "core/backend_ops.h"
+#include "hisvp/slots.h"
 
 namespace tavrine {
 namespace {
@@ -27,11 +27,11 @@ int32_t hisvp_transform_to_tensor_batch(tavrine_tensor_t *tensor, int32_t color_
 }  // namespace
 
 const BackendOps device_ops = {
+    hisvp_resize,
     hisvp_not_supported,
     hisvp_not_supported,
     hisvp_not_supported,
-    hisvp_not_supported,
-    hisvp_not_supported,
+    hisvp_cvt_color,
     hisvp_frame_to_tensor,
     hisvp_transform_to_tensor_batch,
 };

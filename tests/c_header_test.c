@@ -2,6 +2,7 @@
 #include "tavrine_aux.h"
 #include "tavrine_core.h"
 #include "tavrine_devkit.h"
+#include "tavrine_mpp_devkit.h"
 
 #define POINTER_SIZED(bytes32, bytes64) (sizeof(void *) == 4 ? (bytes32) : (bytes64))
 

@@ -1,5 +1,6 @@
 // The exported frame operations: checks and their messages, shortcuts, crop, and the way over
 // the device.
+#include <algorithm>
 #include <limits>
 
 #include "tests/support.h"
@@ -224,6 +225,14 @@ TEST_F(EntryPoints, DeviceFramesFallBackToTheCpu) {
   const auto notice = [](int line, const std::string &name) {
     return Log{{0, "aux", line, "Device api not support, fallback to CPU - [" + name + "]!\n"}};
   };
+  // The engine's backend says why before that.
+  const auto take_notices = [&] {
+    Log log = take_log();
+    log.erase(std::remove_if(log.begin(), log.end(),
+                             [](const LogRecord &record) { return record.tag == "aux.hisvp"; }),
+              log.end());
+    return log;
+  };
 
   OwnedFrame expected;
   OwnedFrame out;
@@ -231,7 +240,7 @@ TEST_F(EntryPoints, DeviceFramesFallBackToTheCpu) {
   ASSERT_EQ(tavrine_frame_resize(device.get(), out.slot(), 26, 14), 0);
   EXPECT_EQ(tavrine_frame_mem_type(out.get()), TAVRINE_MEMORY_DEVICE);
   EXPECT_EQ(pixels_of(out.get()), pixels_of(expected.get()));
-  EXPECT_EQ(take_log(), notice(691, "tavrine_frame_resize"));
+  EXPECT_EQ(take_notices(), notice(691, "tavrine_frame_resize"));
 
   OwnedFrame given = make_frame(TAVRINE_FORMAT_YU12, 40, 30, TAVRINE_MEMORY_DEVICE);
   const tavrine_frame_t *given_before = given.get();
@@ -240,7 +249,7 @@ TEST_F(EntryPoints, DeviceFramesFallBackToTheCpu) {
   ASSERT_EQ(tavrine_frame_cvt_color(device.get(), given.slot(), TAVRINE_FORMAT_YU12), 0);
   EXPECT_EQ(given.get(), given_before);
   EXPECT_EQ(pixels_of(given.get()), pixels_of(expected.get()));
-  EXPECT_EQ(take_log(), notice(837, "tavrine_frame_cvt_color"));
+  EXPECT_EQ(take_notices(), notice(837, "tavrine_frame_cvt_color"));
 
   expected.reset();
   out.reset();

@@ -16,7 +16,7 @@ expect() { # what, expected, actual
 dynamic=$("$readelf" -d "$library")
 expect soname libtavrine_aux.so.1 "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")"
 needed=$(sed -n 's/.*(NEEDED).*\[\(libtavrine.*\)\]/\1/p' <<<"$dynamic" | sort | tr '\n' ' ')
-expect needed "libtavrine.so.1 libtavrine_core.so.1 " "$needed"
+expect needed "libtavrine.so.1 libtavrine_core.so.1 libtavrine_mpp.so.1 " "$needed"
 expect exports \
   "$(sed -n 's/^ *\([a-z_0-9]*\);$/\1/p' "$exports" | sort)" \
   "$("$nm" -D --defined-only "$library" | awk '{print $3}' | sort)"

@@ -40,6 +40,12 @@ struct tavrine_buffer {
 
 namespace {
 
+void synchronize(const tavrine_buffer_t &buffer) {
+  if (buffer.mem_type == TAVRINE_MEMORY_DEVICE && buffer.size > 0) {
+    synchronize_device_memory(buffer.data, buffer.size);
+  }
+}
+
 // Larger than asked for, so that a buffer that grows in small steps is not copied each time.
 MemoryBlock grown_block(const tavrine_buffer_t &buffer, size_t size) {
   const uint64_t capacity = buffer.block.size();
@@ -67,6 +73,7 @@ int32_t resize_owned(tavrine_buffer_t &buffer, size_t size) {
   }
   buffer.data = buffer.block.data();
   buffer.size = size;
+  synchronize(buffer);
   return TAVRINE_OK;
 }
 
@@ -103,6 +110,7 @@ int32_t tavrine_buffer_set(tavrine_buffer_t *buffer, int32_t value) {
   if (buffer->size > 0) {
     std::memset(buffer->data, value & 0xFF, buffer->size);
   }
+  synchronize(*buffer);
   return TAVRINE_OK;
 }
 

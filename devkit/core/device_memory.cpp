@@ -7,12 +7,14 @@
 #include <new>
 
 #include "exported.h"
+#include "hisvp/mpp.h"
 
 namespace tavrine::devkit {
 namespace {
 
 struct DeviceBlock {
   void *pages;
+  uint64_t physical;
   size_t size;
   DeviceBlock *next;
 };
@@ -32,6 +34,19 @@ void apply_protection(const DeviceBlock &block) {
   }
 }
 
+// Null when there is none.
+const DeviceBlock *take_out(const void *pages) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  for (DeviceBlock **link = &blocks; *link != nullptr; link = &(*link)->next) {
+    DeviceBlock *block = *link;
+    if (block->pages == pages) {
+      *link = block->next;
+      return block;
+    }
+  }
+  return nullptr;
+}
+
 // Runs a change of the rules, and touches pages only when it opens or closes them.
 template <typename Change>
 void change_rules(Change change) {
@@ -48,17 +63,19 @@ void change_rules(Change change) {
 }  // namespace
 
 void *allocate_device_memory(size_t size) {
-  void *pages =
-      mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, /*fd=*/-1, 0);
-  if (pages == MAP_FAILED) {
+  HI_U64 physical = 0;
+  void *pages = nullptr;
+  if (HI_MPI_SYS_MmzAlloc_Cached(&physical, &pages, "device", nullptr, static_cast<HI_U32>(size)) !=
+      HI_SUCCESS) {
+    return nullptr;
+  }
+  auto *block = new (std::nothrow) DeviceBlock{pages, physical, size, nullptr};
+  if (block == nullptr) {
+    HI_MPI_SYS_MmzFree(physical, pages);
     return nullptr;
   }
   const std::lock_guard<std::mutex> lock(mutex);
-  auto *block = new (std::nothrow) DeviceBlock{pages, size, blocks};
-  if (block == nullptr) {
-    munmap(pages, size);
-    return nullptr;
-  }
+  block->next = blocks;
   blocks = block;
   if (is_closed()) {
     apply_protection(*block);
@@ -67,15 +84,18 @@ void *allocate_device_memory(size_t size) {
 }
 
 void free_device_memory(void *data) {
-  const std::lock_guard<std::mutex> lock(mutex);
-  for (DeviceBlock **link = &blocks; *link != nullptr; link = &(*link)->next) {
-    DeviceBlock *block = *link;
-    if (block->pages == data) {
-      *link = block->next;
-      munmap(block->pages, block->size);
-      delete block;
-      return;
-    }
+  const DeviceBlock *block = take_out(data);
+  if (block != nullptr) {
+    HI_MPI_SYS_MmzFree(block->physical, block->pages);
+    delete block;
+  }
+}
+
+void synchronize_device_memory(const void *data, size_t size) {
+  SYS_VIRMEM_INFO_S info = {};
+  if (HI_MPI_SYS_GetVirMemInfo(data, &info) == HI_SUCCESS) {
+    // Nothing is written through the address, which the platform wants as it gave it.
+    HI_MPI_SYS_MmzFlushCache(info.u64PhyAddr, const_cast<void *>(data), static_cast<HI_U32>(size));
   }
 }
 

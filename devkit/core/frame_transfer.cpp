@@ -25,6 +25,24 @@ void copy_planes(const FrameRows &from, const FrameRows &to) {
   }
 }
 
+void synchronize(const tavrine_frame_t &frame, const FrameRows &rows) {
+  for (int32_t index = 0; index < rows.format->plane_count && is_on_device(frame); ++index) {
+    const PlaneRows &plane = rows.planes[index];
+    if (plane.rows > 0 && plane.row_bytes > 0) {
+      synchronize_device_memory(
+          plane.data, static_cast<size_t>(plane.rows - 1) * plane.stride + plane.row_bytes);
+    }
+  }
+}
+
+void copy_pixels(const tavrine_frame_t &from, const FrameRows &from_rows, const tavrine_frame_t &to,
+                 const FrameRows &to_rows) {
+  const DeviceAccess access(is_on_device(from) || is_on_device(to));
+  synchronize(from, from_rows);
+  copy_planes(from_rows, to_rows);
+  synchronize(to, to_rows);
+}
+
 bool receives(const tavrine_frame_t &destination, const tavrine_frame_t &source) {
   return destination.pixel_format == source.pixel_format && destination.width >= source.width &&
          destination.height >= source.height;
@@ -37,8 +55,7 @@ tavrine_frame_t *copy_into_new(const tavrine_frame_t &source, const FrameRows &r
       layout ? allocate_frame(mem_type, *layout, source.width, source.height, source.extra)
              : nullptr;
   if (copy != nullptr) {
-    const DeviceAccess access(is_on_device(source) || is_on_device(*copy));
-    copy_planes(rows, *frame_rows(*copy));
+    copy_pixels(source, rows, *copy, *frame_rows(*copy));
   }
   return copy;
 }
@@ -60,8 +77,7 @@ int32_t transfer(const tavrine_frame_t &source, int32_t from, tavrine_frame_t **
   if (!rows || memory_type(**destination) != to || !receives(**destination, source)) {
     return TAVRINE_INVALID_ARGUMENT;
   }
-  const DeviceAccess access(is_on_device(source) || is_on_device(**destination));
-  copy_planes(*source_rows, *rows);
+  copy_pixels(source, *source_rows, **destination, *rows);
   return TAVRINE_OK;
 }
 
@@ -128,5 +144,6 @@ int32_t tavrine_frame_reset(tavrine_frame_t *frame, int32_t value) {
                   plane.row_bytes);
     }
   }
+  synchronize(*frame, *rows);
   return TAVRINE_OK;
 }

@@ -34,6 +34,9 @@ MemoryBlock MemoryBlock::allocate(int32_t mem_type, uint64_t size) {
   }
   const DeviceAccess access(on_device);
   std::memset(data, kFreshByte, bytes);
+  if (on_device) {
+    synchronize_device_memory(data, bytes);
+  }
   return {mem_type, static_cast<uint8_t *>(data), bytes};
 }
 

@@ -7,7 +7,9 @@
  * frames are padded to 16 pixels: chroma rows of NV12 and NV21 are as far apart as the
  * luma rows, those of YU12 half as far, also when the caller chooses the luma stride of
  * a frame in either memory. Planes follow one another without a gap. Chroma of odd 4:2:0
- * sizes is half the size, rounded down.
+ * sizes is half the size, rounded down. Device memory is cached memory of the media
+ * platform: a transfer, a reset and a fill leave it as the image engine can read it, and
+ * whoever writes through the address of a device frame flushes that himself.
  */
 #ifndef TAVRINE_DEVKIT_H
 #define TAVRINE_DEVKIT_H

@@ -1,0 +1,24 @@
+#include "hisvp/addresses.h"
+
+#include <cstring>
+
+#include "hisvp/mpp.h"
+
+namespace tavrine {
+
+MmzAddress find_in_mmz(const void *address) {
+  // The look-up leaves the record alone when there is nothing to find. Its result does not
+  // tell, so a pattern that is no truth value does.
+  constexpr unsigned char kUntouched = 0x23;
+  SYS_VIRMEM_INFO_S info;
+  std::memset(&info, kUntouched, sizeof(info));
+  HI_MPI_SYS_GetVirMemInfo(address, &info);
+  unsigned char first_byte = 0;
+  std::memcpy(&first_byte, &info.bCached, sizeof(first_byte));
+  if (first_byte == kUntouched) {
+    return {false, 0};
+  }
+  return {true, info.u64PhyAddr};
+}
+
+}  // namespace tavrine
