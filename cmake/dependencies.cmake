@@ -16,6 +16,14 @@ function(tavrine_header_library name header)
 endfunction()
 
 tavrine_header_library(eigen Eigen/Dense PATH_SUFFIXES eigen3)
+# The camera's build runs on NEON alone and needs no code of the library; elsewhere it chooses
+# the instruction set when the program runs.
+tavrine_header_library(highway hwy/highway.h)
+if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+  find_library(highway_LIBRARY hwy REQUIRED)
+  target_link_libraries(highway INTERFACE ${highway_LIBRARY})
+endif()
+
 tavrine_header_library(stb stb_image.h PATH_SUFFIXES stb)
 if(TAVRINE_BUILD_TOOLS)
   tavrine_header_library(cli11 CLI/CLI.hpp)

@@ -1,3 +1,26 @@
+# The kernels know nothing of the rest, so that tests can hold each of them against its scalar
+# definition on every instruction set.
+add_library(tavrine_kernels OBJECT
+  host/kernels/contrast_stretch.cpp
+  host/kernels/planes.cpp
+  host/kernels/resize.cpp
+  host/kernels/resize_bilinear.cpp
+  host/kernels/resize_reduce.cpp
+  host/kernels/rgb.cpp
+  host/kernels/rotate.cpp
+  host/kernels/tensor.cpp
+  host/kernels/warp_affine.cpp
+  host/kernels/warp_affine_semi_planar.cpp
+  host/kernels/warp_perspective.cpp
+  host/kernels/yuv.cpp
+)
+target_include_directories(tavrine_kernels PUBLIC ${PROJECT_SOURCE_DIR})
+target_link_libraries(tavrine_kernels PUBLIC tavrine_flags highway)
+# Nothing at hand runs the newer sets, and what is not run is not tested.
+target_compile_definitions(tavrine_kernels PUBLIC
+  "HWY_DISABLED_TARGETS=(HWY_AVX3|HWY_AVX3_DL)"
+  $<$<NOT:$<BOOL:${TAVRINE_SIMD}>>:HWY_COMPILE_ONLY_SCALAR>)
+
 add_library(tavrine_aux SHARED
   api/checks.cpp
   api/crop.cpp
@@ -24,16 +47,6 @@ add_library(tavrine_aux SHARED
   host/tensor_fill.cpp
   host/warp_affine.cpp
   host/warp_perspective.cpp
-  host/kernels/contrast_stretch.cpp
-  host/kernels/planes.cpp
-  host/kernels/resize.cpp
-  host/kernels/rgb.cpp
-  host/kernels/rotate.cpp
-  host/kernels/tensor.cpp
-  host/kernels/warp_affine.cpp
-  host/kernels/warp_affine_semi_planar.cpp
-  host/kernels/warp_perspective.cpp
-  host/kernels/yuv.cpp
   io/decoder.cpp
   io/encoder.cpp
   io/load.cpp
@@ -47,7 +60,7 @@ target_include_directories(tavrine_aux
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
          $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core>
   PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/generated)
-target_link_libraries(tavrine_aux PRIVATE tavrine_flags tavrine_mpp eigen stb
+target_link_libraries(tavrine_aux PRIVATE tavrine_flags tavrine_kernels tavrine_mpp eigen stb
                                   PUBLIC tavrine tavrine_core)
 target_link_options(tavrine_aux PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map

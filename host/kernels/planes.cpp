@@ -2,7 +2,97 @@
 
 #include <cstring>
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "host/kernels/planes.cpp"
+#include <hwy/foreach_target.h>  // compiles this file for every instruction set
+// After foreach_target:
+#include "host/kernels/planes_scalar.h"
+#include "host/kernels/vector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
 namespace tavrine {
+namespace HWY_NAMESPACE {
+namespace {
+
+void swap_row(const uint8_t *in, int32_t pairs, uint8_t *out) {
+  int32_t x = 0;
+#if TAVRINE_HAS_VECTORS
+  const hn::ScalableTag<uint16_t> d16;
+  const auto lanes = static_cast<int32_t>(hn::Lanes(d16));
+  for (; x <= pairs - lanes; x += lanes) {
+    const auto pair = hn::BitCast(d16, hn::LoadU(Bytes(), in + 2 * x));
+    const auto swapped = hn::Or(hn::ShiftLeft<8>(pair), hn::ShiftRight<8>(pair));
+    hn::StoreU(hn::BitCast(Bytes(), swapped), Bytes(), out + 2 * x);
+  }
+#endif
+  scalar::swap_pairs(in + 2 * x, pairs - x, out + 2 * x);
+}
+
+void interleave_row(const uint8_t *first, const uint8_t *second, int32_t columns, uint8_t *pairs) {
+  int32_t x = 0;
+#if TAVRINE_HAS_VECTORS
+  const Bytes d;
+  const auto lanes = static_cast<int32_t>(byte_lanes());
+  for (; x <= columns - lanes; x += lanes) {
+    hn::StoreInterleaved2(hn::LoadU(d, first + x), hn::LoadU(d, second + x), d, pairs + 2 * x);
+  }
+#endif
+  scalar::interleave(first + x, second + x, columns - x, pairs + 2 * x);
+}
+
+void deinterleave_row(const uint8_t *pairs, int32_t columns, uint8_t *first, uint8_t *second) {
+  int32_t x = 0;
+#if TAVRINE_HAS_VECTORS
+  const Bytes d;
+  const auto lanes = static_cast<int32_t>(byte_lanes());
+  for (; x <= columns - lanes; x += lanes) {
+    hn::VFromD<Bytes> a;
+    hn::VFromD<Bytes> b;
+    hn::LoadInterleaved2(d, pairs + 2 * x, a, b);
+    hn::StoreU(a, d, first + x);
+    hn::StoreU(b, d, second + x);
+  }
+#endif
+  scalar::deinterleave(pairs + 2 * x, columns - x, first + x, second + x);
+}
+
+void swap_rows(const PlaneView &source, const PlaneView &destination) {
+  for (int32_t y = 0; y < source.rows; ++y) {
+    swap_row(source.row(y), source.columns, destination.row(y));
+  }
+}
+
+void interleave_rows(const PlaneView &first, const PlaneView &second, const PlaneView &pairs) {
+  for (int32_t y = 0; y < pairs.rows; ++y) {
+    interleave_row(first.row(y), second.row(y), pairs.columns, pairs.row(y));
+  }
+}
+
+void deinterleave_rows(const PlaneView &pairs, const PlaneView &first, const PlaneView &second) {
+  for (int32_t y = 0; y < pairs.rows; ++y) {
+    deinterleave_row(pairs.row(y), pairs.columns, first.row(y), second.row(y));
+  }
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace tavrine
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace tavrine {
+namespace {
+
+HWY_EXPORT(swap_rows);
+HWY_EXPORT(interleave_rows);
+HWY_EXPORT(deinterleave_rows);
+
+bool fit_pairs(const PlaneView &pairs, const PlaneView &first, const PlaneView &second) {
+  return pairs.is_usable() && first.is_usable() && second.is_usable() &&
+         have_same_size(pairs, first) && have_same_size(pairs, second);
+}
+
+}  // namespace
 
 bool copy_plane(const PlaneView &source, const PlaneView &destination) {
   if (!source.is_usable() || !destination.is_usable() || !have_same_size(source, destination)) {
@@ -38,40 +128,15 @@ bool swap_pairs(const PlaneView &source, const PlaneView &destination) {
   if (!source.is_usable() || !destination.is_usable() || !have_same_size(source, destination)) {
     return false;
   }
-  for (int32_t y = 0; y < source.rows; ++y) {
-    const uint8_t *in = source.row(y);
-    uint8_t *out = destination.row(y);
-    for (int32_t x = 0; x < source.columns; ++x) {
-      const uint8_t first = in[2 * x];
-      out[2 * x] = in[2 * x + 1];
-      out[2 * x + 1] = first;
-    }
-  }
+  HWY_DYNAMIC_DISPATCH(swap_rows)(source, destination);
   return true;
 }
-
-namespace {
-
-bool fit_pairs(const PlaneView &pairs, const PlaneView &first, const PlaneView &second) {
-  return pairs.is_usable() && first.is_usable() && second.is_usable() &&
-         have_same_size(pairs, first) && have_same_size(pairs, second);
-}
-
-}  // namespace
 
 bool interleave_planes(const PlaneView &first, const PlaneView &second, const PlaneView &pairs) {
   if (!fit_pairs(pairs, first, second)) {
     return false;
   }
-  for (int32_t y = 0; y < pairs.rows; ++y) {
-    const uint8_t *in_first = first.row(y);
-    const uint8_t *in_second = second.row(y);
-    uint8_t *out = pairs.row(y);
-    for (int32_t x = 0; x < pairs.columns; ++x) {
-      out[2 * x] = in_first[x];
-      out[2 * x + 1] = in_second[x];
-    }
-  }
+  HWY_DYNAMIC_DISPATCH(interleave_rows)(first, second, pairs);
   return true;
 }
 
@@ -79,16 +144,9 @@ bool deinterleave_plane(const PlaneView &pairs, const PlaneView &first, const Pl
   if (!fit_pairs(pairs, first, second)) {
     return false;
   }
-  for (int32_t y = 0; y < pairs.rows; ++y) {
-    const uint8_t *in = pairs.row(y);
-    uint8_t *out_first = first.row(y);
-    uint8_t *out_second = second.row(y);
-    for (int32_t x = 0; x < pairs.columns; ++x) {
-      out_first[x] = in[2 * x];
-      out_second[x] = in[2 * x + 1];
-    }
-  }
+  HWY_DYNAMIC_DISPATCH(deinterleave_rows)(pairs, first, second);
   return true;
 }
 
 }  // namespace tavrine
+#endif

@@ -1,0 +1,139 @@
+// Packed 24-bit pixels in vectors. Included once for each instruction set.
+#if defined(TAVRINE_HOST_KERNELS_PACKED_PIXELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef TAVRINE_HOST_KERNELS_PACKED_PIXELS_INL_H_
+#undef TAVRINE_HOST_KERNELS_PACKED_PIXELS_INL_H_
+#else
+#define TAVRINE_HOST_KERNELS_PACKED_PIXELS_INL_H_
+#endif
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/kernels/vector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace tavrine {
+namespace HWY_NAMESPACE {
+
+#if TAVRINE_HAS_VECTORS
+
+// Steps cover this many pixels, and may look at two more.
+constexpr int32_t kPixelsInStep = 32;
+constexpr int32_t kPixelsSeen = kPixelsInStep + 2;
+
+// Runs what is left of a row through the same steps, on a copy that has room around it.
+template <int32_t kBytesIn, int32_t kBytesOut, int32_t kCount, class Step>
+HWY_INLINE void finish_row(const uint8_t *in, int32_t count, uint8_t *out, Step step) {
+  alignas(32) uint8_t copy[(kCount + 2) * kBytesIn] = {};
+  alignas(32) uint8_t result[kCount * kBytesOut];
+  for (int32_t n; count > 0; in += n * kBytesIn, out += n * kBytesOut, count -= n) {
+    n = std::min(count, kCount);
+    std::memcpy(copy, in, static_cast<size_t>(n) * kBytesIn);
+    step(copy, result);
+    std::memcpy(out, result, static_cast<size_t>(n) * kBytesOut);
+  }
+}
+
+#endif  // TAVRINE_HAS_VECTORS
+
+#if TAVRINE_IS_X86
+
+// The weights of a pixel's bytes, for every pixel of a register that holds four bytes each.
+HWY_INLINE hn::VFromD<Bytes> pixel_weights(int32_t red_byte, int32_t red, int32_t green,
+                                           int32_t blue) {
+  const auto byte = [](int32_t weight) { return static_cast<uint32_t>(weight) & 0xFF; };
+  const uint32_t first = byte(red_byte == 0 ? red : blue);
+  const uint32_t third = byte(red_byte == 0 ? blue : red);
+  const hn::ScalableTag<uint32_t> d32;
+  return hn::BitCast(Bytes(), hn::Set(d32, first | byte(green) << 8 | third << 16));
+}
+
+// The weighted sum of each pixel of four bytes.
+HWY_INLINE hn::VFromD<Ints> multiply_pixels(hn::VFromD<Bytes> pixels, hn::VFromD<Bytes> weights) {
+  return multiply_words(multiply_bytes(pixels, weights), hn::Set(Words(), 1));
+}
+
+// Four neighbouring pixels a block, a zero byte behind each. Blocks are 16 pixels apart, so that
+// packing block by block brings 32 pixels into their order.
+HWY_INLINE hn::VFromD<Bytes> load_pixels(const uint8_t *pixels) {
+  alignas(32) constexpr uint8_t kSpread[32] = {0, 1,  2,  0x80, 3, 4,  5,  0x80, 6, 7, 8, 0x80,
+                                               9, 10, 11, 0x80, 0, 1,  2,  0x80, 3, 4, 5, 0x80,
+                                               6, 7,  8,  0x80, 9, 10, 11, 0x80};
+  return hn::TableLookupBytesOr0(load_blocks(pixels, 48), hn::Load(Bytes(), kSpread));
+}
+
+// Four pixels a block again, but every other one of the row.
+HWY_INLINE hn::VFromD<Bytes> load_even_pixels(const uint8_t *pixels) {
+  alignas(32) constexpr uint8_t kThree[32] = {
+      0, 1, 2, 0x80, 6, 7, 8, 0x80, 12, 13, 14, 0x80, 0x80, 0x80, 0x80, 0x80,
+      0, 1, 2, 0x80, 6, 7, 8, 0x80, 12, 13, 14, 0x80, 0x80, 0x80, 0x80, 0x80};
+  alignas(32) constexpr uint8_t kFourth[32] = {
+      0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 10, 11, 12, 0x80,
+      0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 10, 11, 12, 0x80};
+  return hn::Or(hn::TableLookupBytesOr0(load_blocks(pixels, 24), hn::Load(Bytes(), kThree)),
+                hn::TableLookupBytesOr0(load_blocks(pixels + 8, 24), hn::Load(Bytes(), kFourth)));
+}
+
+// Bytes of one step: `sum` turns a register of pixels into sums that fit words, `finish` turns
+// words into values that are saturated to bytes.
+template <class Sum, class Finish>
+HWY_INLINE void sum_pixels(const uint8_t *pixels, Sum sum, Finish finish, uint8_t *out) {
+  const Bytes d8;
+  const Words d16;
+  const auto lanes = static_cast<int32_t>(byte_lanes());
+  for (int32_t x = 0; x < kPixelsInStep; x += lanes, pixels += 3 * lanes) {
+    const auto words = [&](const uint8_t *from) {
+      return hn::ReorderDemote2To(d16, sum(load_pixels(from)), sum(load_pixels(from + 12)));
+    };
+    const auto low = finish(words(pixels));
+    const auto high = finish(words(pixels + 24));
+    hn::StoreU(pack_in_blocks(low, high), d8, out + x);
+  }
+}
+
+// Where each of 48 bytes of 16 pixels comes from, when a block holds the even pixels of a channel
+// before the odd ones.
+struct WeaveTables {
+  alignas(32) uint8_t order[3][3][32];  // part of 16 bytes, channel
+
+  constexpr WeaveTables() : order() {
+    for (int part = 0; part < 3; ++part) {
+      for (int i = 0; i < 32; ++i) {
+        const int byte = 16 * part + i % 16;
+        const int pixel = byte / 3;
+        for (int channel = 0; channel < 3; ++channel) {
+          const int from = pixel % 2 * 8 + pixel / 2;
+          order[part][channel][i] = static_cast<uint8_t>(byte % 3 == channel ? from : 0x80);
+        }
+      }
+    }
+  }
+};
+
+// Stores a register of pixels from channels that pack_in_blocks made of even and odd pixels.
+HWY_INLINE void store_even_and_odd_pixels(hn::VFromD<Bytes> first, hn::VFromD<Bytes> second,
+                                          hn::VFromD<Bytes> third, uint8_t *pixels) {
+  static constexpr WeaveTables kTables;
+  const Bytes d8;
+  for (int part = 0; part < 3; ++part) {
+    const auto pick = [&](hn::VFromD<Bytes> v, int channel) {
+      return hn::TableLookupBytesOr0(v, hn::Load(d8, kTables.order[part][channel]));
+    };
+    const auto woven = hn::Or(hn::Or(pick(first, 0), pick(second, 1)), pick(third, 2));
+#if HWY_TARGET == HWY_AVX2
+    const BytesInBlock block;
+    hn::StoreU(hn::LowerHalf(block, woven), block, pixels + 16 * part);
+    hn::StoreU(hn::UpperHalf(block, woven), block, pixels + 48 + 16 * part);
+#else
+    hn::StoreU(woven, d8, pixels + 16 * part);
+#endif
+  }
+}
+
+#endif  // TAVRINE_IS_X86
+
+}  // namespace HWY_NAMESPACE
+}  // namespace tavrine
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard of this instruction set

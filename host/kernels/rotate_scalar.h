@@ -1,0 +1,19 @@
+// The definition of the turns in rotate.h, for one destination row.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace tavrine::scalar {
+
+// Copies pixels to consecutive places from places `stride` bytes apart.
+template <size_t kPixelBytes>
+inline void gather_pixels(const uint8_t *in, ptrdiff_t stride, uint8_t *out, int32_t count) {
+  for (int32_t i = 0; i < count; ++i) {
+    std::memcpy(out, in + stride * i, kPixelBytes);
+    out += kPixelBytes;
+  }
+}
+
+}  // namespace tavrine::scalar

@@ -1,0 +1,131 @@
+// Running kernels on every instruction set, on memory that notices a byte too many.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <hwy/highway.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "host/kernels/plane_view.h"
+
+namespace tavrine::test {
+
+// A single instruction set needs no choice, and its build no library to make one.
+inline void choose_target(int64_t target) {
+#if (HWY_TARGETS & (HWY_TARGETS - 1)) != 0
+  hwy::SetSupportedTargetsForTest(target);
+#else
+  static_cast<void>(target);
+#endif
+}
+
+// Calls run() once for each instruction set that was compiled and that this machine has.
+template <typename Run>
+void on_every_target(Run run) {
+  std::string names;
+  const int64_t targets = HWY_SUPPORTED_TARGETS & HWY_TARGETS;
+  for (int64_t bits = targets; bits != 0; bits &= bits - 1) {
+    const int64_t target = bits & -bits;
+    const char *name = hwy::TargetName(target);
+    names += std::string(names.empty() ? "" : " ") + name;
+    choose_target(target);
+    {
+      SCOPED_TRACE(name);
+      run();
+    }
+    choose_target(0);
+    if (::testing::Test::HasFatalFailure()) {
+      return;
+    }
+  }
+  ASSERT_FALSE(names.empty()) << "no instruction set was run";
+  ::testing::Test::RecordProperty("targets", names);
+  std::printf("[  TARGETS ] %s\n", names.c_str());
+}
+
+// A plane that ends exactly where memory that must not be touched begins: one that is read past
+// its end, or written, faults. The bytes before a row's end and the next row hold a pattern
+// that only the plane's pixels may lose.
+class GuardedPlane {
+ public:
+  static constexpr uint8_t kPoison = 0x99;
+
+  GuardedPlane(int32_t columns, int32_t rows, int32_t channels, ptrdiff_t padding = 0)
+      : row_bytes_(static_cast<size_t>(columns) * channels) {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t step = row_bytes_ + static_cast<size_t>(padding);
+    const size_t bytes = step * (rows - 1) + row_bytes_;
+    const size_t body = (bytes + page - 1) / page * page;
+    mapping_bytes_ = body + page;
+    mapping_ = static_cast<uint8_t *>(
+        mmap(nullptr, mapping_bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    EXPECT_NE(mapping_, MAP_FAILED);
+    EXPECT_EQ(mprotect(mapping_ + body, page, PROT_NONE), 0);
+    std::memset(mapping_, kPoison, body);
+    body_ = body;
+    view_ = {mapping_ + body - bytes, channels, columns, rows, static_cast<ptrdiff_t>(step)};
+  }
+  GuardedPlane(const GuardedPlane &) = delete;
+  GuardedPlane &operator=(const GuardedPlane &) = delete;
+  ~GuardedPlane() { munmap(mapping_, mapping_bytes_); }
+
+  const PlaneView &view() const { return view_; }
+
+  void fill(std::mt19937 &random) {
+    // A third of the fills are extremes, where sums saturate.
+    const bool is_extreme = random() % 3 == 0;
+    for_each_row([&](uint8_t *row) {
+      for (size_t i = 0; i < row_bytes_; ++i) {
+        row[i] =
+            is_extreme ? static_cast<uint8_t>(random() % 2 * 255) : static_cast<uint8_t>(random());
+      }
+    });
+  }
+
+  std::vector<uint8_t> pixels() {
+    std::vector<uint8_t> result;
+    for_each_row([&](uint8_t *row) { result.insert(result.end(), row, row + row_bytes_); });
+    return result;
+  }
+
+  // True when nothing around the pixels has changed.
+  bool margins_unharmed() {
+    std::vector<uint8_t> copy(mapping_, mapping_ + body_);
+    for (int32_t y = 0; y < view_.rows; ++y) {
+      std::memset(copy.data() + (view_.row(y) - mapping_), kPoison, row_bytes_);
+    }
+    return copy == std::vector<uint8_t>(body_, kPoison);
+  }
+
+ private:
+  template <typename Visit>
+  void for_each_row(Visit visit) {
+    for (int32_t y = 0; y < view_.rows; ++y) {
+      visit(view_.row(y));
+    }
+  }
+
+  size_t row_bytes_;
+  size_t mapping_bytes_ = 0;
+  size_t body_ = 0;
+  uint8_t *mapping_ = nullptr;
+  PlaneView view_{};
+};
+
+// Widths from one pixel to beyond twice what a register holds, and one of many registers.
+inline std::vector<int32_t> widths_to_try() {
+  std::vector<int32_t> widths;
+  for (int32_t width = 1; width <= 67; ++width) {
+    widths.push_back(width);
+  }
+  widths.insert(widths.end(), {127, 130, 200});
+  return widths;
+}
+
+}  // namespace tavrine::test
