@@ -20,6 +20,10 @@ target_link_libraries(tavrine_kernels PUBLIC tavrine_flags highway)
 target_compile_definitions(tavrine_kernels PUBLIC
   "HWY_DISABLED_TARGETS=(HWY_AVX3|HWY_AVX3_DL)"
   $<$<NOT:$<BOOL:${TAVRINE_SIMD}>>:HWY_COMPILE_ONLY_SCALAR>)
+if(NOT TAVRINE_SIMD)
+  # Nor does the compiler vectorise on its own, so that the two builds can be compared.
+  target_compile_options(tavrine_kernels PRIVATE -fno-tree-vectorize -fno-tree-slp-vectorize)
+endif()
 
 add_library(tavrine_aux SHARED
   api/checks.cpp
