@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "problem_log.h"
 #include "scene.h"
 #include "tavrine_aux.h"
 #include "tavrine_core.h"
-#include "tavrine_devkit.h"
 
 namespace {
 
@@ -48,14 +48,6 @@ void draw_scene(tavrine_frame_t &frame) {
   }
 }
 
-// The library also tells which shortcuts it takes; only what went wrong is of interest here.
-void show_problems(void *, int32_t level, const char *, int32_t, const char *text) {
-  constexpr int32_t kWarning = 3;
-  if (level >= kWarning) {
-    std::fputs(text, stderr);
-  }
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -66,7 +58,7 @@ int main(int argc, char **argv) {
   const int32_t width = argc == 4 ? parse_side(argv[2]) : kDefaultWidth;
   const int32_t height = argc == 4 ? parse_side(argv[3]) : kDefaultHeight;
 
-  tavrine_log_set_sink(show_problems, nullptr);
+  tavrine::example::show_only_problems();
   const int32_t core_chooses_strides[4] = {0, 0, 0, 0};
   tavrine_frame_t *frame = tavrine_frame_alloc(TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_RGB24, width,
                                                height, core_chooses_strides, 0);

@@ -1,77 +1,11 @@
 // The command line tool, run as its users run it.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
+
+#include "tests/tool_support.h"
 
 namespace tavrine::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-struct Outcome {
-  int status;
-  std::string output;
-  std::string errors;
-};
-
-class Tool : public ::testing::Test {
- protected:
-  Tool() {
-    std::string name = ::testing::TempDir() + "tavrine-tool-XXXXXX";
-    folder_ = mkdtemp(name.data());
-    // A ramp: every pixel differs from its neighbours, so that no mix-up goes unseen.
-    std::string ramp(kWidth * kHeight * 3, '\0');
-    for (size_t index = 0; index < ramp.size(); ++index) {
-      ramp[index] = static_cast<char>(index * 7 % 251);
-    }
-    write("ramp.rgb", ramp);
-    EXPECT_EQ(run("convert --in RGB24:32x24 ramp.rgb ramp.png").status, 0);
-    write("truncated.png", read("ramp.png").substr(0, 200));
-    write("empty.png", "");
-    write("text.png", "this is not a picture\n");
-  }
-  ~Tool() override { fs::remove_all(folder_); }
-
-  Outcome run(const std::string &arguments, const std::string &preparation = "") const {
-    const std::string command = "cd '" + folder_ + "' && " + preparation +
-                                TAVRINE_TOOL_EMULATOR " '" TAVRINE_TOOL_PATH "' " + arguments +
-                                " >output.txt 2>errors.txt";
-    const int result = std::system(command.c_str());
-    Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, read("output.txt"),
-                    read("errors.txt")};
-    fs::remove(folder_ + "/output.txt");
-    fs::remove(folder_ + "/errors.txt");
-    return outcome;
-  }
-
-  std::string read(const std::string &name) const {
-    std::ifstream file(folder_ + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
-
-  void write(const std::string &name, const std::string &content) const {
-    std::ofstream(folder_ + "/" + name, std::ios::binary) << content;
-  }
-
-  std::vector<std::string> files() const {
-    std::vector<std::string> names;
-    for (const auto &entry : fs::recursive_directory_iterator(folder_)) {
-      names.push_back(fs::relative(entry.path(), folder_).string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  static constexpr size_t kWidth = 32;
-  static constexpr size_t kHeight = 24;
-  std::string folder_;
-};
 
 TEST_F(Tool, AppliesOperationsInTheOrderGiven) {
   const char *const crop_first = "convert ramp.png --crop 0,0,16,12 --scale 2 crop_first.rgb";
@@ -124,6 +58,7 @@ TEST_F(Tool, RawFramesComeBackByteForByte) {
 
 TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
   write("kept.png", "what was there before");
+  write("eight.argb", "12345678");
   const std::vector<std::string> before = files();
   struct Case {
     const char *arguments;
@@ -146,6 +81,14 @@ TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
       {"ramp.png --format BGRA kept.png", "ramp.png: convert to BGRA: RGB24 cannot be converted"},
       {"--in BGRA:6x1 text.png kept.png", "text.png: read BGRA:6x1: a frame has 24 bytes"},
       {"--in Y16:11x1 text.png kept.png", "kept.png: save: a picture cannot be made of Y16"},
+      {"--in Y16:11x1 text.png --rotate 90 kept.png",
+       "text.png: rotate by 90: Y16 cannot be turned"},
+      {"ramp.png --warp-affine 1,0,0,0,1,0@0x9 kept.png",
+       "ramp.png: warp by 1,0,0,0,1,0@0x9: sizes must be positive"},
+      {"ramp.png --format nv12 --warp-perspective 1,0,0,0,1,0,0,0,1@5x4 kept.png",
+       "ramp.png: warp by 1,0,0,0,1,0,0,0,1@5x4: NV12 needs even"},
+      {"--in ARGB:2x1 eight.argb --warp-perspective 1,0,0,0,1,0,0,0,1 kept.png",
+       "eight.argb: warp by 1,0,0,0,1,0,0,0,1: ARGB cannot be warped in perspective"},
       {"ramp.png --crop 0,0,5,5 new.nv12", "new.nv12: save: NV12 needs even sizes"},
       {"ramp.png missing/new.png", "missing/new.png: save: No such file or directory"},
   };
@@ -191,6 +134,24 @@ TEST_F(Tool, WrongUsageIsToldBeforeAnythingIsDone) {
       "convert ramp.png --scale half out.png",
       "convert ramp.png --scale nan out.png",
       "convert ramp.png --format RGB out.png",
+      "convert ramp.png --rotate 45 out.png",
+      "convert ramp.png --warp-affine 1,0,0,0,1 out.png",
+      "convert ramp.png --warp-affine 1,0,0,0,1,0@32 out.png",
+      "convert ramp.png --warp-perspective 1,0,0,0,1,0,0,0,inf out.png",
+      "align ramp.png out.png",
+      "align ramp.png out.png --points 1,2,3,4,5",
+      "align ramp.png out.png --points 1,2,3,4,1,2",
+      "align ramp.png out.npy --points 1,2,3,4,5,6",
+      "align ramp.png out.png --points 1,2,3,4,5,6 --size 0x0",
+      "tensor ramp.png out.npy",
+      "tensor ramp.png out.png --size 8x8",
+      "tensor ramp.png out.npy --size 8",
+      "tensor ramp.png out.npy --size 8x8 --color grey",
+      "tensor ramp.png out.npy --size 8x8 --type i8",
+      "tensor ramp.png out.npy --size 8x8 --mode fill",
+      "tensor ramp.png out.npy --size 8x8 --mean 1,2",
+      "tensor ramp.png out.npy --size 8x8 --scale 1,0,1",
+      "tensor ramp.png out.npy --size 8x8 --type u8 --pad 256",
       "convert --in NV12 ramp.rgb out.png",
       "convert --in NV12:31x24 ramp.rgb out.png",
       "convert ramp.png out.gif",
@@ -222,7 +183,7 @@ TEST_F(Tool, BatchGoesOnAfterABadPicture) {
   EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
   EXPECT_EQ(read("new/sub/ramp.bmp"), read("new/sub/second.bmp"));
   EXPECT_NE(read("new/sub/ramp.bmp"), "");
-  EXPECT_FALSE(fs::exists(folder_ + "/new/sub/text.bmp"));
+  EXPECT_FALSE(std::filesystem::exists(path_of("new/sub/text.bmp")));
 
   // Pictures may be replaced in place.
   ASSERT_EQ(run("convert ramp.png second.png --scale 2 .").status, 0);

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "commands.h"
+#include "device_frames.h"
 #include "failure.h"
 #include "picture_file.h"
 
@@ -59,9 +60,7 @@ std::vector<Task> plan(const ConvertRequest &request) {
   if (!request.folder_extension.empty()) {
     throw UsageError(request.output + ": --ext is for pictures in a folder, name the file instead");
   }
-  if (!is_output_name(request.output)) {
-    throw UsageError(request.output + ": save: the name must end in one of " + output_extensions());
-  }
+  check_output_name(request.output);
   return {{request.pictures.front(), request.output}};
 }
 
@@ -75,8 +74,14 @@ void create_folder(const std::string &path) {
 
 void convert(Environment &environment, const ConvertRequest &request, const Task &task) {
   OwnedFrame frame = load_picture(environment, task.input, request.layout);
+  if (request.on_device) {
+    frame = to_device(frame, task.input);
+  }
   for (const Operation &operation : request.operations) {
     frame = apply_operation(environment, operation, frame, task.input);
+  }
+  if (request.on_device) {
+    frame = to_host(frame, task.input);
   }
   save_picture(environment, frame, task.output);
 }

@@ -1,12 +1,13 @@
 #include "command_line.h"
 
-#include <CLI/CLI.hpp>
 #include <map>
 
+#include "align_options.h"
+#include "common_options.h"
 #include "failure.h"
 #include "picture_file.h"
-#include "pixel_format.h"
 #include "tavrine_aux.h"
+#include "tensor_options.h"
 
 namespace tavrine::tool {
 
@@ -17,12 +18,21 @@ constexpr char kExamples[] = R"(Examples:
   tavrine-aux convert photo.jpg --crop 100,50,640,480 --scale 0.5 small.png
   tavrine-aux convert photo.jpg --resize 1920x1080 frame.nv12
   tavrine-aux convert --in NV12:1920x1080 frame.nv12 frame.jpg
+  tavrine-aux align photo.jpg face.png --points 412,305,489,322,441,398
+  tavrine-aux tensor photo.jpg input.npy --size 224x224 --mean 124,116,104 --scale 58,57,57
 )";
 
 constexpr char kConvertNotes[] = R"(
 Operations are applied in the order given and can be repeated:
   --crop 0,0,64,64 --scale 2   enlarges a corner
   --scale 2 --crop 0,0,64,64   cuts a corner out of the enlarged picture
+
+The matrices of both warps map pixels of the result to positions in the picture, pixel centres
+at whole numbers. The result has the picture's size, or the one behind @.
+  --warp-affine A,B,C,D,E,F    pixel (x, y) shows (A x + B y + C, D x + E y + F). Outside the
+                               picture all bytes are 0; with NV12 and NV21 its edge goes on.
+  --warp-perspective M0,...,M8 pixel (x, y) shows ((M0 x + M1 y + M2) / w, (M3 x + M4 y + M5) / w)
+                               with w = M6 x + M7 y + M8. Outside the picture its edge goes on.
 
 OUT decides what is written:
   .jpg .jpeg .png .bmp   a picture
@@ -39,7 +49,8 @@ Examples:
   tavrine-aux convert photo.jpg --crop 100,50,640,480 --resize 320x240 small.png
   tavrine-aux convert --in NV12:1920x1080 frame.yuv --format GREY luma.png
   tavrine-aux convert --in Y16:640x480 depth.y16 --format GREY depth.png
-  tavrine-aux convert photos/*.jpg --scale 0.25 --ext jpg thumbnails/
+  tavrine-aux convert photo.jpg --warp-affine -1,0,639,0,1,0@640x480 mirrored.png
+  tavrine-aux convert photos/*.jpg --rotate 90 --scale 0.25 --ext jpg thumbnails/
 
 Exit status: 0 when all is done, 1 when a picture failed, 2 for a wrong command line.
 )";
@@ -54,32 +65,6 @@ class HelpFormatter : public CLI::Formatter {
     return option->get_positional() ? "" : CLI::Formatter::make_option_opts(option);
   }
 };
-
-// Texts that the parser stores: options keep their value as it was written.
-struct Texts {
-  std::vector<std::string> paths;
-  std::string layout;
-  std::string extension;
-  bool verbose = false;
-};
-
-std::optional<RawLayout> layout_of(const Texts &texts) {
-  return texts.layout.empty() ? std::nullopt : std::make_optional(parse_raw_layout(texts.layout));
-}
-
-CLI::App *add_command(CLI::App &app, const char *name, const char *description, Texts &texts,
-                      const char *verbose_help) {
-  CLI::App *command = app.add_subcommand(name, description);
-  command->add_flag("-v,--verbose", texts.verbose, verbose_help);
-  return command;
-}
-
-void add_layout_option(CLI::App *command, Texts &texts) {
-  command
-      ->add_option("--in", texts.layout,
-                   "The inputs are raw frames of this format and size, like NV12:1920x1080")
-      ->option_text("FORMAT:WIDTHxHEIGHT");
-}
 
 // In the order of the command line, which only the parser as a whole knows.
 std::vector<Operation> operations_in_order(const CLI::App &command) {
@@ -98,41 +83,47 @@ std::vector<Operation> operations_in_order(const CLI::App &command) {
   return operations;
 }
 
-ConvertRequest convert_request(const CLI::App &command, const Texts &texts) {
+ConvertRequest convert_request(const CLI::App &command, const Texts &texts,
+                               const std::string &extension) {
   ConvertRequest request;
   request.pictures.assign(texts.paths.begin(), texts.paths.end() - 1);
   request.output = texts.paths.back();
   request.folder_extension =
-      texts.extension.substr(!texts.extension.empty() && texts.extension.front() == '.' ? 1 : 0);
-  if (!texts.extension.empty() && !is_output_name("name." + request.folder_extension)) {
-    throw UsageError("--ext: '" + texts.extension + "' is none of " + output_extensions());
+      extension.substr(!extension.empty() && extension.front() == '.' ? 1 : 0);
+  if (!extension.empty() && !is_output_name("name." + request.folder_extension)) {
+    throw UsageError("--ext: '" + extension + "' is none of " + output_extensions());
   }
   request.layout = layout_of(texts);
   request.operations = operations_in_order(command);
+  request.on_device = texts.on_device;
   return request;
 }
 
 }  // namespace
 
 std::optional<CommandLine> read_command_line(int argc, const char *const *argv) {
-  CLI::App app("Crops, resizes and converts pictures and raw camera frames.", "tavrine-aux");
+  CLI::App app("Converts pictures and raw camera frames, and makes network inputs of them.",
+               "tavrine-aux");
   app.formatter(std::make_shared<HelpFormatter>());
   app.footer(kExamples);
   app.set_version_flag("--version", std::string("tavrine-aux ") + tavrine_aux_version());
   app.require_subcommand(1);
   Texts texts;
+  std::string extension;
+  AlignTexts align_texts;
+  TensorTexts tensor_texts;
 
-  CLI::App *info = add_command(app, "info", "Print format and size of pictures", texts,
-                               "Show the library's notices");
+  CLI::App *info = add_command(app, "info", "Print format and size of pictures", texts);
   info->add_option("PICTURE...", texts.paths, "Picture files, or raw frames with --in")->required();
   add_layout_option(info, texts);
 
-  CLI::App *convert = add_command(app, "convert", "Crop, resize and convert pictures", texts,
-                                  "Show the library's notices");
+  CLI::App *convert =
+      add_command(app, "convert", "Crop, resize, turn, warp and convert pictures", texts);
   convert->add_option("IN... OUT", texts.paths, "Pictures, and the file or folder to write")
       ->required()
       ->expected(2, CLI::detail::expected_max_vector_size);
   add_layout_option(convert, texts);
+  add_device_option(convert, texts);
   for (const OperationKind &kind : operation_kinds()) {
     convert->add_option(kind.option)
         ->description(kind.help)
@@ -141,11 +132,12 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   }
-  convert
-      ->add_option("--ext", texts.extension, "Kind of the files written to a folder, default png")
+  convert->add_option("--ext", extension, "Kind of the files written to a folder, default png")
       ->option_text("EXTENSION");
   convert->footer(kConvertNotes);
 
+  const CLI::App *align = add_align_command(app, texts, align_texts);
+  const CLI::App *tensor = add_tensor_command(app, texts, tensor_texts);
   add_command(app, "version", "Print the library's version and revision", texts,
               "Print what the library was built with, too");
 
@@ -161,7 +153,13 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
     return CommandLine{InfoRequest{texts.paths, layout_of(texts)}, texts.verbose};
   }
   if (convert->parsed()) {
-    return CommandLine{convert_request(*convert, texts), texts.verbose};
+    return CommandLine{convert_request(*convert, texts, extension), texts.verbose};
+  }
+  if (align->parsed()) {
+    return CommandLine{align_request(texts, align_texts), texts.verbose};
+  }
+  if (tensor->parsed()) {
+    return CommandLine{tensor_request(texts, tensor_texts), texts.verbose};
   }
   return CommandLine{VersionRequest{texts.verbose}, texts.verbose};
 }

@@ -10,7 +10,7 @@
 namespace tavrine::tool {
 
 struct CommandLine {
-  std::variant<InfoRequest, ConvertRequest, VersionRequest> request;
+  std::variant<InfoRequest, ConvertRequest, AlignRequest, TensorRequest, VersionRequest> request;
   bool verbose = false;
 };
 

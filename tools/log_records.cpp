@@ -34,10 +34,23 @@ LogRecords::~LogRecords() { tavrine_log_set_sink(nullptr, nullptr); }
 
 std::string LogRecords::take_errors() { return std::exchange(errors_, {}); }
 
+LogRecords::Path LogRecords::take_path() { return std::exchange(path_, Path::kDirect); }
+
+void LogRecords::note(const std::string &text) {
+  if (verbose_) {
+    console_.line(text);
+  }
+}
+
 void LogRecords::receive(void *self, int32_t level, const char *tag, int32_t line,
                          const char *text) {
   auto &records = *static_cast<LogRecords *>(self);
   const std::string message = on_one_line(text);
+  if (message.find("fallback to CPU") != std::string::npos) {
+    records.path_ = Path::kFallback;
+  } else if (message.find("degrade to") != std::string::npos) {
+    records.path_ = Path::kShortcut;
+  }
   if (level >= LogLevel::kError) {
     records.errors_ += (records.errors_.empty() ? "" : "; ") + message;
   } else if (records.verbose_) {

@@ -19,12 +19,20 @@ class LogRecords {
   // The error texts since the last call, on one line.
   std::string take_errors();
 
+  // How the library went about the operations on device frames since the last call.
+  enum class Path { kDirect, kShortcut, kFallback };
+  Path take_path();
+
+  // A line for those who asked for notices.
+  void note(const std::string &text);
+
  private:
   static void receive(void *self, int32_t level, const char *tag, int32_t line, const char *text);
 
   Console &console_;
   bool verbose_;
   std::string errors_;
+  Path path_ = Path::kDirect;
 };
 
 }  // namespace tavrine::tool

@@ -21,6 +21,10 @@ int run(Environment &environment, const CommandLine &command_line) {
           return run_info(environment, request);
         } else if constexpr (std::is_same_v<Request, ConvertRequest>) {
           return run_convert(environment, request);
+        } else if constexpr (std::is_same_v<Request, AlignRequest>) {
+          return run_align(environment, request);
+        } else if constexpr (std::is_same_v<Request, TensorRequest>) {
+          return run_tensor(environment, request);
         } else {
           return run_version(request);
         }
@@ -42,7 +46,7 @@ int run_program(Console &console, int argc, char **argv) {
     return status;
   } catch (const UsageError &error) {
     console.line(error.what());
-    console.line("'tavrine-aux --help' and 'tavrine-aux convert --help' tell more");
+    console.line("'tavrine-aux --help' and 'tavrine-aux COMMAND --help' tell more");
     return kWrongUsage;
   } catch (const std::exception &error) {
     console.line(error.what());

@@ -1,11 +1,10 @@
 #include "operations.h"
 
-#include <cmath>
-#include <cstdlib>
-#include <optional>
-
+#include "device_frames.h"
 #include "failure.h"
 #include "formats.h"
+#include "geometry_operations.h"
+#include "numbers.h"
 #include "numeric.h"
 #include "pixel_format.h"
 #include "refusal.h"
@@ -17,33 +16,9 @@ namespace {
 
 // ---- Crop -----------------------------------------------------------------------------
 
-std::optional<tavrine_area2d_t> parse_area(const std::string &text) {
-  int32_t numbers[4] = {};
-  size_t begin = 0;
-  for (int index = 0; index < 4; ++index) {
-    const size_t comma = text.find(',', begin);
-    const bool is_last = index == 3;
-    if ((comma == std::string::npos) != is_last) {
-      return std::nullopt;
-    }
-    const auto number = parse_integer(text.substr(begin, is_last ? comma : comma - begin));
-    if (!number) {
-      return std::nullopt;
-    }
-    numbers[index] = *number;
-    begin = comma + 1;
-  }
-  return tavrine_area2d_t{numbers[0], numbers[1], numbers[2], numbers[3]};
-}
-
 bool is_inside(const tavrine_area2d_t &area, const tavrine_frame_t &frame) {
   return area.x >= 0 && area.y >= 0 && int64_t{area.x} + area.width <= frame.width &&
          int64_t{area.y} + area.height <= frame.height;
-}
-
-bool is_outside(const tavrine_area2d_t &area, const tavrine_frame_t &frame) {
-  return area.x >= frame.width || area.y >= frame.height || int64_t{area.x} + area.width <= 0 ||
-         int64_t{area.y} + area.height <= 0;
 }
 
 int32_t crop(const tavrine_frame_t &in, tavrine_frame_t **out, const tavrine_area2d_t &area) {
@@ -57,7 +32,7 @@ int32_t crop(const tavrine_frame_t &in, tavrine_frame_t **out, const tavrine_are
     return tavrine_frame_crop(&in, out, area);
   }
   // The part outside would be whatever the memory held before.
-  *out = tavrine_frame_alloc(TAVRINE_MEMORY_HOST, in.pixel_format, area.width, area.height,
+  *out = tavrine_frame_alloc(tavrine_frame_mem_type(&in), in.pixel_format, area.width, area.height,
                              kTightStrides, in.extra);
   if (*out == nullptr) {
     return TAVRINE_FAILURE;
@@ -72,8 +47,9 @@ Operation parse_crop(const std::string &value) {
     throw UsageError("--crop: '" + value + "' is not X,Y,WIDTH,HEIGHT, like 100,50,640,480");
   }
   const auto explain = [area = *area](const tavrine_frame_t &in, int32_t) -> std::string {
-    if (area.width > 0 && area.height > 0 && is_outside(area, in)) {
-      return "the area lies outside the picture of " + size_text(in.width, in.height);
+    const std::string problem = explain_area(in, area);
+    if (!problem.empty()) {
+      return problem;
     }
     if (is_yuv420(in.pixel_format) && (area.x % 2 != 0 || area.y % 2 != 0)) {
       return std::string(pixel_format_name(in.pixel_format)) + " needs even offsets";
@@ -84,21 +60,10 @@ Operation parse_crop(const std::string &value) {
           [area = *area](const tavrine_frame_t &in, tavrine_frame_t **out) {
             return crop(in, out, area);
           },
-          explain};
+          explain, true};
 }
 
 // ---- Resize and scale -----------------------------------------------------------------
-
-std::string explain_resize(const tavrine_frame_t &in, Size size, int32_t status) {
-  if (in.pixel_format == TAVRINE_FORMAT_Y16) {
-    return "Y16 cannot be resized, convert it with --format GREY before";
-  }
-  std::string problem = explain_size(in.pixel_format, size.width, size.height);
-  if (!problem.empty() || status != TAVRINE_FAILURE) {
-    return problem;
-  }
-  return "no memory for " + size_text(size.width, size.height) + " pixels";
-}
 
 Size scaled_size(const tavrine_frame_t &in, float ratio) {
   return {truncate_to_int32(static_cast<float>(in.width) * ratio),
@@ -115,25 +80,12 @@ Operation parse_resize(const std::string &value) {
             return tavrine_frame_resize(&in, out, size.width, size.height);
           },
           [size = *size](const tavrine_frame_t &in, int32_t status) {
-            return explain_resize(in, size, status);
+            return explain_new_size(in, size, status, "resized");
           }};
 }
 
-std::optional<float> parse_ratio(const std::string &text) {
-  // Plain decimal numbers, without the other spellings that strtof knows.
-  if (text.empty() || text.find_first_not_of("+-.0123456789eE") != std::string::npos) {
-    return std::nullopt;
-  }
-  char *end = nullptr;
-  const float ratio = std::strtof(text.c_str(), &end);
-  if (*end != '\0' || !std::isfinite(ratio)) {
-    return std::nullopt;
-  }
-  return ratio;
-}
-
 Operation parse_scale(const std::string &value) {
-  const auto ratio = parse_ratio(value);
+  const auto ratio = parse_number(value);
   if (!ratio) {
     throw UsageError("--scale: '" + value + "' is not a ratio, like 0.5");
   }
@@ -144,7 +96,7 @@ Operation parse_scale(const std::string &value) {
           [ratio = *ratio](const tavrine_frame_t &in, int32_t status) {
             const Size size = scaled_size(in, ratio);
             const std::string problem = explain_size(in.pixel_format, size.width, size.height);
-            return problem.empty() ? explain_resize(in, size, status)
+            return problem.empty() ? explain_new_size(in, size, status, "resized")
                                    : "gives " + size_text(size.width, size.height) + ", " + problem;
           }};
 }
@@ -168,6 +120,11 @@ const std::vector<OperationKind> &operation_kinds() {
        parse_crop},
       {"--resize", "WIDTHxHEIGHT", "Resize to exactly this size", parse_resize},
       {"--scale", "RATIO", "Multiply both sizes, 0.5 for half", parse_scale},
+      {"--rotate", "90|180|270", "Turn clockwise by so many degrees", parse_rotate},
+      {"--warp-affine", "A,B,C,D,E,F[@WIDTHxHEIGHT]", "Move pixels by a 2x3 matrix, see below",
+       parse_warp_affine},
+      {"--warp-perspective", "M0,...,M8[@WIDTHxHEIGHT]", "Move pixels by a 3x3 matrix, see below",
+       parse_warp_perspective},
       {"--format", "NAME", "Convert the pixels to GREY, NV12, NV21, YU12, RGB24 or BGR24",
        parse_format},
   };
@@ -191,6 +148,9 @@ OwnedFrame apply_operation(Environment &environment, const Operation &operation,
   if (status != TAVRINE_OK) {
     const std::string explanation = operation.explain(*frame.get(), status);
     throw Failure(file, operation.description, refusal_reason(environment, status, explanation));
+  }
+  if (tavrine_frame_mem_type(frame.get()) == TAVRINE_MEMORY_DEVICE) {
+    tell_who_did(environment, operation, frame, result, file);
   }
   return result;
 }

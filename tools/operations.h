@@ -17,6 +17,7 @@ struct Operation {
   std::function<int32_t(const tavrine_frame_t &in, tavrine_frame_t **out)> apply;
   // What is wrong with the arguments for this picture; empty when they look right.
   std::function<std::string(const tavrine_frame_t &in, int32_t status)> explain;
+  bool only_copies = false;  // there is nothing for the engine to do
 };
 
 struct OperationKind {

@@ -111,6 +111,12 @@ void encode_picture(Environment &environment, const tavrine_frame_t &frame, cons
 
 bool is_output_name(const std::string &path) { return file_kind(path) != nullptr; }
 
+void check_output_name(const std::string &path) {
+  if (!is_output_name(path)) {
+    throw UsageError(path + ": save: the name must end in one of " + output_extensions());
+  }
+}
+
 std::string output_extensions() {
   std::string extensions;
   for (const FileKind &kind : kFileKinds) {

@@ -13,6 +13,9 @@ namespace tavrine::tool {
 // Whether the extension names a kind of file that save_picture writes.
 bool is_output_name(const std::string &path);
 
+// Throws UsageError unless is_output_name.
+void check_output_name(const std::string &path);
+
 // ".jpg, .jpeg, ..."
 std::string output_extensions();
 

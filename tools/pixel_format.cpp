@@ -1,7 +1,6 @@
 #include "pixel_format.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "tavrine_types.h"
 
@@ -53,33 +52,6 @@ std::string pixel_format_names() {
     names += (names.empty() ? "" : ", ") + std::string(entry.name);
   }
   return names;
-}
-
-std::optional<int32_t> parse_integer(const std::string &text) {
-  int32_t value = 0;
-  const char *end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, value);
-  if (result.ec != std::errc() || result.ptr != end) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-std::optional<Size> parse_size(const std::string &text) {
-  const size_t separator = text.find_first_of("xX");
-  if (separator == std::string::npos) {
-    return std::nullopt;
-  }
-  const auto width = parse_integer(text.substr(0, separator));
-  const auto height = parse_integer(text.substr(separator + 1));
-  if (!width || !height) {
-    return std::nullopt;
-  }
-  return Size{*width, *height};
-}
-
-std::string size_text(int32_t width, int32_t height) {
-  return std::to_string(width) + "x" + std::to_string(height);
 }
 
 }  // namespace tavrine::tool

@@ -1,4 +1,4 @@
-// Pixel formats by name, and sizes as people write them.
+// Pixel formats by name.
 #pragma once
 
 #include <cstdint>
@@ -15,17 +15,5 @@ const char *pixel_format_name(uint32_t format);
 std::string pixel_format_names();
 
 std::string lower_case(std::string text);
-
-// The whole text must be a decimal number.
-std::optional<int32_t> parse_integer(const std::string &text);
-
-struct Size {
-  int32_t width;
-  int32_t height;
-};
-
-// "640x480"; any numbers, also those that no picture can have.
-std::optional<Size> parse_size(const std::string &text);
-std::string size_text(int32_t width, int32_t height);
 
 }  // namespace tavrine::tool

@@ -4,21 +4,17 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 
 #include "failure.h"
 #include "formats.h"
+#include "numbers.h"
+#include "owned_file.h"
 #include "pixel_format.h"
 #include "refusal.h"
 
 namespace tavrine::tool {
 
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE *file) const { std::fclose(file); }
-};
-using OwnedFile = std::unique_ptr<std::FILE, CloseFile>;
 
 struct RowRun {
   uint8_t *first;

@@ -8,6 +8,8 @@ namespace tavrine::tool {
 
 namespace {
 
+constexpr char kEmptySize[] = "sizes must be positive";
+
 std::string status_text(int32_t status) {
   switch (status) {
     case TAVRINE_INVALID_ARGUMENT:
@@ -36,7 +38,7 @@ std::string refusal_reason(Environment &environment, int32_t status,
 
 std::string explain_size(uint32_t format, int32_t width, int32_t height) {
   if (width <= 0 || height <= 0) {
-    return "sizes must be positive";
+    return kEmptySize;
   }
   if (is_yuv420(format) && (is_odd(width) || is_odd(height))) {
     return std::string(pixel_format_name(format)) + " needs even sizes";
@@ -45,6 +47,27 @@ std::string explain_size(uint32_t format, int32_t width, int32_t height) {
     return "too large for a frame";
   }
   return "";
+}
+
+std::string explain_area(const tavrine_frame_t &in, const tavrine_area2d_t &area) {
+  if (area.width <= 0 || area.height <= 0) {
+    return kEmptySize;
+  }
+  const bool is_outside = area.x >= in.width || area.y >= in.height ||
+                          int64_t{area.x} + area.width <= 0 || int64_t{area.y} + area.height <= 0;
+  return is_outside ? "the area lies outside the picture of " + size_text(in.width, in.height) : "";
+}
+
+std::string explain_new_size(const tavrine_frame_t &in, Size size, int32_t status,
+                             const char *operation) {
+  if (in.pixel_format == TAVRINE_FORMAT_Y16) {
+    return std::string("Y16 cannot be ") + operation + ", convert it with --format GREY before";
+  }
+  std::string problem = explain_size(in.pixel_format, size.width, size.height);
+  if (!problem.empty() || status != TAVRINE_FAILURE) {
+    return problem;
+  }
+  return "no memory for " + size_text(size.width, size.height) + " pixels";
 }
 
 std::string explain_conversion(const tavrine_frame_t &frame, uint32_t format, int32_t status) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "environment.h"
+#include "numbers.h"
 #include "tavrine_types.h"
 
 namespace tavrine::tool {
@@ -14,9 +15,13 @@ namespace tavrine::tool {
 std::string refusal_reason(Environment &environment, int32_t status,
                            const std::string &explanation);
 
-// Explanations for a frame of this format with that size, and for a conversion; empty when
-// there is nothing to say.
+// Explanations for a frame of this format with that size, for an area of `in`, for an operation
+// that makes `in` this large ("resized", "turned"), and for a conversion; empty when there is
+// nothing to say.
 std::string explain_size(uint32_t format, int32_t width, int32_t height);
+std::string explain_area(const tavrine_frame_t &in, const tavrine_area2d_t &area);
+std::string explain_new_size(const tavrine_frame_t &in, Size size, int32_t status,
+                             const char *operation);
 std::string explain_conversion(const tavrine_frame_t &frame, uint32_t format, int32_t status);
 
 }  // namespace tavrine::tool

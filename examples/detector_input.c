@@ -1,0 +1,118 @@
+/* From a camera's NV12 frame to the input of a detector, and back: the frame is converted to
+ * RGB24, made as large as fits, normalised and padded, and a place in the tensor is told as a
+ * place in the frame.
+ *
+ *   detector_input                          with a frame that it paints itself
+ *   detector_input FRAME.nv12 WIDTH HEIGHT */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "tavrine_aux.h"
+#include "tavrine_core.h"
+#include "tavrine_devkit.h"
+
+enum { SIDE = 320 };
+
+/* Dark, with a bright square in the middle of the left half. */
+static void paint(uint8_t *luma, int32_t width, int32_t height) {
+  const int32_t half = height / 8;
+  memset(luma, 40, (size_t)width * (size_t)height);
+  memset(luma + (size_t)width * (size_t)height, 128, (size_t)width * (size_t)height / 2);
+  for (int32_t y = height / 2 - half; y < height / 2 + half; ++y) {
+    memset(luma + (ptrdiff_t)y * width + width / 4 - half, 220, (size_t)half * 2);
+  }
+}
+
+static int read_file(const char *path, uint8_t *bytes, size_t count) {
+  FILE *file = fopen(path, "rb");
+  const int is_read = file != NULL && fread(bytes, 1, count, file) == count;
+  if (file != NULL) {
+    fclose(file);
+  }
+  return is_read;
+}
+
+/* The middle of what is brightest in the red channel: here, instead of a network. */
+static void detect(const tavrine_tensor_t *tensor, float *x, float *y) {
+  double sum = 0, sum_x = 0, sum_y = 0;
+  for (int32_t row = 0; row < SIDE; ++row) {
+    const float *elements = tavrine_tensor_data_at(tensor, 0, 0, row, 0);
+    for (int32_t column = 0; column < SIDE; ++column) {
+      const double weight = elements[column] > 0.7F;
+      sum += weight;
+      sum_x += weight * column;
+      sum_y += weight * row;
+    }
+  }
+  *x = (float)(sum_x / (sum > 0 ? sum : 1));
+  *y = (float)(sum_y / (sum > 0 ? sum : 1));
+}
+
+/* What went wrong, or null. */
+static const char *fill(const tavrine_frame_t *camera, tavrine_tensor_t *tensor, float *ratio) {
+  const int32_t longer = camera->width > camera->height ? camera->width : camera->height;
+  *ratio = (float)longer / SIDE;
+  const int32_t width = (int32_t)((float)camera->width / *ratio + 0.5F);
+  const int32_t height = (int32_t)((float)camera->height / *ratio + 0.5F);
+  tavrine_frame_t *rgb = NULL;
+  tavrine_frame_t *small = NULL;
+  const char *problem = NULL;
+  if (tavrine_frame_cvt_color(camera, &rgb, TAVRINE_FORMAT_RGB24) != TAVRINE_OK) {
+    problem = "not converted";
+  } else if (tavrine_frame_resize(rgb, &small, width, height) != TAVRINE_OK) {
+    problem = "not resized";
+  } else if (tavrine_frame_to_tensor(tensor, 0, TAVRINE_TENSOR_RGB, small, 0, 0, 0, 255, 255, 255,
+                                     0.5F, 0.5F, 0.5F) != TAVRINE_OK) {
+    problem = "not written to the tensor";
+  }
+  tavrine_frame_free(&small);
+  tavrine_frame_free(&rgb);
+  return problem;
+}
+
+int main(int argc, char **argv) {
+  if (argc != 1 && argc != 4) {
+    fprintf(stderr, "usage: %s [FRAME.nv12 WIDTH HEIGHT]\n", argv[0]);
+    return 2;
+  }
+  const int32_t width = argc == 4 ? atoi(argv[2]) : 1280;
+  const int32_t height = argc == 4 ? atoi(argv[3]) : 720;
+  const int32_t shape[4] = {1, 3, SIDE, SIDE};
+  const int32_t tight[4] = {0, 0, 0, 0};
+  /* The camera's memory stays the camera's: the frame is made around it, not copied. */
+  const size_t count = tavrine_frame_inferred_size(TAVRINE_FORMAT_NV12, width, height);
+  uint8_t *memory = count > 0 ? malloc(count) : NULL;
+  tavrine_frame_t *camera = NULL;
+  if (memory != NULL && (argc == 1 || read_file(argv[1], memory, count))) {
+    camera = tavrine_frame_make(TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_NV12, memory, width, height,
+                                tight, 0, NULL, NULL);
+  }
+  tavrine_tensor_t *tensor =
+      tavrine_tensor_alloc(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32, shape);
+  const char *problem = NULL;
+  if (camera == NULL || tensor == NULL) {
+    problem = "no frame of that size, or no memory";
+  } else {
+    float ratio, x, y;
+    if (argc == 1) {
+      paint(memory, width, height);
+    }
+    problem = fill(camera, tensor, &ratio);
+    if (problem == NULL) {
+      detect(tensor, &x, &y);
+      printf("NV12 %dx%d in a tensor of 3x%dx%d, %.2f frame pixels per element\n", width, height,
+             SIDE, SIDE, ratio);
+      /* Pixel centres lie half a pixel inside. */
+      printf("found at (%.1f, %.1f), in the frame (%.1f, %.1f)\n", x, y, (x + 0.5F) * ratio - 0.5F,
+             (y + 0.5F) * ratio - 0.5F);
+    }
+  }
+  tavrine_tensor_free(&tensor);
+  tavrine_frame_free(&camera);
+  free(memory);
+  if (problem != NULL) {
+    fprintf(stderr, "detector_input: %s\n", problem);
+  }
+  return problem != NULL;
+}

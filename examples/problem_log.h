@@ -1,0 +1,21 @@
+// The library also tells which shortcuts it takes; these programs show only what went wrong.
+#pragma once
+
+#include <cstdio>
+
+#include "tavrine_devkit.h"
+
+namespace tavrine::example {
+
+inline void show_only_problems() {
+  tavrine_log_set_sink(
+      [](void *, int32_t level, const char *, int32_t, const char *text) {
+        constexpr int32_t kWarning = 3;
+        if (level >= kWarning) {
+          std::fputs(text, stderr);
+        }
+      },
+      nullptr);
+}
+
+}  // namespace tavrine::example

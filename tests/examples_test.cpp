@@ -1,0 +1,79 @@
+// The example programs, which check their own results where they can.
+#include "tests/tool_support.h"
+
+namespace tavrine::test {
+namespace {
+
+TEST_F(Tool, ExamplesDoWhatTheyShow) {
+  struct Case {
+    const char *program;
+    const char *arguments;
+    const char *output;
+  };
+  const Case cases[] = {
+      {"align_face", "", "mouth     is red 200, green 40, blue 50\n"},
+      {"align_face", "ramp.png face.png 10 8 20 8 15 20", "mouth     (15.0, 20.0) -> (56.0, 92"},
+      {"detector_input", "", "found at (79.5, 89.5), in the frame (319.5, 359.5)\n"},
+      {"detector_input", "frame.nv12 32 24", "NV12 32x24 in a tensor of 3x320x320, 0.10 frame"},
+      {"batch_regions", "", "region 1 of 128x96: 2.000 pixels per element, red mean +0.003"},
+      {"batch_regions", "ramp.png", "(16, 4) is (8.0, 2.0)\n"},
+  };
+  ASSERT_EQ(run("convert ramp.png frame.nv12").status, 0);
+  for (const Case &test : cases) {
+    SCOPED_TRACE(std::string(test.program) + " " + test.arguments);
+    const Outcome outcome = run_program(test.program, test.arguments);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_NE(outcome.output.find(test.output), std::string::npos) << outcome.output;
+  }
+  EXPECT_EQ(run("info face.png").output.find("face.png: RGB24 112x112"), 0U);
+}
+
+TEST_F(Tool, ExamplesReportFailure) {
+  struct Case {
+    const char *program;
+    const char *arguments;
+    const char *errors;
+  };
+  const Case cases[] = {
+      {"align_face", "none.png face.png 10 8 20 8 15 20", "align_face: no picture\n"},
+      {"align_face", "ramp.png face.gif 10 8 20 8 15 20", "align_face: not saved\n"},
+      {"detector_input", "ramp.rgb 99 99", "detector_input: no frame of that size, or no memory\n"},
+      {"batch_regions", "none.png", "batch_regions: no picture\n"},
+      {"contact_sheet", "sheet.png title none.png nothing", "none.png could not be shown\n"},
+      {"show_tensor", "ramp.png out.png", "ramp.png is no tensor of one or three channels\n"},
+  };
+  for (const Case &test : cases) {
+    SCOPED_TRACE(std::string(test.program) + " " + test.arguments);
+    const Outcome outcome = run_program(test.program, test.arguments);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.errors.find(test.errors), std::string::npos) << outcome.errors;
+  }
+}
+
+// As the demonstration does it, smaller.
+TEST_F(Tool, PicturesTensorsAndContactSheet) {
+  ASSERT_EQ(run_program("draw_picture", "drawn.png 48 36").errors, "");
+  for (const std::string type : {"f32", "u8"}) {
+    // Channels whose smallest and largest elements are 0 and 255 come back as they were.
+    ASSERT_EQ(run("tensor ramp.png t.npy --size 32x24 --color bgr --type " + type).errors, "");
+    ASSERT_EQ(run_program("show_tensor", "t.npy tensor.png bgr").errors, "");
+    ASSERT_EQ(run("convert tensor.png tensor.rgb").errors, "");
+    const std::string shown = read("tensor.rgb");
+    const std::string ramp = read("ramp.rgb");
+    ASSERT_EQ(shown.size(), ramp.size());
+    for (size_t index = 0; index < ramp.size(); ++index) {
+      // The ramp ends at 250, which is shown as 255.
+      ASSERT_NEAR(static_cast<uint8_t>(shown[index]), static_cast<uint8_t>(ramp[index]) * 1.02, 1);
+    }
+  }
+  ASSERT_EQ(run_program("contact_sheet",
+                        "sheet.png 'A sheet' drawn.png 'A caption of several lines, more than fit "
+                        "below a picture, so that the last of them ends in two dots: never seen' "
+                        "ramp.png '' tensor.png one")
+                .errors,
+            "");
+  EXPECT_EQ(run("info sheet.png").output.find("sheet.png: RGB24 1056x"), 0U);
+}
+
+}  // namespace
+}  // namespace tavrine::test

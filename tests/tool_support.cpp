@@ -1,0 +1,66 @@
+#include "tests/tool_support.h"
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace tavrine::test {
+
+namespace fs = std::filesystem;
+
+Tool::Tool() {
+  std::string name = ::testing::TempDir() + "tavrine-tool-XXXXXX";
+  folder_ = mkdtemp(name.data());
+  // A ramp: every pixel differs from its neighbours, so that no mix-up goes unseen.
+  std::string ramp(kWidth * kHeight * 3, '\0');
+  for (size_t index = 0; index < ramp.size(); ++index) {
+    ramp[index] = static_cast<char>(index * 7 % 251);
+  }
+  write("ramp.rgb", ramp);
+  EXPECT_EQ(run("convert --in RGB24:32x24 ramp.rgb ramp.png").status, 0);
+  write("truncated.png", read("ramp.png").substr(0, 200));
+  write("empty.png", "");
+  write("text.png", "this is not a picture\n");
+}
+
+Tool::~Tool() { fs::remove_all(folder_); }
+
+Outcome Tool::run(const std::string &arguments, const std::string &preparation) const {
+  return run_program("tavrine-aux", arguments, preparation);
+}
+
+Outcome Tool::run_program(const std::string &name, const std::string &arguments,
+                          const std::string &preparation) const {
+  const std::string command = "cd '" + folder_ + "' && " + preparation +
+                              TAVRINE_PROGRAMS_EMULATOR " '" TAVRINE_PROGRAMS_FOLDER "/" + name +
+                              "' " + arguments + " >output.txt 2>errors.txt";
+  const int result = std::system(command.c_str());
+  Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, read("output.txt"),
+                  read("errors.txt")};
+  fs::remove(path_of("output.txt"));
+  fs::remove(path_of("errors.txt"));
+  return outcome;
+}
+
+std::string Tool::read(const std::string &name) const {
+  std::ifstream file(path_of(name), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void Tool::write(const std::string &name, const std::string &content) const {
+  std::ofstream(path_of(name), std::ios::binary) << content;
+}
+
+std::vector<std::string> Tool::files() const {
+  std::vector<std::string> names;
+  for (const auto &entry : fs::recursive_directory_iterator(folder_)) {
+    names.push_back(fs::relative(entry.path(), folder_).string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+}  // namespace tavrine::test

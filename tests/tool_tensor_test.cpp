@@ -1,0 +1,201 @@
+// Tensor files that the tool writes.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "tests/tool_support.h"
+
+namespace tavrine::test {
+namespace {
+
+// The elements behind the header, which must describe them.
+std::string elements_of(const std::string &file, const std::string &type,
+                        const std::string &shape) {
+  const size_t header_size =
+      10 + static_cast<uint8_t>(file[8]) + 256 * size_t{static_cast<uint8_t>(file[9])};
+  const std::string header = file.substr(0, header_size);
+  EXPECT_EQ(header.substr(0, 8), std::string("\x93NUMPY\x01\x00", 8));
+  EXPECT_EQ(header_size % 64, 0U);
+  EXPECT_EQ(header.back(), '\n');
+  const std::string description =
+      "{'descr': '" + type + "', 'fortran_order': False, 'shape': (" + shape + "), }";
+  EXPECT_EQ(header.substr(10, header.find_last_not_of(" \n") - 9), description);
+  return file.substr(header_size);
+}
+
+std::string bytes_of(const std::vector<float> &values) {
+  std::string bytes(values.size() * sizeof(float), '\0');
+  std::memcpy(bytes.data(), values.data(), bytes.size());
+  return bytes;
+}
+
+TEST_F(Tool, TensorElementsFollowTheFormula) {
+  struct Case {
+    const char *arguments;
+    bool is_float;
+    std::vector<size_t> channels;  // as bytes of a pixel; none: gray
+    std::array<float, 3> mean, scale;
+  };
+  const Case cases[] = {
+      {"", true, {0, 1, 2}, {0, 0, 0}, {1, 1, 1}},
+      {"--color bgr --mean 124,116,104 --scale 58,57,56 --mode stretch",
+       true,
+       {2, 1, 0},
+       {124, 116, 104},
+       {58, 57, 56}},
+      {"--type u8 --mean 100 --scale 2,0.5,-3", false, {0, 1, 2}, {100, 100, 100}, {2, 0.5F, -3}},
+      {"--color gray --mean 1.5,99,99 --scale 7", true, {}, {1.5F, 0, 0}, {7, 0, 0}},
+      {"--color gray --type u8", false, {}, {0, 0, 0}, {1, 1, 1}},
+  };
+  const std::string ramp = read("ramp.rgb");
+  const auto byte = [&](size_t pixel, size_t c) {
+    return static_cast<uint8_t>(ramp[3 * pixel + c]);
+  };
+  for (const Case &test : cases) {
+    SCOPED_TRACE(test.arguments);
+    const bool is_gray = test.channels.empty();
+    std::vector<float> values;
+    for (size_t c = 0; c < (is_gray ? 1 : 3); ++c) {
+      for (size_t pixel = 0; pixel < kWidth * kHeight; ++pixel) {
+        if (is_gray) {
+          const double sum =
+              0.587 * byte(pixel, 1) + 0.299 * byte(pixel, 0) + 0.114 * byte(pixel, 2);
+          values.push_back(static_cast<float>((sum - test.mean[0]) / test.scale[0]));
+        } else {
+          const size_t color = test.channels[c];
+          values.push_back((byte(pixel, color) - test.mean[color]) * (1 / test.scale[color]));
+        }
+      }
+    }
+    std::string expected = bytes_of(values);
+    if (!test.is_float) {
+      expected.clear();
+      for (const float value : values) {
+        expected += static_cast<char>(value > 0 ? static_cast<uint32_t>(value) : 0);
+      }
+    }
+    ASSERT_EQ(run(std::string("tensor ramp.png out.npy --size 32x24 ") + test.arguments).errors,
+              "");
+    EXPECT_TRUE(elements_of(read("out.npy"), test.is_float ? "<f4" : "|u1",
+                            is_gray ? "1, 1, 24, 32, " : "1, 3, 24, 32, ") == expected);
+  }
+}
+
+TEST_F(Tool, TensorOfYuvTakesItsLuma) {
+  const std::string frame = read("ramp.rgb").substr(0, kWidth * kHeight * 3 / 2);
+  write("frame.nv12", frame);
+  ASSERT_EQ(
+      run("tensor --in NV12:32x24 frame.nv12 out.npy --size 32x24 --color gray --type u8").errors,
+      "");
+  EXPECT_TRUE(elements_of(read("out.npy"), "|u1", "1, 1, 24, 32, ") ==
+              frame.substr(0, kWidth * kHeight));
+  ASSERT_EQ(run("convert --in NV12:32x24 frame.nv12 frame.png").errors, "");
+  ASSERT_EQ(run("tensor --in NV12:32x24 frame.nv12 direct.npy --size 20x20").errors, "");
+  ASSERT_EQ(run("tensor frame.png explicit.npy --size 20x20").errors, "");
+  EXPECT_NE(read("direct.npy"), "");
+  EXPECT_TRUE(read("direct.npy") == read("explicit.npy"));
+}
+
+TEST_F(Tool, TensorOfRegionsIsDefinedInEveryElement) {
+  // As large as an image, reaching outside, and a strip.
+  write("regions.txt", "# faces\n\n 8, 4 ,8,6 # the first\r\n-4,-3,8,6\n\t0,0,32,12\n");
+  const std::string ramp = read("ramp.rgb");
+  struct Case {
+    const char *arguments;
+    std::array<size_t, 3> channels;
+    std::array<uint8_t, 3> padding;
+  };
+  const Case cases[] = {{"--pad 10,20,30", {0, 1, 2}, {10, 20, 30}},
+                        {"--color bgr --pad 10,20,30", {2, 1, 0}, {30, 20, 10}},
+                        {"--pad 7", {0, 1, 2}, {7, 7, 7}}};
+  for (const Case &test : cases) {
+    SCOPED_TRACE(test.arguments);
+    ASSERT_EQ(
+        run(std::string("tensor ramp.png out.npy --size 8x6 --type u8 --regions regions.txt ") +
+            test.arguments)
+            .errors,
+        "");
+    const std::string elements = elements_of(read("out.npy"), "|u1", "3, 3, 6, 8, ");
+    ASSERT_EQ(elements.size(), 3U * 3 * 6 * 8);
+    for (size_t c = 0; c < 3; ++c) {
+      for (size_t y = 0; y < 6; ++y) {
+        for (size_t x = 0; x < 8; ++x) {
+          const auto element = [&](size_t n) { return elements[((n * 3 + c) * 6 + y) * 8 + x]; };
+          const auto pixel = [&](size_t column, size_t row) {
+            return ramp[(row * kWidth + column) * 3 + test.channels[c]];
+          };
+          const auto padding = static_cast<char>(test.padding[c]);
+          ASSERT_EQ(element(0), pixel(x + 8, y + 4)) << c << " " << x << " " << y;
+          ASSERT_EQ(element(1), x < 4 || y < 3 ? padding : pixel(x - 4, y - 3));
+          if (y >= 3) {  // 32x12 fits as 8x3
+            ASSERT_EQ(element(2), padding);
+          }
+        }
+      }
+    }
+  }
+  // Stretched, nothing is left open: padding plays no part.
+  for (const std::string padding : {"1", "2"}) {
+    ASSERT_EQ(run("tensor ramp.png stretched" + padding + ".npy --size 9x20 --mode stretch --pad " +
+                  padding)
+                  .errors,
+              "");
+  }
+  EXPECT_NE(read("stretched1.npy"), "");
+  EXPECT_TRUE(read("stretched1.npy") == read("stretched2.npy"));
+}
+
+TEST_F(Tool, TensorFailuresNameFileAndPlace) {
+  write("kept.npy", "what was there before");
+  struct Case {
+    const char *regions;
+    const char *line;
+  };
+  const Case cases[] = {
+      {"0,0,8,8\n1,2,3\n", "r.txt: line 2: '1,2,3' is not X,Y,WIDTH,HEIGHT"},
+      {"# one\n\n0,0,8,8.5\n", "r.txt: line 3: '0,0,8,8.5' is not"},
+      {"0,0,8,8 9\n", "r.txt: line 1: '0,0,8,8 9' is not"},
+      {"0,0,8,0\n", "r.txt: line 1: sizes must be positive"},
+      {"0,0,8,8\n\n32,0,8,8", "r.txt: line 3: the area lies outside the picture of 32x24"},
+      {"0,-8,8,8", "r.txt: line 1: the area lies outside the picture of 32x24"},
+      {"# none\n", "r.txt: read regions: there are none"},
+  };
+  for (const Case &test : cases) {
+    SCOPED_TRACE(test.regions);
+    write("r.txt", test.regions);
+    const Outcome outcome = run("tensor ramp.png kept.npy --size 8x8 --regions r.txt");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors.find(std::string("tavrine-aux: ") + test.line), 0U) << outcome.errors;
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+  }
+  struct Refusal {
+    const char *arguments;
+    const char *line;
+  };
+  const Refusal refusals[] = {
+      {"ramp.png kept.npy --size 8x8 --regions none.txt",
+       "none.txt: read regions: No such file or directory"},
+      {"ramp.png kept.npy --size 8x8 --regions .", ".: read regions: Is a directory"},
+      {"--in BGRA:2x1 eight.bgra kept.npy --size 8x8",
+       "eight.bgra: convert to RGB24: BGRA cannot be converted"},
+      {"ramp.png kept.npy --size 40000x40000",
+       "ramp.png: tensor: no memory for 1 images of 40000x40000"},
+      {"ramp.png missing/new.npy --size 8x8", "missing/new.npy: save: No such file or directory"},
+  };
+  write("eight.bgra", "12345678");
+  const std::vector<std::string> before = files();
+  for (const Refusal &test : refusals) {
+    SCOPED_TRACE(test.arguments);
+    const Outcome outcome = run(std::string("tensor ") + test.arguments);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors.find(std::string("tavrine-aux: ") + test.line), 0U) << outcome.errors;
+  }
+  const Outcome full = run("tensor ramp.png kept.npy --size 64x64", "ulimit -f 8; trap '' XFSZ; ");
+  EXPECT_EQ(full.status, 1);
+  EXPECT_EQ(full.errors, "tavrine-aux: kept.npy: save: File too large\n");
+  EXPECT_EQ(files(), before);
+  EXPECT_EQ(read("kept.npy"), "what was there before");
+}
+
+}  // namespace
+}  // namespace tavrine::test

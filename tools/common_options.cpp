@@ -1,0 +1,43 @@
+#include "common_options.h"
+
+#include "failure.h"
+
+namespace tavrine::tool {
+
+CLI::App *add_command(CLI::App &app, const char *name, const char *description, Texts &texts,
+                      const char *verbose_help) {
+  CLI::App *command = app.add_subcommand(name, description);
+  command->add_flag("-v,--verbose", texts.verbose, verbose_help);
+  return command;
+}
+
+void add_in_and_out(CLI::App *command, Texts &texts, const char *names, const char *description) {
+  command->add_option(names, texts.paths, description)->required()->expected(2);
+}
+
+void add_layout_option(CLI::App *command, Texts &texts) {
+  command
+      ->add_option("--in", texts.layout,
+                   "The inputs are raw frames of this format and size, like NV12:1920x1080")
+      ->option_text("FORMAT:WIDTHxHEIGHT");
+}
+
+void add_device_option(CLI::App *command, Texts &texts) {
+  command->add_flag("--device", texts.on_device,
+                    "Work in device memory: the image engine first, the CPU for what it declines; "
+                    "-v tells who did what");
+}
+
+std::optional<RawLayout> layout_of(const Texts &texts) {
+  return texts.layout.empty() ? std::nullopt : std::make_optional(parse_raw_layout(texts.layout));
+}
+
+Size size_of_option(const std::string &option, const std::string &value) {
+  const auto size = parse_size(value);
+  if (!size || size->width <= 0 || size->height <= 0) {
+    throw UsageError(option + ": '" + value + "' is not WIDTHxHEIGHT, like 112x112");
+  }
+  return *size;
+}
+
+}  // namespace tavrine::tool
