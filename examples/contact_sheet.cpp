@@ -136,7 +136,7 @@ bool fill_cell(const Frame &sheet, int32_t x, int32_t y, const char *path,
     return false;
   }
   const std::string name = path;
-  const size_t letters = static_cast<size_t>(kPictureWidth / letter_width(kTextScale));
+  const auto letters = static_cast<size_t>(kPictureWidth / letter_width(kTextScale));
   y += kPictureHeight + 10;
   write_line(sheet, x, y, wrapped(name.substr(name.rfind('/') + 1), letters, 1).at(0), kTextScale,
              kBright);
