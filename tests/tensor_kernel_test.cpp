@@ -1,0 +1,162 @@
+// Fills on every instruction set, held against their definition bit by bit.
+#include "host/kernels/tensor.h"
+#include "host/kernels/tensor_scalar.h"
+#include "tests/kernel_support.h"
+
+namespace tavrine::test {
+namespace {
+
+// What vectors cannot do: results next to zero, without bounds, or beyond 32 bits; reciprocals
+// and means next to zero; and what they can only do in parts.
+const ChannelNormalization kNormalizations[] = {
+    {0, 1, 0},
+    {-0.0F, 1, 7},
+    {123.675F, 58.395F, -2.5F},
+    {127.5F, 127.5F, 1},
+    {127, 57.12F, 300},
+    {104, -0.25F, 2},
+    {0, 255, 0.5F},
+    {116.28F, 1e37F, 1},
+    {3, 3e38F, 1},
+    {1e-39F, 1e-30F, 1e-39F},
+    {255, 1e-39F, 1},
+    {0.5F, 0, 1},
+    {INFINITY, 1, 4294967040.0F},
+    {NAN, 2, 1},
+    {1, NAN, 1},
+    {-2147483392.0F, 1, 1},
+    {-7.5F, 1e-8F, 1e20F},
+    {0, 0.001F, 0},
+};
+
+template <typename Element>
+using Fill = void (*)(const PlaneView &pixels, const ChannelNormalization channels[3],
+                      const ElementPlanes<Element> &image);
+template <typename Element>
+using Define = Element (*)(const uint8_t *pixel, int32_t channel,
+                           const ChannelNormalization channels[3]);
+
+template <typename Element>
+struct Kernel {
+  int32_t source_channels;
+  int32_t image_channels;
+  Fill<Element> fill;
+  Define<Element> define;
+};
+
+template <typename Element, int32_t kFirst>
+constexpr Kernel<Element> color_kernel() {
+  return {3, 3,
+          [](const PlaneView &pixels, const ChannelNormalization channels[3],
+             const ElementPlanes<Element> &image) {
+            constexpr int32_t kBytes[3] = {kFirst, 1, 2 - kFirst};
+            fill_color(pixels, kBytes, channels, image);
+          },
+          [](const uint8_t *pixel, int32_t channel, const ChannelNormalization channels[3]) {
+            const int32_t byte = kFirst == 0 ? channel : 2 - channel;
+            return scalar::color_element<Element>(pixel[byte], channels[channel]);
+          }};
+}
+
+template <typename Element, ByteOrder kOrder>
+constexpr Kernel<Element> weighted_kernel() {
+  return {3, 1,
+          [](const PlaneView &pixels, const ChannelNormalization channels[3],
+             const ElementPlanes<Element> &image) {
+            fill_weighted_grey(pixels, kOrder, channels[0], image);
+          },
+          [](const uint8_t *pixel, int32_t, const ChannelNormalization channels[3]) {
+            return scalar::weighted_element<Element>(pixel[red_byte(kOrder)], pixel[1],
+                                                     pixel[blue_byte(kOrder)], channels[0]);
+          }};
+}
+
+template <typename Element>
+void expect_definition(const Kernel<Element> &kernel, int32_t columns, int32_t image_columns,
+                       const ChannelNormalization channels[3], std::mt19937 &random) {
+  constexpr int32_t kRows = 2;
+  constexpr int32_t kImageRows = 3;
+  constexpr auto kSize = static_cast<int32_t>(sizeof(Element));
+  GuardedPlane in(columns, kRows, kernel.source_channels, 5);
+  in.fill(random);
+  if (columns >= 256) {  // every byte
+    for (int64_t i = 0; i < in.view().row_bytes(); ++i) {
+      in.view().row(0)[i] = static_cast<uint8_t>(i / kernel.source_channels);
+    }
+  }
+  GuardedPlane out(image_columns, kImageRows * kernel.image_channels, kSize, 3 * kSize);
+  const ptrdiff_t stride = out.view().step / kSize;
+  const ElementPlanes<Element> image = {reinterpret_cast<Element *>(out.view().data), image_columns,
+                                        kImageRows, stride, stride * kImageRows};
+  std::vector<Element> expected;
+  for (int32_t row = 0; row < kImageRows * kernel.image_channels; ++row) {
+    const int32_t channel = row / kImageRows;
+    const int32_t y = row % kImageRows;
+    for (int32_t x = 0; x < image_columns; ++x) {
+      expected.push_back(
+          y < kRows && x < columns
+              ? kernel.define(in.view().row(y) + x * kernel.source_channels, channel, channels)
+              : scalar::to_element<Element>(channels[channel].padding));
+    }
+  }
+  kernel.fill(in.view(), channels, image);
+  const std::vector<uint8_t> bytes = out.pixels();
+  ASSERT_EQ(bytes.size(), expected.size() * kSize);
+  for (size_t i = 0; std::memcmp(bytes.data(), expected.data(), bytes.size()) != 0; ++i) {
+    ASSERT_EQ(std::memcmp(bytes.data() + i * kSize, &expected[i], kSize), 0)
+        << "element " << i << " of columns " << columns << " in " << image_columns << ": not "
+        << +expected[i];
+  }
+  ASSERT_TRUE(out.margins_unharmed());
+}
+
+template <typename Element>
+void expect_definitions() {
+  const Kernel<Element> kernels[] = {
+      color_kernel<Element, 0>(),
+      color_kernel<Element, 2>(),
+      {1, 1,
+       [](const PlaneView &pixels, const ChannelNormalization channels[3],
+          const ElementPlanes<Element> &image) { fill_grey(pixels, channels[0], image); },
+       [](const uint8_t *pixel, int32_t, const ChannelNormalization channels[3]) {
+         return scalar::grey_element<Element>(*pixel, channels[0]);
+       }},
+      weighted_kernel<Element, ByteOrder::kRedFirst>(),
+      weighted_kernel<Element, ByteOrder::kBlueFirst>(),
+  };
+  constexpr size_t kCount = std::size(kNormalizations);
+  std::mt19937 random(9);
+  for (const Kernel<Element> &kernel : kernels) {
+    for (size_t i = 0; i < kCount; ++i) {
+      SCOPED_TRACE("kernel " + std::to_string(&kernel - kernels) + " normalization " +
+                   std::to_string(i));
+      for (const size_t other : {i, (i + 1) % kCount}) {
+        const ChannelNormalization channels[3] = {kNormalizations[i], kNormalizations[other],
+                                                  kNormalizations[i]};
+        expect_definition(kernel, 300, 300, channels, random);
+        expect_definition(kernel, 40, 43, channels, random);
+      }
+      if (i < 5) {
+        for (const int32_t columns : widths_to_try()) {
+          const ChannelNormalization channels[3] = {kNormalizations[i], kNormalizations[2],
+                                                    kNormalizations[4]};
+          expect_definition(kernel, columns, columns, channels, random);
+          expect_definition(kernel, columns, 33, channels, random);
+        }
+      }
+      if (::testing::Test::HasFatalFailure()) {
+        return;
+      }
+    }
+  }
+}
+
+TEST(TensorKernels, EqualTheirDefinition) {
+  on_every_target([] {
+    expect_definitions<float>();
+    expect_definitions<uint8_t>();
+  });
+}
+
+}  // namespace
+}  // namespace tavrine::test
