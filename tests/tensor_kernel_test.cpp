@@ -1,5 +1,8 @@
 // Fills on every instruction set, held against their definition bit by bit.
 #include "host/kernels/tensor.h"
+
+#include <cmath>
+
 #include "host/kernels/tensor_scalar.h"
 #include "tests/kernel_support.h"
 

@@ -1,7 +1,6 @@
 #include "host/kernels/tensor.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <type_traits>
 
@@ -70,9 +69,14 @@ void repeat(Element value, int32_t columns, Element *out) {
 #if TAVRINE_HAS_VECTORS
   const hn::ScalableTag<Element> d;
   const auto lanes = static_cast<int32_t>(hn::Lanes(d));
-  if (columns >= lanes) {
+  if (columns >= 4 * lanes) {
     const auto values = hn::Set(d, value);
-    cover_row(columns, lanes, [&](int32_t x) { hn::StoreU(values, d, out + x); });
+    cover_row(columns, 4 * lanes, [&](int32_t x) {
+      hn::StoreU(values, d, out + x);
+      hn::StoreU(values, d, out + x + lanes);
+      hn::StoreU(values, d, out + x + 2 * lanes);
+      hn::StoreU(values, d, out + x + 3 * lanes);
+    });
     return;
   }
 #endif
@@ -193,23 +197,6 @@ void fill_grey_rows(const PlaneView &pixels, const ChannelNormalization &channel
   });
 }
 
-#if !TAVRINE_IS_X86
-// The products of every byte, so that a pixel costs two sums, a difference and a quotient.
-struct WeightedBytes {
-  double green[256];
-  double red[256];
-  double blue[256];
-
-  WeightedBytes() {
-    for (int32_t byte = 0; byte < 256; ++byte) {
-      green[byte] = 0.587 * byte;
-      red[byte] = 0.299 * byte;
-      blue[byte] = 0.114 * byte;
-    }
-  }
-};
-#endif
-
 template <typename Element>
 void fill_weighted_grey_rows(const PlaneView &pixels, ByteOrder order,
                              const ChannelNormalization &channel,
@@ -238,30 +225,12 @@ void fill_weighted_grey_rows(const PlaneView &pixels, ByteOrder order,
     });
     return;
   }
-  fill([&](const uint8_t *row, int32_t columns, Element *out) {
+#endif
+  fill([red, of = channel](const uint8_t *row, int32_t columns, Element *out) {
     for (int32_t x = 0; x < columns; ++x, row += 3) {
-      out[x] = scalar::weighted_element<Element>(row[red], row[1], row[2 - red], channel);
+      out[x] = scalar::weighted_element<Element>(row[red], row[1], row[2 - red], of);
     }
   });
-#else
-  const WeightedBytes products;
-  const double mean = channel.mean;
-  const double scale = channel.scale;
-  const auto fill_with = [&](auto divide) {
-    fill([&](const uint8_t *row, int32_t columns, Element *out) {
-      for (int32_t x = 0; x < columns; ++x, row += 3) {
-        const double grey =
-            products.green[row[1]] + products.red[row[red]] + products.blue[row[2 - red]];
-        out[x] = scalar::to_element<Element>(divide(grey - mean));
-      }
-    });
-  };
-  if (channel.scale == 1.0F) {
-    fill_with([](double grey) { return grey; });
-  } else {
-    fill_with([scale](double grey) { return grey / scale; });
-  }
-#endif
 }
 
 void fill_color_floats(const PlaneView &pixels, const int32_t bytes[3],
