@@ -89,8 +89,9 @@ void expect_definition(const Kernel<Element> &kernel, int32_t columns, int32_t i
   }
   GuardedPlane out(image_columns, kImageRows * kernel.image_channels, kSize, 3 * kSize);
   const ptrdiff_t stride = out.view().step / kSize;
-  const ElementPlanes<Element> image = {reinterpret_cast<Element *>(out.view().data), image_columns,
-                                        kImageRows, stride, stride * kImageRows};
+  const ElementPlanes<Element> image = {
+      static_cast<Element *>(static_cast<void *>(out.view().data)), image_columns, kImageRows,
+      stride, stride * kImageRows};
   std::vector<Element> expected;
   for (int32_t row = 0; row < kImageRows * kernel.image_channels; ++row) {
     const int32_t channel = row / kImageRows;
