@@ -47,7 +47,7 @@ Operation parse_crop(const std::string &value) {
     throw UsageError("--crop: '" + value + "' is not X,Y,WIDTH,HEIGHT, like 100,50,640,480");
   }
   const auto explain = [area = *area](const tavrine_frame_t &in, int32_t) -> std::string {
-    const std::string problem = explain_area(in, area);
+    std::string problem = explain_area(in, area);
     if (!problem.empty()) {
       return problem;
     }
