@@ -17,6 +17,15 @@ constexpr int32_t truncate_to_int32(double value) {
   return static_cast<int32_t>(value);
 }
 
+// The same, without a detour through double precision.
+constexpr int32_t truncate_to_int32(float value) {
+  constexpr float kEnd = 2147483648.0F;
+  if (!(value > -kEnd)) {
+    return value != value ? 0 : std::numeric_limits<int32_t>::min();
+  }
+  return value >= kEnd ? std::numeric_limits<int32_t>::max() : static_cast<int32_t>(value);
+}
+
 // The same without a sign: what is below 0 becomes 0.
 constexpr uint32_t truncate_to_uint32(double value) {
   if (!(value > 0)) {

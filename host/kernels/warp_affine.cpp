@@ -1,217 +1,243 @@
 #include "host/kernels/warp_affine.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "host/kernels/warp_affine.cpp"
+#include <hwy/foreach_target.h>  // compiles this file for every instruction set
+// After foreach_target:
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "core/allocate.h"
-#include "core/numeric.h"
+#include "host/kernels/warp_affine_scalar.h"
+#include "host/kernels/warp_affine_step-inl.h"
 
+HWY_BEFORE_NAMESPACE();
+namespace tavrine {
+namespace HWY_NAMESPACE {
+namespace {
+
+void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
+  int32_t x = 0;
+#if TAVRINE_HAS_VECTORS
+  const Ints d;
+  const hn::RebindToFloat<Ints> df;
+  const auto lanes = static_cast<int32_t>(hn::Lanes(d));
+  const auto from_here_on_whole = hn::Set(df, 8388608.0F);
+  for (; x <= columns - lanes; x += lanes) {
+    const auto column = hn::ConvertTo(df, hn::Iota(d, x));
+    const auto value =
+        hn::Mul(hn::Mul(column, hn::Set(df, coefficient)), hn::Set(df, scalar::kPositionScale));
+    // What is added and taken away leaves no room for a fraction.
+    const auto size = hn::Abs(value);
+    const auto rounded = hn::Sub(hn::Add(size, from_here_on_whole), from_here_on_whole);
+    const auto nearest =
+        hn::IfThenElse(hn::Lt(size, from_here_on_whole), hn::CopySignToAbs(rounded, value), value);
+    const auto is_number = hn::RebindMask(d, hn::Eq(value, value));
+    hn::StoreU(hn::IfThenElseZero(is_number, hn::ConvertTo(d, nearest)), d, offsets + x);
+  }
+#endif
+  for (; x < columns; ++x) {
+    offsets[x] = scalar::column_offset(coefficient, x);
+  }
+}
+
+#if TAVRINE_HAS_VECTORS
+
+// Destination columns from `first` to before `last`.
+struct Run {
+  int32_t first;
+  int32_t last;
+};
+
+// The columns of a run whose positions lie from `low` to before `high`. Offsets rise or fall, and
+// positions do not wrap.
+Run columns_between(const int32_t *offsets, int32_t start, Run run, int32_t low, int32_t high) {
+  if (run.first >= run.last) {
+    return {run.first, run.first};
+  }
+  const int32_t left = start + offsets[run.first];
+  const int32_t right = start + offsets[run.last - 1];
+  if (std::min(left, right) >= low && std::max(left, right) < high) {
+    return run;
+  }
+  const bool rises = left <= right;
+  const auto comes_before = [=](int32_t offset) {
+    return rises ? start + offset < low : start + offset >= high;
+  };
+  const auto has_not_passed = [=](int32_t offset) {
+    return rises ? start + offset < high : start + offset >= low;
+  };
+  const int32_t *end = offsets + run.last;
+  const int32_t *first = std::partition_point(offsets + run.first, end, comes_before);
+  const int32_t *last = std::partition_point(first, end, has_not_passed);
+  return {static_cast<int32_t>(first - offsets), static_cast<int32_t>(last - offsets)};
+}
+
+#endif  // TAVRINE_HAS_VECTORS
+
+template <int kChannels, Border kBorder>
+class Warp {
+ public:
+  Warp(const PlaneView &source, const int32_t *x_offsets, const int32_t *y_offsets,
+       const PlaneView &destination)
+      : source_(source), x_offsets_(x_offsets), y_offsets_(y_offsets), destination_(destination) {}
+
+  void run(const AffineMatrix &matrix) const {
+    for (int32_t y = 0; y < destination_.rows; ++y) {
+      warp_row(scalar::row_offset(matrix, y), destination_.row(y));
+    }
+  }
+
+ private:
+  void by_definition(scalar::Offset start, int32_t first, int32_t last, uint8_t *row) const {
+    scalar::warp_pixels<kChannels, kBorder>(source_, start, x_offsets_ + first, y_offsets_ + first,
+                                            last - first,
+                                            row + static_cast<ptrdiff_t>(first) * kChannels);
+  }
+
+#if !TAVRINE_HAS_VECTORS
+  void warp_row(scalar::Offset start, uint8_t *row) const {
+    by_definition(start, 0, destination_.columns, row);
+  }
+#else
+  void warp_row(scalar::Offset start, uint8_t *row) const {
+    const Run all = {0, destination_.columns};
+    if (!has_plain_size() || wraps(start.x, x_offsets_) || wraps(start.y, y_offsets_)) {
+      by_definition(start, all.first, all.last, row);
+      return;
+    }
+    constexpr bool kHasZeros = kBorder == Border::kZero;
+    const Run near = kHasZeros ? run_between(start, all, -1, source_.columns, source_.rows) : all;
+    const Run inside = run_between(
+        start, near, 0, source_.columns - 1 - kColumnsSeenBeyond<kChannels>, source_.rows - 1);
+    fill_zero(all.first, near.first, row);
+    warp_edge(start, {near.first, inside.first}, row);
+    warp_run<false>(start, inside, row);
+    warp_edge(start, {inside.last, near.last}, row);
+    fill_zero(near.last, all.last, row);
+  }
+
+  // Then positions outside may be saturated or not, and offsets of source pixels fit 32 bits.
+  bool has_plain_size() const {
+    constexpr int32_t kLimit = std::numeric_limits<int16_t>::max();
+    return source_.columns >= 2 && source_.rows >= 2 && source_.columns <= kLimit &&
+           source_.rows <= kLimit &&
+           source_.step <= std::numeric_limits<int32_t>::max() / source_.rows;
+  }
+
+  // Offsets rise or fall, so that the ends tell.
+  bool wraps(int32_t start, const int32_t *offsets) const {
+    const auto does = [start](int32_t offset) {
+      const int64_t sum = static_cast<int64_t>(start) + offset;
+      return sum != static_cast<int32_t>(sum);
+    };
+    return does(offsets[0]) || does(offsets[destination_.columns - 1]);
+  }
+
+  // The part of a run whose pixels lie from `low` to before the ends given.
+  Run run_between(scalar::Offset start, Run run, int32_t low, int32_t column_end,
+                  int32_t row_end) const {
+    constexpr int32_t kPixel = 1 << scalar::kPositionBits;
+    const Run across = columns_between(x_offsets_, start.x, run, low * kPixel, column_end * kPixel);
+    return columns_between(y_offsets_, start.y, across, low * kPixel, row_end * kPixel);
+  }
+
+  static void fill_zero(int32_t first, int32_t last, uint8_t *row) {
+    std::memset(row + static_cast<ptrdiff_t>(first) * kChannels, 0,
+                static_cast<size_t>(last - first) * kChannels);
+  }
+
+  // Pixels with neighbours inside and outside.
+  void warp_edge(scalar::Offset start, Run run, uint8_t *row) const {
+    if constexpr (kBorder == Border::kNearestEdge && kCanClamp<kChannels>) {
+      warp_run<true>(start, run, row);
+    } else {
+      by_definition(start, run.first, run.last, row);
+    }
+  }
+
+  template <bool kClamps>
+  void warp_run(scalar::Offset start, Run run, uint8_t *row) const {
+    if (run.last - run.first < kPixelsInWarpStep) {
+      by_definition(start, run.first, run.last, row);
+      return;
+    }
+    const PlaneView source = source_;  // pixels do not change a copy
+    const int32_t *const x_offsets = x_offsets_;
+    const int32_t *const y_offsets = y_offsets_;
+    const auto step = [&](int32_t x) {
+      warp_step<kChannels, kClamps>(source, start, x_offsets + x, y_offsets + x,
+                                    row + static_cast<ptrdiff_t>(x) * kChannels);
+    };
+    int32_t x = run.first;
+    for (; x <= run.last - kPixelsInWarpStep; x += kPixelsInWarpStep) {
+      step(x);
+    }
+    if (x != run.last) {  // the last step overlaps the one before
+      step(run.last - kPixelsInWarpStep);
+    }
+  }
+#endif
+
+  const PlaneView &source_;
+  const int32_t *x_offsets_;
+  const int32_t *y_offsets_;
+  const PlaneView &destination_;
+};
+
+template <Border kBorder>
+void warp_channels(const PlaneView &source, const AffineMatrix &matrix, const int32_t *x_offsets,
+                   const int32_t *y_offsets, const PlaneView &destination) {
+  switch (source.channels) {
+    case 1:
+      return Warp<1, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
+    case 2:
+      return Warp<2, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
+    case 3:
+      return Warp<3, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
+    default:
+      return Warp<4, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
+  }
+}
+
+// Fills the offsets of the destination's columns, too.
+void warp(const PlaneView &source, const AffineMatrix &matrix, Border border, int32_t *x_offsets,
+          int32_t *y_offsets, const PlaneView &destination) {
+  column_offsets(matrix.a, destination.columns, x_offsets);
+  column_offsets(matrix.d, destination.columns, y_offsets);
+  const auto warp_it =
+      border == Border::kZero ? warp_channels<Border::kZero> : warp_channels<Border::kNearestEdge>;
+  warp_it(source, matrix, x_offsets, y_offsets, destination);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace tavrine
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace tavrine {
 namespace {
 
-constexpr int32_t kPositionBits = 10;
-constexpr float kPositionScale = 1 << kPositionBits;
-constexpr int32_t kStepBits = 5;
-constexpr int32_t kSteps = 1 << kStepBits;
-constexpr int32_t kHalfStep = 1 << (kPositionBits - kStepBits - 1);
-constexpr int32_t kWeightBits = 15;
-constexpr int32_t kWeightHalf = 1 << (kWeightBits - 1);
-
-// Of the samples at the upper left, upper right, lower left and lower right.
-struct Weights {
-  int16_t w0, w1, w2, w3;
-};
-
-// Not normalised: 16 bits hold 32767 instead of the one, which rounding makes good.
-constexpr int16_t make_weight(int32_t horizontal, int32_t vertical) {
-  constexpr int32_t kUnit = (1 << kWeightBits) / (kSteps * kSteps);
-  const int32_t weight = horizontal * vertical * kUnit;
-  constexpr int32_t kLimit = std::numeric_limits<int16_t>::max();
-  return static_cast<int16_t>(weight < kLimit ? weight : kLimit);
-}
-
-constexpr std::array<Weights, kSteps * kSteps> make_weights() {
-  std::array<Weights, kSteps * kSteps> table{};
-  size_t next = 0;
-  for (int32_t v = 0; v < kSteps; ++v) {
-    for (int32_t u = 0; u < kSteps; ++u) {
-      table[next++] = {make_weight(kSteps - u, kSteps - v), make_weight(u, kSteps - v),
-                       make_weight(kSteps - u, v), make_weight(u, v)};
-    }
-  }
-  return table;
-}
-
-constexpr std::array<Weights, kSteps *kSteps> kWeights = make_weights();
-
-// Destination pixels are done in blocks, whose positions are settled before pixels are touched.
-constexpr int32_t kBlockPixels = 4096;
-
-struct BlockSize {
-  int32_t columns;
-  int32_t rows;
-};
-
-// Blocks that are no wider than this keep the source rows of a turned picture in the cache.
-BlockSize block_size(const PlaneView &destination) {
-  constexpr int32_t kColumns = 128;
-  constexpr int32_t kFewRows = 31;
-  const int32_t columns =
-      std::min(destination.columns,
-               destination.rows > kFewRows ? kColumns : kBlockPixels / destination.rows);
-  return {columns, std::min(kBlockPixels / columns, destination.rows)};
-}
-
-struct BlockPositions {
-  int16_t columns[kBlockPixels];
-  int16_t rows[kBlockPixels];
-  uint16_t weights[kBlockPixels];
-};
-
-// What destination columns and rows add to a position. Sums wrap, as they do on the camera.
-struct Offset {
-  uint32_t x;
-  uint32_t y;
-};
-
-uint32_t wrapping(float position) { return static_cast<uint32_t>(truncate_to_int32(position)); }
-
-Offset column_offset(const AffineMatrix &matrix, int32_t column) {
-  const auto x = static_cast<float>(column);
-  return {wrapping(std::rint(x * matrix.a * kPositionScale)),
-          wrapping(std::rint(x * matrix.d * kPositionScale))};
-}
-
-Offset row_offset(const AffineMatrix &matrix, int32_t row) {
-  const auto y = static_cast<float>(row);
-  return {wrapping((matrix.b * y + matrix.c) * kPositionScale) + kHalfStep,
-          wrapping((matrix.e * y + matrix.f) * kPositionScale) + kHalfStep};
-}
-
-int16_t whole_pixels(uint32_t position) {
-  const int32_t pixels = static_cast<int32_t>(position) >> kPositionBits;
-  return static_cast<int16_t>(std::clamp<int32_t>(pixels, std::numeric_limits<int16_t>::min(),
-                                                  std::numeric_limits<int16_t>::max()));
-}
-
-uint32_t step_of(uint32_t position) {
-  return (position >> (kPositionBits - kStepBits)) & (kSteps - 1);
-}
-
-void settle_row(const Offset &row, const Offset *columns, int32_t count, int32_t first,
-                BlockPositions &positions) {
-  for (int32_t i = 0; i < count; ++i) {
-    const uint32_t x = row.x + columns[i].x;
-    const uint32_t y = row.y + columns[i].y;
-    positions.columns[first + i] = whole_pixels(x);
-    positions.rows[first + i] = whole_pixels(y);
-    positions.weights[first + i] = static_cast<uint16_t>(step_of(y) * kSteps + step_of(x));
-  }
-}
-
-// The weights' sum is at most 32768, so the result needs no saturation, and a sum in single
-// precision would be this one: all its terms are integers below 2^24.
-template <int kChannels>
-void blend(const uint8_t *p00, const uint8_t *p01, const uint8_t *p10, const uint8_t *p11,
-           Weights weights, uint8_t *out) {
-  for (int channel = 0; channel < kChannels; ++channel) {
-    const int32_t sum = weights.w0 * p00[channel] + weights.w1 * p01[channel] +
-                        weights.w2 * p10[channel] + weights.w3 * p11[channel];
-    out[channel] = static_cast<uint8_t>((sum + kWeightHalf) >> kWeightBits);
-  }
-}
-
-template <int kChannels, Border kBorder>
-const uint8_t *sample(const PlaneView &source, int32_t column, int32_t row) {
-  static constexpr uint8_t kZero[kChannels] = {};
-  if constexpr (kBorder == Border::kNearestEdge) {
-    column = std::clamp(column, 0, source.columns - 1);
-    row = std::clamp(row, 0, source.rows - 1);
-  } else if (column < 0 || column >= source.columns || row < 0 || row >= source.rows) {
-    return kZero;
-  }
-  return source.row(row) + static_cast<ptrdiff_t>(column) * kChannels;
-}
-
-// Arguments by value, so that the compiler knows that pixels do not change them.
-template <int kChannels, Border kBorder>
-void blend_row(PlaneView source, const BlockPositions &positions, int32_t first, int32_t count,
-               uint8_t *out) {
-  for (int32_t i = first; i < first + count; ++i) {
-    const int32_t column = positions.columns[i];
-    const int32_t row = positions.rows[i];
-    const Weights weights = kWeights[positions.weights[i]];
-    if (column >= 0 && column < source.columns - 1 && row >= 0 && row < source.rows - 1) {
-      const uint8_t *upper = source.row(row) + static_cast<ptrdiff_t>(column) * kChannels;
-      const uint8_t *lower = upper + source.step;
-      blend<kChannels>(upper, upper + kChannels, lower, lower + kChannels, weights, out);
-    } else {
-      const auto at = sample<kChannels, kBorder>;
-      blend<kChannels>(at(source, column, row), at(source, column + 1, row),
-                       at(source, column, row + 1), at(source, column + 1, row + 1), weights, out);
-    }
-    out += kChannels;
-  }
-}
-
-template <int kChannels, Border kBorder>
-void warp_blocks(const PlaneView &source, const AffineMatrix &matrix, const Offset *columns,
-                 const PlaneView &destination) {
-  BlockPositions positions;
-  const BlockSize block = block_size(destination);
-  for (int32_t top = 0, rows; top < destination.rows; top += rows) {
-    rows = std::min(block.rows, destination.rows - top);
-    for (int32_t left = 0, count; left < destination.columns; left += count) {
-      count = std::min(block.columns, destination.columns - left);
-      for (int32_t y = 0; y < rows; ++y) {
-        settle_row(row_offset(matrix, top + y), columns + left, count, y * count, positions);
-      }
-      for (int32_t y = 0; y < rows; ++y) {
-        blend_row<kChannels, kBorder>(
-            source, positions, y * count, count,
-            destination.row(top + y) + static_cast<ptrdiff_t>(left) * kChannels);
-      }
-    }
-  }
-}
-
-template <Border kBorder>
-auto warp_for(int32_t channels) -> decltype(&warp_blocks<1, kBorder>) {
-  switch (channels) {
-    case 1:
-      return warp_blocks<1, kBorder>;
-    case 2:
-      return warp_blocks<2, kBorder>;
-    case 3:
-      return warp_blocks<3, kBorder>;
-    case 4:
-      return warp_blocks<4, kBorder>;
-    default:
-      return nullptr;
-  }
-}
+HWY_EXPORT(warp);
 
 }  // namespace
 
 bool warp_affine(const PlaneView &source, const AffineMatrix &matrix, Border border,
                  const PlaneView &destination) {
-  const auto warp = border == Border::kZero ? warp_for<Border::kZero>(source.channels)
-                                            : warp_for<Border::kNearestEdge>(source.channels);
   if (!source.is_usable() || !destination.is_usable() || source.channels != destination.channels ||
-      warp == nullptr) {
+      source.channels < 1 || source.channels > 4) {
     return false;
   }
-  const auto columns = allocate<Offset>(destination.columns);
-  if (!columns) {
+  const auto offsets = allocate<int32_t>(2 * static_cast<int64_t>(destination.columns));
+  if (!offsets) {
     return false;
   }
-  for (int32_t x = 0; x < destination.columns; ++x) {
-    columns[static_cast<size_t>(x)] = column_offset(matrix, x);
-  }
-  warp(source, matrix, columns.get(), destination);
+  HWY_DYNAMIC_DISPATCH(warp)
+  (source, matrix, border, offsets.get(), offsets.get() + destination.columns, destination);
   return true;
 }
 
 }  // namespace tavrine
+#endif

@@ -8,8 +8,10 @@
 //   Y = round(x d 1024) + trunc((e y + f) 1024) + 16
 //
 // with ties to even, so that a column costs one addition. X >> 10 and Y >> 10, saturated to 16
-// bits, choose the upper left of four samples; the five bits below choose among 32 x 32 sets of
-// weights in 1/32768, and the sum is rounded: (w0 p00 + w1 p01 + w2 p10 + w3 p11 + 16384) >> 15.
+// bits, choose the upper left of four samples; the five bits below, u and v, weigh them, and the
+// sum is rounded:
+//
+//   ((32 - v) ((32 - u) p00 + u p01) + v ((32 - u) p10 + u p11) + 512) >> 10
 #pragma once
 
 #include "host/kernels/plane_view.h"
@@ -31,8 +33,8 @@ constexpr AffineMatrix at_half_size(const AffineMatrix &matrix) {
 enum class Border { kZero, kNearestEdge };
 
 // Planes of 1 to 4 channels; every destination pixel is written. Any matrix is safe. False, with
-// nothing written, when a view is unusable, the channels differ or memory ran out. Needs 24 KiB
-// of stack.
+// nothing written, when a view is unusable, the channels differ or memory ran out. Needs eight
+// bytes for each destination column.
 bool warp_affine(const PlaneView &source, const AffineMatrix &matrix, Border border,
                  const PlaneView &destination);
 
