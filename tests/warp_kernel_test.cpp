@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "host/kernels/warp_affine_scalar.h"
+#include "host/kernels/warp_perspective_scalar.h"
 #include "tests/kernel_support.h"
 
 namespace tavrine::test {
@@ -39,6 +40,25 @@ class WarpKernels : public ::testing::Test {
       values[random_() % 6] = kOddValues[random_() % std::size(kOddValues)];
     }
     return {values[0], values[1], values[2], values[3], values[4], values[5]};
+  }
+
+  // The same in perspective. All elements may be tiny together, so that positions are ordinary.
+  PerspectiveMatrix perspective_matrix(Size from, Size to) {
+    const AffineMatrix m = affine_matrix(from, to);
+    const float tilt = 0.6F / (to.columns + to.rows);
+    PerspectiveMatrix matrix = {
+        {m.a, m.b, m.c, m.d, m.e, m.f, between(-tilt, tilt), between(-tilt, tilt), 1}};
+    if (random_() % 8 == 0) {
+      matrix.m[random_() % 9] = kOddValues[random_() % std::size(kOddValues)];
+    }
+    if (random_() % 8 == 0) {
+      constexpr float kScales[] = {1e-36F, 1e-37F, 1e-39F};
+      const float scale = kScales[random_() % std::size(kScales)];
+      for (float &element : matrix.m) {
+        element *= scale;
+      }
+    }
+    return matrix;
   }
 
   std::mt19937 random_{31};
@@ -86,6 +106,40 @@ TEST_F(WarpKernels, AffineEqualsItsDefinition) {
                 << " " << m.f;
             ASSERT_TRUE(out.margins_unharmed());
           }
+        }
+      }
+    }
+  });
+}
+
+template <int kChannels>
+std::vector<uint8_t> perspective_by_definition(const PlaneView &in, const PerspectiveMatrix &matrix,
+                                               Size size) {
+  const auto row_bytes = static_cast<size_t>(size.columns) * kChannels;
+  std::vector<uint8_t> out(row_bytes * size.rows);
+  for (int32_t y = 0; y < size.rows; ++y) {
+    scalar::warp_pixels<kChannels>(in, matrix, y, 0, size.columns, out.data() + row_bytes * y);
+  }
+  return out;
+}
+
+TEST_F(WarpKernels, PerspectiveEqualsItsDefinition) {
+  on_every_target([&] {
+    random_.seed(32);
+    for (const int32_t channels : {1, 3}) {
+      for (const Size from : {Size{1, 1}, {1, 9}, {2, 2}, {3, 1}, {5, 40}, {64, 48}}) {
+        GuardedPlane in(from.columns, from.rows, channels, from.columns % 7);
+        for (const int32_t width : widths_to_try()) {
+          in.fill(random_);
+          const Size to = {width, 1 + width % 23};
+          const PerspectiveMatrix m = perspective_matrix(from, to);
+          GuardedPlane out(to.columns, to.rows, channels, width % 3);
+          ASSERT_TRUE(warp_perspective(in.view(), m, out.view()));
+          ASSERT_EQ(out.pixels(), channels == 1 ? perspective_by_definition<1>(in.view(), m, to)
+                                                : perspective_by_definition<3>(in.view(), m, to))
+              << channels << " channels, " << from.columns << "x" << from.rows << " to " << width
+              << " columns, " << ::testing::PrintToString(m.m);
+          ASSERT_TRUE(out.margins_unharmed());
         }
       }
     }

@@ -28,11 +28,12 @@ void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
     const auto column = hn::ConvertTo(df, hn::Iota(d, x));
     const auto value =
         hn::Mul(hn::Mul(column, hn::Set(df, coefficient)), hn::Set(df, scalar::kPositionScale));
-    // What is added and taken away leaves no room for a fraction.
+    // What is added and taken away leaves no room for a fraction. Sizes are ordered as their bits.
     const auto size = hn::Abs(value);
+    const auto has_fraction = hn::Lt(hn::BitCast(d, size), hn::BitCast(d, from_here_on_whole));
     const auto rounded = hn::Sub(hn::Add(size, from_here_on_whole), from_here_on_whole);
     const auto nearest =
-        hn::IfThenElse(hn::Lt(size, from_here_on_whole), hn::CopySignToAbs(rounded, value), value);
+        hn::IfThenElse(hn::RebindMask(df, has_fraction), hn::CopySignToAbs(rounded, value), value);
     const auto is_number = hn::RebindMask(d, hn::Eq(value, value));
     hn::StoreU(hn::IfThenElseZero(is_number, hn::ConvertTo(d, nearest)), d, offsets + x);
   }
@@ -91,6 +92,9 @@ class Warp {
 
  private:
   void by_definition(scalar::Offset start, int32_t first, int32_t last, uint8_t *row) const {
+    if (first == last) {
+      return;
+    }
     scalar::warp_pixels<kChannels, kBorder>(source_, start, x_offsets_ + first, y_offsets_ + first,
                                             last - first,
                                             row + static_cast<ptrdiff_t>(first) * kChannels);
@@ -144,8 +148,10 @@ class Warp {
   }
 
   static void fill_zero(int32_t first, int32_t last, uint8_t *row) {
-    std::memset(row + static_cast<ptrdiff_t>(first) * kChannels, 0,
-                static_cast<size_t>(last - first) * kChannels);
+    if (first != last) {
+      std::memset(row + static_cast<ptrdiff_t>(first) * kChannels, 0,
+                  static_cast<size_t>(last - first) * kChannels);
+    }
   }
 
   // Pixels with neighbours inside and outside.
