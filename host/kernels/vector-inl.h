@@ -47,6 +47,18 @@ HWY_INLINE hn::VFromD<BytesInBlock> saturate_to_bytes(V low, V high) {
 
 #endif  // TAVRINE_HAS_VECTORS
 
+#if TAVRINE_IS_NEON
+
+// Steps a pointer past what was just loaded or stored. NEON does that in the same instruction,
+// but has no offsets, into which the compiler would otherwise turn several steps.
+template <typename Element>
+HWY_INLINE void step_past(Element *&pointer, ptrdiff_t elements) {
+  pointer += elements;
+  __asm__("" : "+r"(pointer));
+}
+
+#endif  // TAVRINE_IS_NEON
+
 #if TAVRINE_IS_X86
 
 // Words a[2i] * b[2i] + a[2i + 1] * b[2i + 1] of unsigned and signed bytes. Sums must fit.
@@ -70,6 +82,16 @@ HWY_INLINE hn::VFromD<Bytes> pack_in_blocks(hn::VFromD<Words> a, hn::VFromD<Word
   return hn::VFromD<Bytes>{_mm256_packus_epi16(a.raw, b.raw)};
 #else
   return hn::VFromD<Bytes>{_mm_packus_epi16(a.raw, b.raw)};
+#endif
+}
+
+// Saturated to bytes: that of `a`, then that of `b`.
+HWY_INLINE hn::VFromD<Bytes> pack_in_order(hn::VFromD<Words> a, hn::VFromD<Words> b) {
+  const auto packed = pack_in_blocks(a, b);
+#if HWY_TARGET == HWY_AVX2
+  return hn::VFromD<Bytes>{_mm256_permute4x64_epi64(packed.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+#else
+  return packed;
 #endif
 }
 
