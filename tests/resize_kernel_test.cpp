@@ -38,9 +38,11 @@ TEST(ResizeKernels, EqualTheirDefinition) {
     for (int32_t channels = 1; channels <= 4; ++channels) {
       std::vector<std::pair<int32_t, int32_t>> sizes;
       for (const int32_t width : widths_to_try()) {
-        // Reductions, scales next to 1, anything, and far apart.
+        // Whole ratios, scales next to 1, anything, and far apart.
         sizes.insert(sizes.end(), {{2 * width, width},
+                                   {3 * width, width},
                                    {4 * width, width},
+                                   {5 * width, width},
                                    {width, 2 * width},
                                    {width, width},
                                    {width + 1, width},
@@ -48,14 +50,15 @@ TEST(ResizeKernels, EqualTheirDefinition) {
                                    {3 * width, 2 * width},
                                    {width, 1 + static_cast<int32_t>(random() % 90)},
                                    {7 * width + 3, width},
+                                   {23 * width + 5, width},
                                    {3, width}});
       }
       for (const auto &[from, to] : sizes) {
-        const auto from_rows = from == 2 * to   ? 6
-                               : from == 4 * to ? 12
-                                                : 1 + static_cast<int32_t>(random() % 9);
-        const int32_t to_rows =
-            from == 2 * to || from == 4 * to ? 3 : 1 + static_cast<int32_t>(random() % 7);
+        // Rows mostly shrink as columns do: then there are shorter ways.
+        const bool in_proportion = from % to == 0 && random() % 4 != 0;
+        const auto to_rows = in_proportion ? 3 : 1 + static_cast<int32_t>(random() % 7);
+        const auto from_rows =
+            in_proportion ? from / to * to_rows : 1 + static_cast<int32_t>(random() % 9);
         GuardedPlane in(from, from_rows, channels, static_cast<ptrdiff_t>(random() % 4));
         in.fill(random);
         GuardedPlane out(to, to_rows, channels, static_cast<ptrdiff_t>(random() % 4));

@@ -1,7 +1,6 @@
 #include "host/kernels/resize_bilinear.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -23,160 +22,121 @@ using scalar::Tap;
 
 #if TAVRINE_HAS_VECTORS
 
-constexpr int32_t kReach = 16;  // source bytes that a group sees
-
 // The horizontal pass of one plane: its tables, and what it does to a row.
 class HorizontalPass {
  public:
   HorizontalPass(const PlaneView &source, const PlaneView &destination)
       : source_(source),
-        columns_(destination.columns),
         samples_(static_cast<int32_t>(destination.row_bytes())),
         groups_((samples_ + kSamplesInStep - 1) / kSamplesInStep * (kSamplesInStep / 4)),
         scale_(scalar::reciprocal_scale(source.columns, destination.columns)) {}
 
+  // The fewest windows that reach all samples: they are far apart when a row shrinks a lot.
   bool prepare() {
-    const int64_t group_count = groups_;
-    bases_ = allocate<int32_t>(group_count);
-    controls_ = allocate<uint8_t>(group_count * 16);
-    weights_ = allocate<int16_t>(group_count * 8);
-    if (!bases_ || !controls_ || !weights_) {
-      return false;
-    }
-    gathers_ = !fill_tables(false);
-    if (gathers_) {
-      const int64_t pair_bytes = 2 * static_cast<int64_t>(samples_) + kReach;
-      columns_index_ = allocate<int32_t>(columns_);
-      pairs_ = allocate<uint8_t>(pair_bytes);
-      if (!columns_index_ || !pairs_) {
+    weights_ = allocate<int16_t>(static_cast<int64_t>(groups_) * 8);
+    for (windows_ = 1; windows_ <= kMostWindows; windows_ *= 2) {
+      const int64_t groups = groups_;
+      bases_ = allocate<int32_t>(groups * windows_);
+      controls_ = allocate<uint8_t>(groups * control_bytes(windows_));
+      if (!bases_ || !controls_ || !weights_) {
         return false;
       }
-      fill_tables(true);
+      if (fill_tables()) {
+        return true;
+      }
     }
-    return true;
+    return false;
   }
 
   void run(const uint8_t *source, int16_t *row) {
-    const GroupTables tables = {bases_.get(), controls_.get(), weights_.get()};
-    if (gathers_) {
-      gather(source);
-      source = pairs_.get();
+    if (source_.row_bytes() < kLeastReadable) {
+      std::copy_n(source, source_.row_bytes(), short_row_);
+      source = short_row_;
     }
-    resample_groups(source, tables, groups_ * kSamplesInGroup, row);
+    const GroupTables tables = {bases_.get(), controls_.get(), weights_.get()};
+    const int32_t samples = groups_ * kSamplesInGroup;
+    switch (windows_) {
+      case 1:
+        return resample_groups<1>(source, tables, samples, row);
+      case 2:
+        return resample_groups<2>(source, tables, samples, row);
+      default:
+        return resample_groups<4>(source, tables, samples, row);
+    }
   }
 
  private:
+  static constexpr ptrdiff_t kLeastReadable = 16;  // what the longest window reads
+
   struct Sample {
     int32_t first;  // byte offsets
     int32_t second;
-    int16_t first_weight;
-    int16_t second_weight;
+    Tap tap;
   };
 
-  // The samples of a group read from `gathered` pairs, or from the row itself when they lie
-  // close enough. False when they do not.
-  bool fill_tables(bool gathered) {
+  // False when the windows do not reach the samples of a group.
+  bool fill_tables() {
     const int32_t channels = source_.channels;
-    const auto row_bytes = static_cast<int32_t>(source_.row_bytes());
-    const int32_t readable = gathered ? 2 * samples_ + kReach : row_bytes;
-    if (readable < kReach) {
-      return false;
-    }
     Sample group[kSamplesInGroup];
-    int32_t tap_column = -1;
-    Tap tap = {};
+    int32_t column = 0;
+    int32_t channel = 0;
+    Tap tap = scalar::column_tap(0, scale_, source_.columns);
     for (int32_t position = 0; position < groups_; ++position) {
       for (int32_t i = 0; i < kSamplesInGroup; ++i) {
+        const int32_t first = tap.index * channels + channel;
+        group[i] = {first, first + (tap.index < source_.columns - 1 ? channels : 0), tap};
         // The padding repeats the last sample.
-        const int32_t sample = std::min(position * kSamplesInGroup + i, samples_ - 1);
-        const int32_t column = sample / channels;
-        const int32_t channel = sample - column * channels;
-        if (column != tap_column) {
-          tap = scalar::column_tap(column, scale_, source_.columns);
-          tap_column = column;
+        if (position * kSamplesInGroup + i < samples_ - 1 && ++channel == channels) {
+          channel = 0;
+          tap = scalar::column_tap(++column, scale_, source_.columns);
         }
-        if (gathered) {
-          columns_index_[column] = tap.index;
-        }
-        const bool has_neighbour = gathered || tap.index < source_.columns - 1;
-        const int32_t first = (gathered ? 2 * column : tap.index) * channels + channel;
-        group[i] = {first, first + (has_neighbour ? channels : 0), tap.first, tap.second};
       }
-      if (!fill_group(group, position, readable)) {
+      if (!fill_group(group, position)) {
         return false;
       }
     }
     return true;
   }
 
-  bool fill_group(const Sample (&group)[kSamplesInGroup], int32_t index, int32_t readable) {
+  bool fill_group(const Sample (&group)[kSamplesInGroup], int32_t position) {
+    const int32_t reach = window_bytes(windows_);
+    const auto readable = static_cast<int32_t>(std::max(source_.row_bytes(), kLeastReadable));
+    int32_t bases[kMostWindows] = {};
+    Pick picks[kSamplesInGroup];
+    int32_t window = 0;
     int32_t least = group[0].first;
     int32_t most = group[0].second;
-    for (const Sample &sample : group) {
+    for (int32_t i = 0; i < kSamplesInGroup; ++i) {
+      const Sample &sample = group[i];
       least = std::min(least, sample.first);
       most = std::max(most, sample.second);
+      if (most - least >= reach) {  // begin another window
+        if (++window == windows_) {
+          return false;
+        }
+        least = sample.first;
+        most = sample.second;
+      }
+      bases[window] = std::min(least, readable - reach);
+      picks[i] = {window, sample.first, sample.second, sample.tap.first, sample.tap.second};
     }
-    const int32_t base = std::min(least, readable - kReach);
-    if (most - base >= kReach) {
-      return false;
+    for (Pick &pick : picks) {
+      pick.first -= bases[pick.window];
+      pick.second -= bases[pick.window];
     }
-    // group_at is its own inverse
-    const int32_t position = index / 4 * 4 + group_at(index % 4);
-    bases_[position] = base;
-    uint8_t *control = controls_.get() + 16 * position;
-    int16_t *weights = weights_.get() + 8 * position;
-    for (int32_t i = 0; i < kSamplesInGroup; ++i) {
-      const int32_t first = first_word(i);
-      const int32_t second = second_word(i);
-      control[2 * first] = static_cast<uint8_t>(group[i].first - base);
-      control[2 * second] = static_cast<uint8_t>(group[i].second - base);
-      control[2 * first + 1] = control[2 * second + 1] = 0x80;  // a zero byte
-      weights[first] = group[i].first_weight;
-      weights[second] = group[i].second_weight;
-    }
+    enter_group({bases_.get(), controls_.get(), weights_.get()}, windows_, position, bases, picks);
     return true;
   }
 
-  // Brings both neighbours of every column together, where a group's reach covers them.
-  void gather(const uint8_t *source) {
-    switch (source_.channels) {
-      case 1:
-        return gather_pixels<1>(source);
-      case 2:
-        return gather_pixels<2>(source);
-      case 3:
-        return gather_pixels<3>(source);
-      default:
-        return gather_pixels<4>(source);
-    }
-  }
-
-  template <int32_t kChannels>
-  void gather_pixels(const uint8_t *source) {
-    uint8_t *pair = pairs_.get();
-    const int32_t last = source_.columns - 1;
-    int32_t x = 0;
-    for (; x < columns_ && columns_index_[x] < last; ++x, pair += 2 * kChannels) {
-      std::memcpy(pair, source + static_cast<ptrdiff_t>(columns_index_[x]) * kChannels,
-                  2 * kChannels);
-    }
-    for (; x < columns_; ++x, pair += 2 * kChannels) {
-      std::memcpy(pair, source + static_cast<ptrdiff_t>(last) * kChannels, kChannels);
-      std::memset(pair + kChannels, 0, kChannels);
-    }
-  }
-
   const PlaneView &source_;
-  int32_t columns_;
   int32_t samples_;
   int32_t groups_;
   float scale_;
-  bool gathers_ = false;
+  int32_t windows_ = 1;
   std::unique_ptr<int32_t[]> bases_;
   std::unique_ptr<uint8_t[]> controls_;
   std::unique_ptr<int16_t[]> weights_;
-  std::unique_ptr<int32_t[]> columns_index_;
-  std::unique_ptr<uint8_t[]> pairs_;
+  uint8_t short_row_[kLeastReadable] = {};
 };
 
 #else  // one sample at a time
