@@ -4,6 +4,7 @@
 
 #include "host/kernels/resize_bilinear.h"
 #include "host/kernels/resize_reduce.h"
+#include "host/kernels/resize_scalar.h"
 
 namespace tavrine {
 namespace {
@@ -24,6 +25,11 @@ bool resize_plane(const PlaneView &source, const PlaneView &destination) {
       resize_reduce(source, destination, ratio);
       return true;
     }
+  }
+  if (scalar::lies_on_samples(source.columns, destination.columns) &&
+      scalar::lies_on_samples(source.rows, destination.rows)) {
+    resize_to_centres(source, destination);
+    return true;
   }
   return resize_bilinear(source, destination);
 }

@@ -8,7 +8,7 @@
 //   v = ((((R0 >> 4) * b0) >> 16) + (((R1 >> 4) * b1) >> 16) + 2) >> 2
 //
 // Reductions of exactly 2:1 and 4:1 give the rounded mean of the 2 x 2 samples around each
-// centre, which is the same value without the tables.
+// centre, which is the same value without the tables, and odd whole ratios take the pixel there.
 #pragma once
 
 #include "host/kernels/plane_view.h"

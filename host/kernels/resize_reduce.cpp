@@ -1,6 +1,7 @@
 #include "host/kernels/resize_reduce.h"
 
 #include <algorithm>
+#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "host/kernels/resize_reduce.cpp"
@@ -292,6 +293,67 @@ void resize_reduce(const PlaneView &source, const PlaneView &destination, int32_
   }
 }
 
+// The middle one of three bytes.
+HWY_INLINE int32_t take_thirds(const uint8_t *source, int32_t columns, uint8_t *out) {
+  int32_t x = 0;
+#if TAVRINE_HAS_VECTORS
+  const Bytes d;
+  const auto lanes = static_cast<int32_t>(byte_lanes());
+  for (; x <= columns - lanes; x += lanes) {
+    hn::VFromD<Bytes> before;
+    hn::VFromD<Bytes> middle;
+    hn::VFromD<Bytes> after;
+    hn::LoadInterleaved3(d, source + 3 * x, before, middle, after);
+    hn::StoreU(middle, d, out + x);
+  }
+#else
+  static_cast<void>(source);
+  static_cast<void>(columns);
+  static_cast<void>(out);
+#endif
+  return x;
+}
+
+// Pixels `ratio` apart, from the first centre on.
+template <int32_t kChannels>
+void take_pixels(const uint8_t *centre, int32_t ratio, int32_t columns, uint8_t *out) {
+  const ptrdiff_t advance = static_cast<ptrdiff_t>(ratio) * kChannels;
+  // Four bytes are copied sooner than three; the next pixel mends the one too many.
+  constexpr size_t kCopied = kChannels + (kChannels == 3 ? 1 : 0);
+  for (int32_t x = 1; x < columns; ++x, centre += advance, out += kChannels) {
+    std::memcpy(out, centre, kCopied);
+  }
+  if (columns > 0) {
+    std::memcpy(out, centre, kChannels);
+  }
+}
+
+void take_centres(const uint8_t *row, int32_t channels, int32_t ratio, int32_t columns,
+                  uint8_t *out) {
+  const uint8_t *centre = row + static_cast<ptrdiff_t>(ratio / 2) * channels;
+  if (ratio == 1) {
+    std::memcpy(out, row, static_cast<size_t>(columns) * static_cast<size_t>(channels));
+  } else if (channels == 1) {
+    const int32_t x = ratio == 3 ? take_thirds(row, columns, out) : 0;
+    take_pixels<1>(centre + static_cast<ptrdiff_t>(x) * ratio, ratio, columns - x, out + x);
+  } else if (channels == 2) {
+    take_pixels<2>(centre, ratio, columns, out);
+  } else if (channels == 3) {
+    take_pixels<3>(centre, ratio, columns, out);
+  } else {
+    take_pixels<4>(centre, ratio, columns, out);
+  }
+}
+
+void resize_to_centres(const PlaneView &source, const PlaneView &destination) {
+  const int32_t column_ratio = source.columns / destination.columns;
+  const int32_t row_ratio = source.rows / destination.rows;
+  for (int32_t y = 0; y < destination.rows; ++y) {
+    take_centres(source.row(y * row_ratio + row_ratio / 2), source.channels, column_ratio,
+                 destination.columns, destination.row(y));
+  }
+}
+
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
@@ -301,10 +363,15 @@ HWY_AFTER_NAMESPACE();
 namespace tavrine {
 namespace {
 HWY_EXPORT(resize_reduce);
+HWY_EXPORT(resize_to_centres);
 }  // namespace
 
 void resize_reduce(const PlaneView &source, const PlaneView &destination, int32_t ratio) {
   HWY_DYNAMIC_DISPATCH(resize_reduce)(source, destination, ratio);
+}
+
+void resize_to_centres(const PlaneView &source, const PlaneView &destination) {
+  HWY_DYNAMIC_DISPATCH(resize_to_centres)(source, destination);
 }
 
 }  // namespace tavrine

@@ -57,7 +57,7 @@ struct Pick {
 };
 
 // Enters a group into the tables, in the order in which resample_groups reads them.
-HWY_INLINE void enter_group(const GroupTables &tables, int32_t windows, int32_t group,
+HWY_INLINE void enter_group(const GroupTables &tables, int32_t windows, ptrdiff_t group,
                             const int32_t (&bases)[kMostWindows],
                             const Pick (&picks)[kSamplesInGroup]) {
 #if TAVRINE_IS_NEON
@@ -76,13 +76,13 @@ HWY_INLINE void enter_group(const GroupTables &tables, int32_t windows, int32_t 
   // Registers of two blocks are packed block by block. To come out in order, the groups of a
   // step enter them as 0, 2 and 1, 3.
   constexpr int32_t kTwoBlocks[4] = {0, 2, 1, 3};
-  const auto blocks = static_cast<int32_t>(byte_lanes()) / 16;
-  const int32_t position = blocks == 2 ? group / 4 * 4 + kTwoBlocks[group % 4] : group;
-  const int32_t in_register = position / blocks;
-  const int32_t block = position % blocks;
+  const ptrdiff_t blocks = byte_lanes() / 16;
+  const ptrdiff_t position = blocks == 2 ? group / 4 * 4 + kTwoBlocks[group % 4] : group;
+  const ptrdiff_t in_register = position / blocks;
+  const ptrdiff_t block = position % blocks;
   int16_t *weights = tables.weights + 8 * position;
   for (int32_t window = 0; window < windows; ++window) {
-    const int32_t at = (in_register * windows + window) * blocks + block;
+    const ptrdiff_t at = (in_register * windows + window) * blocks + block;
     uint8_t *control = tables.controls + 16 * at;
     tables.bases[at] = bases[window];
     std::fill_n(control, 16, uint8_t{0x80});  // zero bytes

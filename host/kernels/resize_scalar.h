@@ -30,6 +30,15 @@ inline float reciprocal_scale(int32_t source_length, int32_t destination_length)
   return 1.0F / inverse;
 }
 
+// True when each destination index lies on a source index, all weight on that: the ratio is odd,
+// and so small a length does not round.
+inline bool lies_on_samples(int32_t source_length, int32_t destination_length) {
+  const int32_t ratio = source_length / destination_length;
+  return source_length == ratio * destination_length && ratio % 2 == 1 &&
+         reciprocal_scale(source_length, destination_length) == static_cast<float>(ratio) &&
+         source_length < 1 << 24;
+}
+
 struct Position {
   int32_t index;
   float fraction;
