@@ -70,7 +70,8 @@ target_link_options(tavrine_aux PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
   # Both SDK libraries are named as needed, whichever of them today's code calls.
   -Wl,--no-as-needed
-  -Wl,--no-undefined
+  # A fuzzer's runtime is in the program.
+  $<$<NOT:$<BOOL:${TAVRINE_BUILD_FUZZERS}>>:-Wl,--no-undefined>
   -Wl,-e,tavrine_aux_program_entry)
 
 # The banner tells what the library was really built with.
@@ -86,9 +87,11 @@ install(TARGETS tavrine_aux LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/tavrine_types.h include/tavrine_aux.h core/tavrine_core.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrine)
 
-# The encoder shifts negative numbers to the left, which every compiler here defines.
+# Broken pictures make the decoder's sums wrap, and both codecs shift negative numbers to the left:
+# every compiler here defines that. What does not fit a byte after a division by alpha loses its
+# high bits or becomes 0, as the machine does it.
 set_source_files_properties(io/stb.cpp PROPERTIES
-  COMPILE_OPTIONS -fno-sanitize=shift)
+  COMPILE_OPTIONS "-fwrapv;-fno-sanitize=shift,float-cast-overflow")
 
 # Scalar arithmetic gives every target the same bits; vectors would sum in another order.
 set_source_files_properties(geometry/find_transforms.cpp PROPERTIES

@@ -21,6 +21,10 @@ std::string line_text(int line) { return "line " + std::to_string(line); }
 std::vector<Region> read_regions(const std::string &path) {
   errno = 0;
   std::ifstream file(path);
+  return read_regions(file, path);
+}
+
+std::vector<Region> read_regions(std::istream &file, const std::string &path) {
   std::vector<Region> regions;
   std::string text;
   for (int line = 1; std::getline(file, text); ++line) {

@@ -1,6 +1,7 @@
 // Areas of a picture, one X,Y,WIDTH,HEIGHT on a line; '#' begins a comment.
 #pragma once
 
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ struct Region {
 
 // At least one. Throws Failure.
 std::vector<Region> read_regions(const std::string &path);
+// `path` is what a failure names.
+std::vector<Region> read_regions(std::istream &file, const std::string &path);
 
 // How a failure names a region's place: "line 3".
 std::string line_text(int line);

@@ -1,0 +1,75 @@
+// Runs a harness over the inputs that were kept, without a fuzzer:
+//   fuzz_replay HARNESS FOLDER
+// takes FOLDER/corpus/HARNESS, which must hold inputs, and FOLDER/findings/HARNESS.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "fuzz/harness.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Door {
+  const char *name;
+  tavrine::fuzz::Harness *harness;
+};
+
+constexpr Door kDoors[] = {{"picture", tavrine::fuzz::picture},
+                           {"tool_arguments", tavrine::fuzz::tool_arguments},
+                           {"batch", tavrine::fuzz::batch}};
+
+std::vector<fs::path> files_in(const fs::path &folder) {
+  std::vector<fs::path> files;
+  if (fs::is_directory(folder)) {
+    for (const auto &entry : fs::directory_iterator(folder)) {
+      files.push_back(entry.path());
+    }
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+void run(tavrine::fuzz::Harness *harness, const fs::path &path) {
+  // Named before it runs, since it may be the last.
+  std::fprintf(stderr, "%s\n", path.filename().c_str());
+  std::ifstream file(path, std::ios::binary);
+  const std::vector<char> bytes{std::istreambuf_iterator<char>(file),
+                                std::istreambuf_iterator<char>()};
+  harness(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: fuzz_replay HARNESS FOLDER\n");
+    return 2;
+  }
+  const std::string name = argv[1];
+  const auto *const door = std::find_if(std::begin(kDoors), std::end(kDoors),
+                                        [&](const Door &other) { return name == other.name; });
+  if (door == std::end(kDoors)) {
+    std::fprintf(stderr, "there is no harness %s\n", name.c_str());
+    return 2;
+  }
+  const fs::path folder = argv[2];
+  const std::vector<fs::path> corpus = files_in(folder / "corpus" / name);
+  const std::vector<fs::path> findings = files_in(folder / "findings" / name);
+  if (corpus.empty()) {
+    std::fprintf(stderr, "%s holds no inputs\n", (folder / "corpus" / name).c_str());
+    return 1;
+  }
+  for (const auto &files : {corpus, findings}) {
+    for (const fs::path &file : files) {
+      run(door->harness, file);
+    }
+  }
+  std::fprintf(stderr, "%zu inputs\n", corpus.size() + findings.size());
+  return 0;
+}
