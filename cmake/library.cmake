@@ -25,6 +25,23 @@ if(NOT TAVRINE_SIMD)
   target_compile_options(tavrine_kernels PRIVATE -fno-tree-vectorize -fno-tree-slp-vectorize)
 endif()
 
+# The picture codecs and what guards them, for the library and for tests that starve them.
+add_library(tavrine_codecs OBJECT
+  io/codec_memory.cpp
+  io/decoder.cpp
+  io/encoder.cpp
+  io/picture_source.cpp
+  io/stb.cpp
+)
+target_include_directories(tavrine_codecs
+  PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/core)
+target_include_directories(tavrine_codecs SYSTEM BEFORE PRIVATE ${stb_repaired_dir})
+target_link_libraries(tavrine_codecs PUBLIC tavrine_flags PRIVATE stb)
+# Broken pictures make the decoder's sums wrap, and both codecs shift negative numbers to the left,
+# which every compiler here defines.
+set_source_files_properties(io/stb.cpp PROPERTIES
+  COMPILE_OPTIONS "-fwrapv;-fno-sanitize=shift")
+
 add_library(tavrine_aux SHARED
   api/checks.cpp
   api/crop.cpp
@@ -51,11 +68,8 @@ add_library(tavrine_aux SHARED
   host/tensor_fill.cpp
   host/warp_affine.cpp
   host/warp_perspective.cpp
-  io/decoder.cpp
-  io/encoder.cpp
   io/load.cpp
   io/save.cpp
-  io/stb.cpp
 )
 set_target_properties(tavrine_aux PROPERTIES
   VERSION 1.2.0 SOVERSION 1
@@ -64,7 +78,7 @@ target_include_directories(tavrine_aux
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
          $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core>
   PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/generated)
-target_link_libraries(tavrine_aux PRIVATE tavrine_flags tavrine_kernels tavrine_mpp eigen stb
+target_link_libraries(tavrine_aux PRIVATE tavrine_flags tavrine_codecs tavrine_kernels tavrine_mpp eigen
                                   PUBLIC tavrine tavrine_core)
 target_link_options(tavrine_aux PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
@@ -86,12 +100,6 @@ configure_file(cmake/build_description.h.in generated/build_description.h)
 install(TARGETS tavrine_aux LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/tavrine_types.h include/tavrine_aux.h core/tavrine_core.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrine)
-
-# Broken pictures make the decoder's sums wrap, and both codecs shift negative numbers to the left:
-# every compiler here defines that. What does not fit a byte after a division by alpha loses its
-# high bits or becomes 0, as the machine does it.
-set_source_files_properties(io/stb.cpp PROPERTIES
-  COMPILE_OPTIONS "-fwrapv;-fno-sanitize=shift,float-cast-overflow")
 
 # Scalar arithmetic gives every target the same bits; vectors would sum in another order.
 set_source_files_properties(geometry/find_transforms.cpp PROPERTIES

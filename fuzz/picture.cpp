@@ -82,6 +82,12 @@ tavrine_area2d_t area_from(Input &input) {
   return is_large ? tavrine_area2d_t{area.x, area.y, 64, 64} : area;
 }
 
+// Any number, but no enlargement that only takes memory and time.
+float ratio_from(Input &input) {
+  const float ratio = input.flag() ? input.number() : static_cast<float>(input.byte()) / 100;
+  return ratio > 4 && ratio < 1e6F ? 4 : ratio;
+}
+
 void warp(Input &input, const OwnedFrame &in, OwnedFrame &out) {
   constexpr int32_t kTight[TAVRINE_MAX_PLANES] = {};
   const bool has_perspective = input.flag();
@@ -117,10 +123,7 @@ void operate(Input &input, OwnedFrame &frame) {
       warp(input, frame, out);
       break;
     case 5:
-      // Close to 1, and sometimes what no ratio can be.
-      tavrine_frame_scale(
-          in, out.slot(),
-          input.flag() ? input.number() / 1e30F : static_cast<float>(input.byte()) / 100);
+      tavrine_frame_scale(in, out.slot(), ratio_from(input));
       break;
     default:
       tavrine_frame_upload(in, out.slot());

@@ -39,7 +39,9 @@ extern "C" {
 /* ---- Pictures in and out --------------------------------------------------- */
 
 /* Reads a picture file. Any format of the decoder: JPEG, PNG, BMP, GIF, TGA, PSD, HDR,
- * PIC, PNM. Grey pictures become GREY, colour pictures RGB24; alpha is dropped.
+ * PIC, PNM. Grey pictures become GREY, colour pictures RGB24; alpha is dropped. A picture
+ * is refused when its pixels, with alpha, have more than 512 MiB, when it ends too early,
+ * and when its decoder would need many times the memory of its pixels.
  * Returns a host frame that the caller releases with tavrine_frame_free, or null when
  * the file cannot be read or decoded (a null path is also logged). */
 TAVRINE_API tavrine_frame_t *tavrine_frame_load(const char *path);

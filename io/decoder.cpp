@@ -1,112 +1,118 @@
 #include "io/decoder.h"
 
-#include <algorithm>
-#include <cstring>
+#include <cstdlib>
+#include <limits>
+#include <optional>
 
+#include "io/codec_memory.h"
+#include "io/picture_source.h"
 #include "io/stb.h"
 
 namespace tavrine {
 namespace {
 
-// Where the decoder's bytes come from. It fills a buffer of its own when it has used that up, and
-// asks for larger blocks directly: an empty buffer, or a block cut short, means that it needed
-// more than there is.
-class Source {
- public:
-  static constexpr size_t kBufferSize = 128;
+constexpr stbi_io_callbacks kCallbacks = {PictureSource::on_read, PictureSource::on_skip,
+                                          PictureSource::on_end};
 
-  virtual size_t read(char *data, size_t size) = 0;
-  virtual void skip(int distance) = 0;  // backward when negative
-  virtual bool is_at_end() = 0;
+constexpr int64_t kLongestSide = int64_t{1} << 24;  // the decoder's
 
-  bool ran_dry() const { return ran_dry_; }
+// A few bytes can announce a picture that no memory holds. Fuzzers find no more in large ones,
+// only later.
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+constexpr int64_t kMostPixelBytes = int64_t{1} << 22;
+constexpr uint64_t kSmallestBudget = uint64_t{1} << 23;
+#else
+constexpr int64_t kMostPixelBytes = kMostDecodedBytes;
+constexpr uint64_t kSmallestBudget = uint64_t{1} << 26;
+#endif
 
-  static int on_read(void *source, char *data, int size) {
-    auto *self = static_cast<Source *>(source);
-    const size_t got = self->read(data, static_cast<size_t>(size));
-    const bool is_block = static_cast<size_t>(size) != kBufferSize;
-    self->ran_dry_ = self->ran_dry_ || got == 0 || (is_block && got < static_cast<size_t>(size));
-    return static_cast<int>(got);
+// Whatever a picture is compressed with, its decoder works with a small multiple of its pixels:
+// the most for interlaced 16-bit rows, whose blocks double while they grow. A stream that
+// expands to more than that is no picture.
+size_t budget_for(int64_t pixel_bytes) {
+  constexpr uint64_t kMostTimesPixels = 16;
+  const uint64_t budget = kSmallestBudget + kMostTimesPixels * static_cast<uint64_t>(pixel_bytes);
+  constexpr auto kMost = static_cast<uint64_t>(std::numeric_limits<size_t>::max());
+  return static_cast<size_t>(budget < kMost ? budget : kMost);
+}
+
+// The bytes of the pixels, as the header tells; nothing when it tells no size, or one that no
+// picture has.
+std::optional<int64_t> announced_bytes(PictureSource &source) {
+  const CodecMemory memory(kSmallestBudget);
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  if (stbi_info_from_callbacks(&kCallbacks, &source, &width, &height, &channels) == 0) {
+    return std::nullopt;
   }
-  static void on_skip(void *source, int distance) { static_cast<Source *>(source)->skip(distance); }
-  static int on_end(void *source) { return static_cast<Source *>(source)->is_at_end() ? 1 : 0; }
-
- protected:
-  ~Source() = default;
-
- private:
-  bool ran_dry_ = false;
-};
-
-class FileSource final : public Source {
- public:
-  explicit FileSource(FILE *file) : file_(file) {}
-
-  size_t read(char *data, size_t size) override { return fread(data, 1, size, file_); }
-
-  void skip(int distance) override {
-    // A pipe cannot seek; what lies ahead can still be read away.
-    if (fseek(file_, distance, SEEK_CUR) != 0) {
-      while (distance-- > 0 && fgetc(file_) != EOF) {
-      }
-    }
+  // A negative height is that of rows from the top down.
+  const int64_t rows = std::abs(int64_t{height});
+  if (width <= 0 || rows == 0 || width > kLongestSide || rows > kLongestSide) {
+    return std::nullopt;
   }
+  return width * rows * channels;
+}
 
-  bool is_at_end() override {
-    const int next = fgetc(file_);
-    if (next != EOF) {
-      ungetc(next, file_);
-    }
-    return next == EOF;
+Picture run_decoder(PictureSource &source) {
+  if (!source.begin()) {
+    return {};
   }
-
- private:
-  FILE *file_;
-};
-
-class MemorySource final : public Source {
- public:
-  MemorySource(const uint8_t *data, size_t length) : data_(data), length_(length) {}
-
-  size_t read(char *data, size_t size) override {
-    size = std::min(size, length_ - position_);
-    std::memcpy(data, data_ + position_, size);
-    position_ += size;
-    return size;
+  const std::optional<int64_t> pixel_bytes = announced_bytes(source);
+  if (!pixel_bytes || *pixel_bytes > kMostPixelBytes || !source.begin()) {
+    return {};
   }
-
-  void skip(int distance) override {
-    if (distance < 0) {
-      position_ -= std::min(position_, static_cast<size_t>(-static_cast<int64_t>(distance)));
-    } else {
-      position_ += std::min(length_ - position_, static_cast<size_t>(distance));
-    }
-  }
-
-  bool is_at_end() override { return position_ == length_; }
-
- private:
-  const uint8_t *data_;
-  size_t length_;
-  size_t position_ = 0;
-};
-
-Picture decode(Source &source) {
-  constexpr stbi_io_callbacks kCallbacks = {Source::on_read, Source::on_skip, Source::on_end};
+  CodecMemory memory(budget_for(*pixel_bytes));
   Picture picture;
-  picture.pixels.reset(stbi_load_from_callbacks(&kCallbacks, &source, &picture.width,
-                                                &picture.height, &picture.channels, 0));
-  if (source.ran_dry()) {
-    picture.pixels.reset();
-  }
+  uint8_t *pixels = stbi_load_from_callbacks(&kCallbacks, &source, &picture.width, &picture.height,
+                                             &picture.channels, 0);
+  picture.pixels.reset(static_cast<uint8_t *>(memory.keep(pixels)));
   return picture;
+}
+
+Picture decode(PictureSource &source) {
+  try {
+    return run_decoder(source);
+  } catch (const CodecStopped &) {
+    return {};
+  }
+}
+
+struct FreeBytes {
+  void operator()(uint8_t *bytes) const { std::free(bytes); }
+};
+
+// What a pipe delivers, since the decoder begins twice.
+Picture decode_stream(FILE *file) {
+  constexpr size_t kMostBytes = std::numeric_limits<int32_t>::max();
+  std::unique_ptr<uint8_t, FreeBytes> bytes;
+  size_t capacity = 0;
+  size_t length = 0;
+  for (size_t got = 1; got > 0; length += got) {
+    if (length == capacity) {
+      capacity = capacity == 0 ? size_t{1} << 16 : 2 * capacity;
+      auto *grown = capacity <= kMostBytes
+                        ? static_cast<uint8_t *>(std::realloc(bytes.get(), capacity))
+                        : nullptr;
+      if (grown == nullptr) {
+        return {};
+      }
+      static_cast<void>(bytes.release());
+      bytes.reset(grown);
+    }
+    got = fread(bytes.get() + length, 1, capacity - length, file);
+  }
+  return decode_memory(bytes.get(), length);
 }
 
 }  // namespace
 
-void FreePixels::operator()(uint8_t *pixels) const { stbi_image_free(pixels); }
+void FreePixels::operator()(uint8_t *pixels) const { CodecMemory::release_kept(pixels); }
 
 Picture decode_file(FILE *file) {
+  if (fseek(file, 0, SEEK_CUR) != 0) {
+    return decode_stream(file);
+  }
   FileSource source(file);
   return decode(source);
 }

@@ -19,6 +19,9 @@ struct Picture {
   int channels = 0;
 };
 
+// A picture of more bytes than this is refused before memory is asked for.
+constexpr int64_t kMostDecodedBytes = int64_t{1} << 29;
+
 // A file that ends before its picture does is no picture, whatever its kind: uncompressed
 // pixels that are missing would otherwise pass for black.
 Picture decode_file(FILE *file);

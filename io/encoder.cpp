@@ -1,8 +1,8 @@
 #include "io/encoder.h"
 
-#include <cstdlib>
-#include <memory>
+#include <limits>
 
+#include "io/codec_memory.h"
 #include "io/stb.h"
 #include "tavrine_aux.h"
 
@@ -50,16 +50,30 @@ void write_chunk(void *context, void *data, int size) {
   }
 }
 
-struct FreeBlock {
-  void operator()(unsigned char *block) const { std::free(block); }
-};
-
 bool encode_png(const tavrine_frame_t *frame, int channels, ByteSink &sink) {
   int length = 0;
-  const std::unique_ptr<unsigned char, FreeBlock> block(
+  const unsigned char *bytes =
       stbi_write_png_to_mem(static_cast<const unsigned char *>(frame->planes[0]), frame->strides[0],
-                            frame->width, frame->height, channels, &length));
-  return block && (length <= 0 || sink.append(block.get(), static_cast<size_t>(length)));
+                            frame->width, frame->height, channels, &length);
+  return bytes != nullptr && (length <= 0 || sink.append(bytes, static_cast<size_t>(length)));
+}
+
+bool run_encoder(const tavrine_frame_t *frame, int channels, PictureFormat format, ByteSink &sink) {
+  Stream stream = {sink, false};
+  int written = 0;
+  switch (format) {
+    case PictureFormat::kPng:
+      return encode_png(frame, channels, sink);
+    case PictureFormat::kBmp:
+      written = stbi_write_bmp_to_func(write_chunk, &stream, frame->width, frame->height, channels,
+                                       frame->planes[0]);
+      break;
+    case PictureFormat::kJpeg:
+      written = stbi_write_jpg_to_func(write_chunk, &stream, frame->width, frame->height, channels,
+                                       frame->planes[0], kJpegQuality);
+      break;
+  }
+  return written != 0 && !stream.failed;
 }
 
 }  // namespace
@@ -97,21 +111,13 @@ bool encode(const tavrine_frame_t *frame, PictureFormat format, ByteSink &sink) 
   if (!can_be_encoded(frame, channels, format)) {
     return false;
   }
-  Stream stream = {sink, false};
-  int written = 0;
-  switch (format) {
-    case PictureFormat::kPng:
-      return encode_png(frame, channels, sink);
-    case PictureFormat::kBmp:
-      written = stbi_write_bmp_to_func(write_chunk, &stream, frame->width, frame->height, channels,
-                                       frame->planes[0]);
-      break;
-    case PictureFormat::kJpeg:
-      written = stbi_write_jpg_to_func(write_chunk, &stream, frame->width, frame->height, channels,
-                                       frame->planes[0], kJpegQuality);
-      break;
+  // Its memory follows from the size, which has been limited.
+  const CodecMemory memory(std::numeric_limits<size_t>::max());
+  try {
+    return run_encoder(frame, channels, format, sink);
+  } catch (const CodecStopped &) {
+    return false;
   }
-  return written != 0 && !stream.failed;
 }
 
 }  // namespace tavrine

@@ -1,3 +1,16 @@
+#include "io/codec_memory.h"
+
+#define STBI_MALLOC(size) tavrine::CodecMemory::allocate(size)
+#define STBI_REALLOC(bytes, size) tavrine::CodecMemory::resize(bytes, size)
+#define STBI_FREE(bytes) tavrine::CodecMemory::release(bytes)
+#define STBIW_MALLOC STBI_MALLOC
+#define STBIW_REALLOC STBI_REALLOC
+#define STBIW_FREE STBI_FREE
+
+// What the codecs take for impossible, a broken picture may well bring about.
+#define STBI_ASSERT(condition) ((condition) ? static_cast<void>(0) : throw tavrine::CodecStopped())
+#define STBIW_ASSERT STBI_ASSERT
+
 #if defined(__ARM_NEON)
 #define STBI_NEON
 #endif
