@@ -1,0 +1,243 @@
+// Whatever an operation needs fails, once at each place: calls of the core, of the media platform,
+// and allocations. The code is the promised one, slots and the caller's frame are as they were,
+// and nothing is left behind.
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <set>
+
+#include "tavrine_mpp_devkit.h"
+#include "tests/failure_scenarios.h"
+#include "tests/memory_failure.h"
+
+namespace tavrine::test {
+namespace {
+
+constexpr const char *kCoreCalls[] = {
+    "tavrine_frame_alloc",   "tavrine_frame_make",      "tavrine_frame_ref",
+    "tavrine_frame_copy",    "tavrine_frame_duplicate", "tavrine_frame_download",
+    "tavrine_frame_upload",  "tavrine_frame_roi",       "tavrine_frame_reset",
+    "tavrine_buffer_make",   "tavrine_buffer_alloc",    "tavrine_buffer_set",
+    "tavrine_buffer_resize", "tavrine_tensor_alloc",    "tavrine_tensor_make",
+    "tavrine_tensor_roi"};
+
+// A platform that does not free has lost the block itself: that call works, and answers a code.
+constexpr struct {
+  const char *name;
+  int32_t does;
+  int32_t times = 1;
+} kPlatformCalls[] = {{"HI_MPI_SYS_GetVirMemInfo", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_SYS_MmzAlloc_Cached", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_SYS_MmzFree", TAVRINE_DEVKIT_MPP_ITS_WORK},
+                      {"HI_MPI_SYS_MmzFlushCache", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_SYS_MflushCache", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_IVE_CSC", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_IVE_Resize", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_IVE_Query", TAVRINE_DEVKIT_MPP_NOTHING},
+                      {"HI_MPI_IVE_Query", TAVRINE_DEVKIT_MPP_NOTHING, 3},
+                      {"HI_MPI_IVE_Query", TAVRINE_DEVKIT_MPP_ITS_WORK}};
+constexpr HI_S32 kPlatformCode = static_cast<HI_S32>(0xA01D8040U);
+
+// What a failure must leave as it was.
+struct Leftovers {
+  tavrine_devkit_objects_t objects = tavrine_devkit_live_objects();
+  tavrine_devkit_mmz_usage_t mmz = tavrine_devkit_live_mmz();
+
+  // The scratch memory of a resize that the engine refused may still be in its hands.
+  void expect_scratch_block() {
+    ++mmz.blocks;
+    mmz.bytes += 1024;
+  }
+
+  bool operator==(const Leftovers &other) const {
+    return objects.frames == other.objects.frames && objects.buffers == other.objects.buffers &&
+           objects.tensors == other.objects.tensors &&
+           objects.storage_blocks == other.objects.storage_blocks &&
+           mmz.blocks == other.mmz.blocks && mmz.bytes == other.mmz.bytes;
+  }
+};
+
+class FailureSweep : public LibraryTest {
+ protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    // What the log keeps would count as left behind.
+    tavrine_log_set_sink([](void *, int32_t, const char *, int32_t, const char *) {}, nullptr);
+  }
+  void TearDown() override {
+    tavrine_devkit_mpp_clear_orders();
+    LibraryTest::TearDown();
+  }
+
+  // Runs a scenario into an empty slot and into a given frame, whatever was ordered before, and
+  // answers what it answered. `order` is called just before and `withdraw` just after.
+  template <typename Order, typename Withdraw>
+  bool run_once(const Scenario &scenario, const tavrine_frame_t *in, const tavrine_frame_t *model,
+                bool is_given, Order order, Withdraw withdraw) {
+    OwnedFrame out;
+    if (is_given) {
+      out = make_frame(model->pixel_format, model->width, model->height, scenario.memory);
+    }
+    tavrine_frame_t *const given = out.get();
+    const tavrine_frame_t record = is_given ? *given : tavrine_frame_t{};
+    Leftovers before;
+    const int64_t allocations = live_allocations();
+    order();
+    result_ = scenario.run(in, out.slot());
+    const bool was_reached = withdraw();
+    if (was_reached && keeps_scratch_block_) {
+      before.expect_scratch_block();
+    }
+    if (is_given || result_ != 0) {
+      EXPECT_EQ(out.get(), given);
+      EXPECT_TRUE(Leftovers() == before) << "something was left behind";
+      // The software engine keeps what waits in its queue.
+      if (scenario.memory == TAVRINE_MEMORY_HOST) {
+        EXPECT_EQ(live_allocations(), allocations);
+      }
+    }
+    if (is_given) {
+      EXPECT_EQ(std::memcmp(&record, given, sizeof record), 0) << "the caller's record changed";
+    }
+    pixels_ = result_ == 0 && out ? pixels_of(out.get()) : std::vector<uint8_t>();
+    return was_reached;
+  }
+
+  bool keeps_scratch_block_ = false;
+  int32_t result_ = 0;
+  std::vector<uint8_t> pixels_;
+};
+
+bool is_promised(const Scenario &scenario, const char *call, int32_t nth, int32_t result) {
+  const auto find = [&](int32_t which) {
+    return std::find_if(scenario.outcomes.begin(), scenario.outcomes.end(),
+                        [&](const Outcome &outcome) {
+                          return std::strcmp(outcome.call, call) == 0 && outcome.nth == which;
+                        });
+  };
+  auto outcome = find(nth);
+  outcome = outcome == scenario.outcomes.end() ? find(Outcome::kEvery) : outcome;
+  return outcome != scenario.outcomes.end() && outcome->result == result;
+}
+
+// Of a given frame, fewer calls are made, so that their numbers differ.
+bool is_promised_somewhere(const Scenario &scenario, const char *call, int32_t result) {
+  return std::any_of(scenario.outcomes.begin(), scenario.outcomes.end(),
+                     [&](const Outcome &outcome) {
+                       return std::strcmp(outcome.call, call) == 0 && outcome.result == result;
+                     });
+}
+
+TEST_F(FailureSweep, EachCoreCallAnswersItsCode) {
+  for (const Scenario &scenario : failure_scenarios()) {
+    const OwnedFrame in = scenario.make_input();
+    OwnedFrame model;
+    ASSERT_EQ(scenario.run(in.get(), model.slot()), 0) << scenario.name;
+    std::set<std::string> called;
+    for (const bool is_given : {false, true}) {
+      for (const char *call : kCoreCalls) {
+        bool was_reached = is_given <= static_cast<bool>(model);
+        for (int32_t nth = 1; was_reached; ++nth) {
+          SCOPED_TRACE(std::string(scenario.name) + ": " + call + " " + std::to_string(nth) +
+                       (is_given ? " into a frame" : ""));
+          ASSERT_LT(nth, 100);
+          was_reached = run_once(
+              scenario, in.get(), model.get(), is_given,
+              [&] { tavrine_devkit_fail_call(call, nth); },
+              [] { return tavrine_devkit_clear_failures() == 0; });
+          if (was_reached) {
+            called.insert(call);
+            EXPECT_TRUE(is_given ? is_promised_somewhere(scenario, call, result_)
+                                 : is_promised(scenario, call, nth, result_))
+                << "answers " << result_;
+          } else {
+            EXPECT_EQ(result_, 0);
+          }
+        }
+      }
+    }
+    for (const Outcome &outcome : scenario.outcomes) {
+      EXPECT_EQ(called.count(outcome.call), 1) << scenario.name << " never calls " << outcome.call;
+    }
+  }
+}
+
+// The engine's failures are the CPU's work; only device memory that runs out is a failure.
+TEST_F(FailureSweep, APlatformThatFailsIsMadeGood) {
+  int32_t reached = 0;
+  for (const Scenario &scenario : failure_scenarios()) {
+    if (scenario.memory != TAVRINE_MEMORY_DEVICE) {
+      continue;
+    }
+    const OwnedFrame in = scenario.make_input();
+    OwnedFrame model;
+    ASSERT_EQ(scenario.run(in.get(), model.slot()), 0) << scenario.name;
+    for (const bool is_given : {false, true}) {
+      for (const auto &call : kPlatformCalls) {
+        keeps_scratch_block_ = std::strcmp(call.name, "HI_MPI_IVE_Resize") == 0;
+        bool was_reached = is_given <= static_cast<bool>(model);
+        for (int32_t nth = 1; was_reached; ++nth) {
+          SCOPED_TRACE(std::string(scenario.name) + ": " + call.name + " " + std::to_string(nth));
+          ASSERT_LT(nth, 100);
+          was_reached = run_once(
+              scenario, in.get(), model.get(), is_given,
+              [&] {
+                tavrine_devkit_mpp_order(call.name, nth, call.times, kPlatformCode, call.does);
+              },
+              [] { return tavrine_devkit_mpp_clear_orders() == 0; });
+          reached += was_reached;
+          const bool is_memory = std::strcmp(call.name, "HI_MPI_SYS_MmzAlloc_Cached") == 0;
+          EXPECT_TRUE(result_ == 0 || (is_memory && result_ < 0)) << "answers " << result_;
+        }
+      }
+    }
+  }
+  EXPECT_GT(reached, 100);
+}
+
+TEST_F(FailureSweep, MemoryThatRunsOutIsAFailureOrMadeGood) {
+  for (const Scenario &scenario : failure_scenarios()) {
+    const OwnedFrame in = scenario.make_input();
+    OwnedFrame model;
+    ASSERT_EQ(scenario.run(in.get(), model.slot()), 0) << scenario.name;
+    for (const bool is_given : {false, true}) {
+      bool was_reached = is_given <= static_cast<bool>(model);
+      for (int32_t nth = 1; was_reached; ++nth) {
+        SCOPED_TRACE(std::string(scenario.name) + ": allocation " + std::to_string(nth));
+        ASSERT_LT(nth, 500);
+        was_reached = run_once(
+            scenario, in.get(), model.get(), is_given, [&] { fail_allocation(nth); },
+            [] { return clear_failed_allocation(); });
+        EXPECT_TRUE(result_ == 0 || result_ == -1 || result_ == -4 || result_ == kInjected)
+            << "answers " << result_;
+      }
+      EXPECT_EQ(result_, 0) << scenario.name;
+    }
+  }
+}
+
+// The least squares need memory of their own; the rest of the library never throws.
+TEST_F(FailureSweep, OnlyTransformsThrowWhenMemoryRunsOut) {
+  constexpr tavrine_point2f_t kFrom[3] = {{0, 0}, {4, 0}, {0, 4}};
+  constexpr tavrine_point2f_t kTo[3] = {{1, 2}, {5, 3}, {0, 6}};
+  for (const auto find : {tavrine_find_similarity_transform, tavrine_find_affine_transform}) {
+    bool was_reached = true;
+    for (int32_t nth = 1; was_reached; ++nth) {
+      tavrine_matrix3x3f_t forward{}, inverse{};
+      const Leftovers before;
+      bool has_thrown = false;
+      fail_allocation(nth);
+      try {
+        find(kFrom, kTo, &forward, &inverse);
+      } catch (const std::bad_alloc &) {
+        has_thrown = true;
+      }
+      was_reached = clear_failed_allocation();
+      EXPECT_EQ(has_thrown, was_reached) << nth;
+      EXPECT_TRUE(Leftovers() == before);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tavrine::test

@@ -1,0 +1,118 @@
+#include "tests/memory_failure.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TAVRINE_SANITIZER_HAS_MALLOC 1
+#else
+#define TAVRINE_SANITIZER_HAS_MALLOC 0
+#endif
+
+namespace tavrine::test {
+namespace {
+
+thread_local int32_t allocations_left = 0;
+thread_local int64_t live = 0;
+
+bool must_fail() { return allocations_left > 0 && --allocations_left == 0; }
+
+}  // namespace
+
+void fail_allocation(int32_t nth) { allocations_left = nth; }
+
+bool clear_failed_allocation() { return std::exchange(allocations_left, 0) == 0; }
+
+int64_t live_allocations() { return live; }
+
+}  // namespace tavrine::test
+
+using tavrine::test::live;
+using tavrine::test::must_fail;
+
+// The libraries take these instead of the system's.
+#pragma GCC visibility push(default)
+
+#if TAVRINE_SANITIZER_HAS_MALLOC
+
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
+  return must_fail() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+void *operator new(size_t size) {
+  void *block = operator new(size, std::nothrow);
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
+  return block;
+}
+void *operator new[](size_t size, const std::nothrow_t &) noexcept {
+  return operator new(size, std::nothrow);
+}
+void *operator new[](size_t size) { return operator new(size); }
+void operator delete(void *block) noexcept { std::free(block); }
+void operator delete[](void *block) noexcept { std::free(block); }
+void operator delete(void *block, size_t) noexcept { std::free(block); }
+void operator delete[](void *block, size_t) noexcept { std::free(block); }
+
+#else
+
+// The C library's own entrances, which a program's malloc goes around.
+extern "C" {
+void *__libc_malloc(size_t);
+void *__libc_calloc(size_t, size_t);
+void *__libc_realloc(void *, size_t);
+void *__libc_memalign(size_t, size_t);
+void __libc_free(void *);
+
+void *malloc(size_t size) {
+  if (must_fail()) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  ++live;
+  return __libc_malloc(size);
+}
+
+void *calloc(size_t count, size_t size) {
+  if (must_fail()) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  ++live;
+  return __libc_calloc(count, size);
+}
+
+void *realloc(void *block, size_t size) {
+  if (must_fail()) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  live += block == nullptr ? 1 : 0;
+  return __libc_realloc(block, size);
+}
+
+void *aligned_alloc(size_t alignment, size_t size) {
+  if (must_fail()) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  ++live;
+  return __libc_memalign(alignment, size);
+}
+
+int posix_memalign(void **block, size_t alignment, size_t size) {
+  *block = aligned_alloc(alignment, size);
+  return *block != nullptr ? 0 : ENOMEM;
+}
+
+void free(void *block) {
+  live -= block != nullptr ? 1 : 0;
+  __libc_free(block);
+}
+}
+
+#endif
+
+#pragma GCC visibility pop
