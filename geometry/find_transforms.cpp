@@ -56,7 +56,11 @@ Eigen::Vector4f solve_similarity(const tavrine_point2f_t *source,
   }
   Eigen::VectorXf targets(2 * kPoints);
   stack_coordinates(destination, targets);
-  return equations.jacobiSvd(Eigen::ComputeThinU | Eigen::ComputeThinV).solve(targets);
+  // Of bounded size, the decomposition asks for no memory: it frees some twice when it gets none.
+  using Bounded =
+      Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, 2 * kPoints, 4>;
+  return Eigen::JacobiSVD<Bounded>(equations, Eigen::ComputeThinU | Eigen::ComputeThinV)
+      .solve(targets);
 }
 
 }  // namespace

@@ -1,0 +1,291 @@
+// Arguments that no caller should give: they answer a code, and nothing outside is touched.
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <map>
+
+#include "tests/guarded_frame.h"
+#include "tests/tensor_support.h"
+
+namespace tavrine::test {
+namespace {
+
+constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr int kWidth = 22;
+constexpr int kHeight = 18;
+
+using Edge = GuardedMemory::Edge;
+
+struct Spoiling {
+  const char *name;
+  std::function<void(tavrine_frame_t &)> spoil;
+};
+
+const Spoiling kSpoilings[] = {
+    {"no first plane", [](tavrine_frame_t &f) { f.planes[0] = nullptr; }},
+    {"no second plane", [](tavrine_frame_t &f) { f.planes[1] = nullptr; }},
+    {"width 0", [](tavrine_frame_t &f) { f.width = 0; }},
+    {"width -2", [](tavrine_frame_t &f) { f.width = -2; }},
+    {"width near the end", [](tavrine_frame_t &f) { f.width = kMost - 1; }},
+    {"least width", [](tavrine_frame_t &f) { f.width = kLeast; }},
+    {"height 0", [](tavrine_frame_t &f) { f.height = 0; }},
+    {"height -2", [](tavrine_frame_t &f) { f.height = -2; }},
+    {"least height", [](tavrine_frame_t &f) { f.height = kLeast; }},
+    {"stride 1", [](tavrine_frame_t &f) { f.strides[0] = 1; }},
+    {"small second stride", [](tavrine_frame_t &f) { f.strides[1] = 4; }},
+    {"stride -64", [](tavrine_frame_t &f) { f.strides[0] = -64; }},
+    {"least stride", [](tavrine_frame_t &f) { f.strides[0] = kLeast; }},
+    {"unknown format", [](tavrine_frame_t &f) { f.pixel_format = 0x31323334; }},
+    {"no format", [](tavrine_frame_t &f) { f.pixel_format = 0; }},
+};
+
+struct BadCall {
+  const char *name;
+  uint32_t format;
+  std::function<int32_t(const tavrine_frame_t *in, tavrine_frame_t *out)> run;
+  const char *input_codes;  // one for each spoiling of the input, then of the output
+  const char *output_codes;
+};
+
+const float kMatrix[9] = {0.9F, 0.1F, 2, -0.1F, 0.9F, 1, 0, 0, 1};
+
+const BadCall kCalls[] = {
+    {"resize", TAVRINE_FORMAT_NV12,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       return tavrine_frame_resize(in, &out, 16, 12);
+     },
+     "-4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -1 -1", "-4 -4 -1 -1 0 -1 -1 -1 -1 -4 -4 -4 -4 -1 -1"},
+    {"rotate", TAVRINE_FORMAT_YU12,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       return tavrine_frame_rotate(in, &out, 1);
+     },
+     "-4 -4 -4 -4 -1 -4 -4 -4 -4 -4 -4 -4 -4 -1 -1",
+     "-4 -4 -1 -1 -4 -1 -1 -1 -1 -4 -4 -4 -4 -1 -1"},
+    {"crop", TAVRINE_FORMAT_RGB24,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       return tavrine_frame_crop(in, &out, {2, 2, 8, 8});
+     },
+     "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -1 -1", "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -1 -1"},
+    {"affine", TAVRINE_FORMAT_NV21,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       return tavrine_frame_warpaffine(in, out, kMatrix);
+     },
+     "-1 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4",
+     "-1 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4 -4"},
+    {"perspective", TAVRINE_FORMAT_BGR24,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       return tavrine_frame_warpperspective(in, out, kMatrix);
+     },
+     "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -4 -4", "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -4 -4"},
+    {"convert", TAVRINE_FORMAT_NV12,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       out->pixel_format =
+           out->pixel_format == TAVRINE_FORMAT_NV12 ? TAVRINE_FORMAT_NV21 : out->pixel_format;
+       return tavrine_frame_cvt_color(in, &out, TAVRINE_FORMAT_NV21);
+     },
+     "-4 -4 -1 -1 -1 -1 -1 -1 -1 -4 -4 -4 -4 -1000 -1",
+     "-4 -4 -1 -1 -1 -1 -1 -1 -1 -4 -4 -4 -4 -1 -1"},
+};
+
+class BadArguments : public LibraryTest {};
+
+TEST_F(BadArguments, FramesThatAreNone) {
+  for (const BadCall &call : kCalls) {
+    for (const bool spoils_input : {true, false}) {
+      std::string codes;
+      for (const Spoiling &spoiling : kSpoilings) {
+        int32_t result[2];
+        for (const Edge edge : {Edge::kFirst, Edge::kLast}) {
+          const GuardedFrame in(call.format, kWidth, kHeight, edge);
+          const GuardedFrame out(call.format, kWidth, kHeight, edge);
+          tavrine_frame_t spoiled = *(spoils_input ? in : out).get();
+          spoiling.spoil(spoiled);
+          result[edge == Edge::kLast] =
+              spoils_input ? call.run(&spoiled, out.get()) : call.run(in.get(), &spoiled);
+        }
+        EXPECT_EQ(result[0], result[1]);
+        codes += (codes.empty() ? "" : " ") + std::to_string(result[0]);
+      }
+      EXPECT_EQ(codes, spoils_input ? call.input_codes : call.output_codes)
+          << call.name << (spoils_input ? ": input" : ": output");
+    }
+  }
+}
+
+// Numbers that a caller's arithmetic may produce. Only the frame's own size limits what is written.
+TEST_F(BadArguments, NumbersOutOfRange) {
+  constexpr int32_t kNumbers[] = {0, -1, 1, -3, 7, 30, 65536, kMost, kMost - 1, kLeast, kLeast + 1};
+  constexpr float kRatios[] = {0, -0.0F, -1, NAN, kInfinity, -kInfinity, 1e30F, 1e-30F, 1e9F};
+  const auto number = [&] { return kNumbers[random_() % std::size(kNumbers)]; };
+  const std::vector<float> no_numbers = {NAN, kInfinity, -kInfinity, 1e38F, -1e38F, 1e-44F, 0, 1};
+  std::map<int32_t, int> answers;
+  for (int i = 0; i < 3000; ++i) {
+    const uint32_t format = kEightBitFormats[random_() % std::size(kEightBitFormats)];
+    const Edge edge = i % 2 == 0 ? Edge::kFirst : Edge::kLast;
+    const GuardedFrame in(format, kWidth, kHeight, edge);
+    const GuardedFrame given(format, kWidth, kHeight, edge);
+    fill(given.get(), 3);
+    tavrine_frame_t *out = given.get();
+    float matrix[9];
+    for (float &element : matrix) {
+      element = no_numbers[random_() % no_numbers.size()];
+    }
+    const int32_t results[] = {
+        tavrine_frame_resize(in.get(), &out, number(), number()),
+        tavrine_frame_scale(in.get(), &out, kRatios[random_() % std::size(kRatios)]),
+        tavrine_frame_crop(in.get(), &out, {number(), number(), number(), number()}),
+        tavrine_frame_rotate(in.get(), &out, number()),
+        tavrine_frame_warpaffine(in.get(), out, matrix),
+        tavrine_frame_warpperspective(in.get(), out, matrix),
+        tavrine_frame_cvt_color(in.get(), &out, static_cast<uint32_t>(number()))};
+    for (const int32_t result : results) {
+      ASSERT_TRUE(result == 0 || result == -1 || result == -4) << result;
+      ++answers[result];
+    }
+    ASSERT_EQ(out, given.get());
+    take_log();
+  }
+  EXPECT_EQ(answers.size(), 3);
+}
+
+TEST_F(BadArguments, PicturesThatAreNone) {
+  const uint8_t bytes[] = {'P', '5', ' '};
+  for (const int32_t length : {0, -1, kLeast, 1, 3}) {
+    EXPECT_EQ(tavrine_frame_load_from_memory(bytes, length), nullptr) << length;
+  }
+  EXPECT_EQ(tavrine_frame_load_from_memory(nullptr, 3), nullptr);
+  for (const char *path : {"", "/", "no such file.png", "/dev/null"}) {
+    EXPECT_EQ(tavrine_frame_load(path), nullptr) << path;
+  }
+  const OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 4, 4);
+  const OwnedBuffer buffer(tavrine_buffer_alloc(4, TAVRINE_MEMORY_HOST));
+  for (const int32_t format : {0, 4, -1, kMost, kLeast}) {
+    EXPECT_EQ(tavrine_frame_encode(frame.get(), format, buffer.get()), -1000) << format;
+  }
+  for (const Spoiling &spoiling : kSpoilings) {
+    tavrine_frame_t spoiled = *frame.get();
+    spoiling.spoil(spoiled);
+    const bool is_whole = std::memcmp(&spoiled, frame.get(), sizeof spoiled) == 0;
+    const bool has_one_plane =
+        spoiled.planes[0] != nullptr && spoiled.strides[0] == frame->strides[0];
+    const bool is_unharmed =
+        is_whole || (has_one_plane && spoiled.width == 4 && spoiled.height == 4 &&
+                     spoiled.pixel_format == frame->pixel_format);
+    EXPECT_EQ(tavrine_frame_encode(&spoiled, TAVRINE_ENCODE_PNG, buffer.get()),
+              is_unharmed ? 0 : -4)
+        << spoiling.name;
+  }
+}
+
+// A tensor between guard pages, whatever its shape says.
+TEST_F(BadArguments, TensorsThatAreNone) {
+  constexpr int32_t kShape[4] = {2, 3, 6, 8};
+  const GuardedMemory memory(sizeof(float) * 2 * 3 * 6 * 8, Edge::kLast);
+  const GuardedFrame in(TAVRINE_FORMAT_RGB24, kWidth, kHeight, Edge::kLast);
+  const OwnedTensor tensor(tavrine_tensor_make(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32,
+                                               memory.data(), kShape, nullptr, nullptr, nullptr));
+  ASSERT_TRUE(tensor);
+  const struct {
+    const char *name;
+    std::function<void(tavrine_tensor_t &)> spoil;
+    int32_t single;
+    int32_t batch;
+  } kCases[] = {
+      {"as it is", [](tavrine_tensor_t &) {}, 0, 0},
+      {"unknown elements", [](tavrine_tensor_t &t) { t.element_type = 77; }, -1000, -4},
+      {"no channels", [](tavrine_tensor_t &t) { t.shape[1] = 0; }, -1, -1},
+      {"negative channels", [](tavrine_tensor_t &t) { t.shape[1] = -3; }, -1, -1},
+      {"negative row stride", [](tavrine_tensor_t &t) { t.strides[2] = -8; }, -1, -4},
+      {"least channel stride", [](tavrine_tensor_t &t) { t.strides[1] = kLeast; }, -1, -4},
+  };
+  for (const auto &test : kCases) {
+    tavrine_tensor_t spoiled = *tensor.get();
+    test.spoil(spoiled);
+    EXPECT_EQ(to_tensor(&spoiled, 0, TAVRINE_TENSOR_RGB, in.get(), {{}, {1, 1, 1}, {}}),
+              test.single)
+        << test.name;
+    tavrine_frame_t *const frames[] = {in.get(), in.get()};
+    const tavrine_area2d_t areas[] = {{-4, -4, 20, 20}, {10, 9, 30, 40}};
+    OwnedBuffer workspace;
+    EXPECT_EQ(tavrine_frame_transform_to_tensor_batch(&spoiled, TAVRINE_TENSOR_RGB, 2, frames,
+                                                      areas, TAVRINE_RESIZE_FIT, 0, 0, 0, 1, 1, 1,
+                                                      nullptr, workspace.slot(), nullptr, nullptr),
+              test.batch)
+        << test.name;
+    take_log();
+  }
+  OwnedBuffer workspace;
+  tavrine_frame_t *const with_hole[] = {in.get(), nullptr};
+  const tavrine_area2d_t areas[] = {{0, 0, 4, 4}, {0, 0, 4, 4}};
+  const auto batch_of = [&](int32_t n, tavrine_frame_t *const *frames,
+                            const tavrine_area2d_t *regions) {
+    return tavrine_frame_transform_to_tensor_batch(tensor.get(), TAVRINE_TENSOR_BGR, n, frames,
+                                                   regions, TAVRINE_RESIZE_STRETCH, 0, 0, 0, 1, 1,
+                                                   1, nullptr, workspace.slot(), nullptr, nullptr);
+  };
+  for (const int32_t n : {0, -1, 1, 3, kMost, kLeast}) {
+    EXPECT_EQ(batch_of(n, with_hole, areas), -1) << n;
+  }
+  EXPECT_EQ(batch_of(2, with_hole, areas), -1);
+  EXPECT_EQ(batch_of(2, nullptr, areas), -1);
+  EXPECT_EQ(batch_of(2, with_hole, nullptr), -1);
+}
+
+TEST_F(BadArguments, RegionsFarOutside) {
+  constexpr int32_t kNumbers[] = {0,  -1,     1,     5,          -5,     22,
+                                  23, 100000, kMost, kMost - 30, kLeast, kLeast + 30};
+  const auto number = [&] { return kNumbers[random_() % std::size(kNumbers)]; };
+  const GuardedFrame in(TAVRINE_FORMAT_BGR24, kWidth, kHeight, Edge::kLast);
+  constexpr int32_t kShape[4] = {1, 3, 6, 8};
+  const GuardedMemory memory(sizeof(float) * 3 * 6 * 8, Edge::kLast);
+  const OwnedTensor tensor(tavrine_tensor_make(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32,
+                                               memory.data(), kShape, nullptr, nullptr, nullptr));
+  OwnedBuffer workspace;
+  std::map<int32_t, int> answers;
+  for (int i = 0; i < 4000; ++i) {
+    tavrine_frame_t *const frames[] = {in.get()};
+    const tavrine_area2d_t area = {number(), number(), number(), number()};
+    const auto mode = static_cast<int32_t>(random_() % 2);
+    float vertical = 0, horizontal = 0;
+    ++answers[tavrine_frame_transform_to_tensor_batch(tensor.get(), TAVRINE_TENSOR_RGB, 1, frames,
+                                                      &area, mode, 0, 0, 0, 1, 1, 1, nullptr,
+                                                      workspace.slot(), &vertical, &horizontal)];
+    take_log();
+  }
+  for (const auto &[code, count] : answers) {
+    EXPECT_TRUE(code == 0 || code == -1 || code == -4) << code << ", " << count << " times";
+  }
+  EXPECT_GT(answers[0], 100);
+  EXPECT_GT(answers[-1], 100);
+}
+
+// As far apart as the address space allows; on the camera, rows further than that are none.
+TEST_F(BadArguments, RowsFarApart) {
+  constexpr int32_t kRows = 4;
+  constexpr auto kStep = static_cast<size_t>(kMost);
+  const OwnedFrame small = make_frame(TAVRINE_FORMAT_GREY, 16, kRows);
+  fill_random(small.get(), random_);
+  OwnedFrame turned;
+  tavrine_frame_t far = *small.get();
+  far.strides[0] = kMost;
+  if constexpr (sizeof(void *) == 4) {
+    EXPECT_EQ(tavrine_frame_rotate(&far, turned.slot(), 1), -4);
+    EXPECT_FALSE(turned);
+  } else {
+    const GuardedMemory memory(static_cast<size_t>(kMost) * (kRows - 1) + 16, Edge::kLast);
+    for (size_t y = 0; y < kRows; ++y) {
+      std::memcpy(memory.data() + kStep * y, static_cast<uint8_t *>(small->planes[0]) + 16 * y, 16);
+    }
+    far.planes[0] = memory.data();
+    EXPECT_EQ(tavrine_frame_rotate(&far, turned.slot(), 1), 0);
+    OwnedFrame expected;
+    EXPECT_EQ(tavrine_frame_rotate(small.get(), expected.slot(), 1), 0);
+    EXPECT_EQ(pixels_of(turned.get()), pixels_of(expected.get()));
+  }
+}
+
+}  // namespace
+}  // namespace tavrine::test

@@ -1,0 +1,70 @@
+// Frames whose planes lie between pages that must not be touched.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "tests/support.h"
+
+namespace tavrine::test {
+
+// Some bytes at one end of readable memory: the byte before the first, or the one behind the last,
+// faults.
+class GuardedMemory {
+ public:
+  enum class Edge { kFirst, kLast };
+
+  GuardedMemory(size_t bytes, Edge edge) {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t body = (bytes + page - 1) / page * page;
+    mapped_ = body + 2 * page;
+    mapping_ = static_cast<uint8_t *>(
+        mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    EXPECT_NE(mapping_, MAP_FAILED);
+    EXPECT_EQ(mprotect(mapping_ + page, body, PROT_READ | PROT_WRITE), 0);
+    data_ = mapping_ + page + (edge == Edge::kFirst ? 0 : body - bytes);
+  }
+  GuardedMemory(GuardedMemory &&other) noexcept
+      : mapping_(std::exchange(other.mapping_, nullptr)),
+        mapped_(other.mapped_),
+        data_(other.data_) {}
+  GuardedMemory &operator=(GuardedMemory &&) = delete;
+  ~GuardedMemory() {
+    if (mapping_ != nullptr) {
+      munmap(mapping_, mapped_);
+    }
+  }
+
+  uint8_t *data() const { return data_; }
+
+ private:
+  uint8_t *mapping_;
+  size_t mapped_;
+  uint8_t *data_;
+};
+
+// A host frame with padded rows; nothing is behind the last one's pixels.
+class GuardedFrame {
+ public:
+  static constexpr int kPadding = 5;
+
+  GuardedFrame(uint32_t format, int width, int height, GuardedMemory::Edge edge)
+      : frame_(make_frame(format, width, height)) {
+    int next = 0;
+    for (const Plane &plane : planes_of(format, width, height)) {
+      const int row = plane.columns * plane.channels;
+      const int step = row + kPadding;
+      memory_.emplace_back(static_cast<size_t>(step) * (plane.rows - 1) + row, edge);
+      frame_->planes[next] = memory_.back().data();
+      frame_->strides[next++] = step;
+    }
+  }
+
+  tavrine_frame_t *get() const { return frame_.get(); }
+
+ private:
+  std::vector<GuardedMemory> memory_;
+  OwnedFrame frame_;
+};
+
+}  // namespace tavrine::test
