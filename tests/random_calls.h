@@ -1,0 +1,112 @@
+// Random calls of the public operations. The same seed makes the same calls with the same
+// answers on every machine, in every order and from every thread.
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include "tests/support.h"
+
+namespace tavrine::test {
+
+// What calls answered, as FNV-1a.
+class Digest {
+ public:
+  void add(const void *data, size_t size);
+  void add(int32_t value) { add(&value, sizeof(value)); }
+  // Which NaN it is belongs to the machine, and so does the sign of it.
+  void add(float value);
+  // Null frames count as nothing.
+  void add(const tavrine_frame_t *frame);
+
+  uint64_t value() const { return value_; }
+
+ private:
+  uint64_t value_ = 0xcbf29ce484222325;
+};
+
+using SharedFrame = std::shared_ptr<tavrine_frame_t>;
+// By memory type and format.
+using SharedFrames = std::map<std::pair<int32_t, uint32_t>, SharedFrame>;
+
+// How many percent go beyond small tight host frames of even size that belong to one call.
+struct Variety {
+  int device = 0;    // calls on device memory
+  int engine = 0;    // of these, calls that the image engine can take
+  int any_size = 0;  // frames whose size may be odd
+  int padded = 0;    // frames inside a larger one
+  int repeated = 0;  // destinations that are filled a second time
+  int failing = 0;   // calls in which the core or the platform fails
+  int shared = 0;    // sources taken from `frames`
+  SharedFrames frames;
+};
+
+// Only the generator's own numbers are the same everywhere, so everything is made from these.
+class RandomSource {
+ public:
+  explicit RandomSource(uint32_t seed, const Variety &variety) : random_(seed), variety_(variety) {}
+
+  // Settles what a call's frames have in common.
+  void begin_call();
+
+  int between(int least, int most) {
+    return least + static_cast<int>(random_() % static_cast<uint32_t>(most - least + 1));
+  }
+  // What never happens takes no number from the generator.
+  bool chance(int percent) { return percent > 0 && between(1, 100) <= percent; }
+  float real(float magnitude) {
+    return (static_cast<float>(between(0, 20000)) - 10000) * magnitude / 10000;
+  }
+  float odd_number();
+  template <typename T, size_t kCount>
+  T one_of(const T (&choices)[kCount]) {
+    return choices[random_() % kCount];
+  }
+
+  int32_t memory() const { return memory_; }
+  int32_t tensor_memory() const { return tensor_memory_; }
+  bool is_for_engine() const { return is_for_engine_; }
+  const Variety &variety() const { return variety_; }
+
+  // A frame to write, and one to read, which others may be reading too.
+  OwnedFrame frame(uint32_t format);
+  SharedFrame input(uint32_t format);
+
+  // Carries the operation out, and has something fail under it now and then.
+  template <typename Operation>
+  int32_t attempt(Operation operation) {
+    const bool is_failing = chance(variety_.failing);
+    if (is_failing) {
+      order_failure();
+    }
+    const int32_t status = operation();
+    if (is_failing) {
+      withdraw_failures();
+    }
+    return status;
+  }
+
+ private:
+  void order_failure();
+  static void withdraw_failures();
+
+  Random random_;
+  const Variety &variety_;
+  int32_t memory_ = TAVRINE_MEMORY_HOST;
+  int32_t tensor_memory_ = TAVRINE_MEMORY_HOST;
+  bool is_for_engine_ = false;
+};
+
+struct RandomOperation {
+  const char *name;
+  int calls;  // how many make a good sample
+  void (*call)(RandomSource &source, Digest &digest);
+};
+
+// Every operation but those with files.
+const std::vector<RandomOperation> &random_operations();
+
+// One call and its answer.
+uint64_t answer_of(const RandomOperation &operation, uint32_t seed, const Variety &variety);
+
+}  // namespace tavrine::test

@@ -1,0 +1,128 @@
+// Many threads at once answer what one thread answers alone. The thread sanitizer's build runs
+// this program and nothing else.
+#include <cstring>
+#include <thread>
+
+#include "tavrine_mpp_devkit.h"
+#include "tests/random_calls.h"
+
+namespace tavrine::test {
+namespace {
+
+constexpr unsigned kThreads = 6;
+// Emulated and instrumented code takes longer.
+#if defined(__arm__) || defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr uint32_t kSeeds = 25;
+#else
+constexpr uint32_t kSeeds = 100;
+#endif
+
+struct Job {
+  const RandomOperation *operation;
+  uint32_t seed;
+  uint64_t expected;
+};
+
+// What one thread answers to a number of calls of every operation.
+std::vector<Job> make_jobs(const Variety &variety) {
+  std::vector<Job> jobs;
+  for (uint32_t seed = 1; seed <= kSeeds; ++seed) {
+    for (const RandomOperation &operation : random_operations()) {
+      jobs.push_back({&operation, seed, answer_of(operation, seed, variety)});
+    }
+  }
+  return jobs;
+}
+
+// Every thread does all jobs. They begin in different places, two each in the same, so that
+// operations meet others and themselves.
+void run_side_by_side(const std::vector<Job> &jobs, const Variety &variety) {
+  std::vector<std::thread> threads;
+  for (unsigned thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&, begin = thread / 2 * jobs.size() * 2 / kThreads] {
+      for (size_t i = 0; i < jobs.size(); ++i) {
+        const Job &job = jobs[(begin + i) % jobs.size()];
+        EXPECT_EQ(answer_of(*job.operation, job.seed, variety), job.expected)
+            << job.operation->name << ", seed " << job.seed;
+      }
+    });
+  }
+  for (std::thread &thread : threads) {
+    thread.join();
+  }
+}
+
+class Threads : public LibraryTest {
+ protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    tavrine_log_set_sink([](void *arg, int32_t, const char *, int32_t,
+                            const char *) { ++*static_cast<int64_t *>(arg); },
+                         &records_);
+    tavrine_devkit_mpp_set_observer(
+        [](void *arg, const tavrine_devkit_mpp_call_t *call) {
+          *static_cast<int64_t *>(arg) += std::strcmp(call->name, "HI_MPI_IVE_Query") == 0 ? 1 : 0;
+        },
+        &engine_tasks_);
+  }
+  void TearDown() override {
+    tavrine_devkit_mpp_set_observer(nullptr, nullptr);
+    LibraryTest::TearDown();
+  }
+
+  // Counted by one thread at a time, as log and platform promise.
+  int64_t records_ = 0;
+  int64_t engine_tasks_ = 0;
+};
+
+Variety mixed() {
+  Variety variety;
+  variety.device = 40;
+  variety.engine = 50;
+  variety.any_size = 10;
+  variety.padded = 30;
+  variety.repeated = 30;
+  return variety;
+}
+
+TEST_F(Threads, WithFramesOfTheirOwn) {
+  const Variety variety = mixed();
+  const std::vector<Job> jobs = make_jobs(variety);
+  const int64_t records = records_;
+  const int64_t engine_tasks = engine_tasks_;
+  ASSERT_GT(records, 0);
+  ASSERT_GT(engine_tasks, 0);
+  run_side_by_side(jobs, variety);
+  EXPECT_EQ(records_, records * (1 + kThreads));
+  EXPECT_EQ(engine_tasks_, engine_tasks * (1 + kThreads));
+}
+
+TEST_F(Threads, ReadingTheSameFrames) {
+  Variety variety = mixed();
+  variety.shared = 100;
+  std::map<tavrine_frame_t *, std::vector<uint8_t>> before;
+  const auto share = [&](OwnedFrame frame) {
+    before[frame.get()] = pixels_of(frame.get());
+    const std::pair<int32_t, uint32_t> key(tavrine_frame_mem_type(frame.get()),
+                                           frame->pixel_format);
+    variety.frames[key] = {frame.release(),
+                           [](tavrine_frame_t *owned) { tavrine_frame_free(&owned); }};
+  };
+  const uint32_t formats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24,
+                              TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_NV12,
+                              TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12,  TAVRINE_FORMAT_Y16};
+  for (const uint32_t format : formats) {
+    OwnedFrame host = make_frame(format, 128, 80);
+    fill_random(host.get(), random_);
+    share(on_device(host.get()));
+    share(std::move(host));
+  }
+  const std::vector<Job> jobs = make_jobs(variety);
+  run_side_by_side(jobs, variety);
+  for (const auto &[frame, pixels] : before) {
+    EXPECT_EQ(pixels_of(frame), pixels);
+  }
+}
+
+}  // namespace
+}  // namespace tavrine::test
