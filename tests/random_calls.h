@@ -39,6 +39,7 @@ struct Variety {
   int failing = 0;   // calls in which the core or the platform fails
   int shared = 0;    // sources taken from `frames`
   SharedFrames frames;
+  std::string folder;  // for the operations with files
 };
 
 // Only the generator's own numbers are the same everywhere, so everything is made from these.
@@ -105,6 +106,23 @@ struct RandomOperation {
 
 // Every operation but those with files.
 const std::vector<RandomOperation> &random_operations();
+
+// Files, damaged ones too, the library's texts, and arguments that every operation refuses.
+const std::vector<RandomOperation> &random_file_and_error_operations();
+
+// The folder that they need.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder &) = delete;
+  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+  ~TemporaryFolder();
+
+  const std::string &path() const { return path_; }
+
+ private:
+  std::string path_;
+};
 
 // One call and its answer.
 uint64_t answer_of(const RandomOperation &operation, uint32_t seed, const Variety &variety);

@@ -12,9 +12,9 @@ namespace {
 constexpr unsigned kThreads = 6;
 // Emulated and instrumented code takes longer.
 #if defined(__arm__) || defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr uint32_t kSeeds = 25;
+constexpr uint32_t kSeeds = 15;
 #else
-constexpr uint32_t kSeeds = 100;
+constexpr uint32_t kSeeds = 60;
 #endif
 
 struct Job {
@@ -27,8 +27,10 @@ struct Job {
 std::vector<Job> make_jobs(const Variety &variety) {
   std::vector<Job> jobs;
   for (uint32_t seed = 1; seed <= kSeeds; ++seed) {
-    for (const RandomOperation &operation : random_operations()) {
-      jobs.push_back({&operation, seed, answer_of(operation, seed, variety)});
+    for (const auto *operations : {&random_operations(), &random_file_and_error_operations()}) {
+      for (const RandomOperation &operation : *operations) {
+        jobs.push_back({&operation, seed, answer_of(operation, seed, variety)});
+      }
     }
   }
   return jobs;
@@ -70,20 +72,24 @@ class Threads : public LibraryTest {
     LibraryTest::TearDown();
   }
 
+  Variety mixed() const {
+    Variety variety;
+    variety.device = 40;
+    variety.engine = 50;
+    variety.any_size = 10;
+    variety.padded = 30;
+    variety.repeated = 30;
+    variety.folder = folder_.path();
+    return variety;
+  }
+
   // Counted by one thread at a time, as log and platform promise.
   int64_t records_ = 0;
   int64_t engine_tasks_ = 0;
-};
 
-Variety mixed() {
-  Variety variety;
-  variety.device = 40;
-  variety.engine = 50;
-  variety.any_size = 10;
-  variety.padded = 30;
-  variety.repeated = 30;
-  return variety;
-}
+ private:
+  const TemporaryFolder folder_;
+};
 
 TEST_F(Threads, WithFramesOfTheirOwn) {
   const Variety variety = mixed();
