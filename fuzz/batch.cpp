@@ -184,7 +184,7 @@ void batch(const uint8_t *data, size_t size) {
   }
   Watch::order_failures(input);
   if (is_single) {
-    const uint32_t image = static_cast<uint32_t>(input.between(0, shape[0] - 1));
+    const auto image = static_cast<uint32_t>(input.between(0, shape[0] - 1));
     const uint32_t offset =
         image * static_cast<uint32_t>(tensor != nullptr ? tensor->strides[0] : 0);
     tavrine_frame_to_tensor(tensor, offset, color_type, frames[0], mean[0], mean[1], mean[2],

@@ -33,6 +33,7 @@ void read_lines_as_arguments(const std::string &text) {
     arguments.push_back(line);
   }
   std::vector<const char *> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (const std::string &argument : arguments) {
     pointers.push_back(argument.c_str());
   }
