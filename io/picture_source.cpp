@@ -46,7 +46,9 @@ bool FileSource::is_at_end() {
 
 size_t MemorySource::read(char *data, size_t size) {
   size = std::min(size, length_ - position_);
-  std::memcpy(data, data_ + position_, size);
+  if (size > 0) {
+    std::memcpy(data, data_ + position_, size);
+  }
   position_ += size;
   return size;
 }

@@ -22,7 +22,8 @@ bool must_fail(size_t size) {
 
 }  // namespace
 
-// Named by the linker.
+// Named by the linker, which also looks for them on behalf of shared libraries.
+#pragma GCC visibility push(default)
 extern "C" {
 void *__real_calloc(size_t count, size_t size);
 void *__real_realloc(void *bytes, size_t size);
@@ -37,6 +38,7 @@ void *__wrap_realloc(void *bytes, size_t size) {
   return must_fail(size) ? nullptr : __real_realloc(bytes, size);
 }
 }
+#pragma GCC visibility pop
 
 namespace tavrine::test {
 
