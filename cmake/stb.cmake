@@ -30,6 +30,15 @@ tavrine_repair_stb("JPEG code lengths beyond their table"
       }
 ]])
 
+tavrine_repair_stb("PNG data without bytes are copied to nowhere"
+[[static int stbi__getn(stbi__context *s, stbi_uc *buffer, int n)
+{
+]]
+[[static int stbi__getn(stbi__context *s, stbi_uc *buffer, int n)
+{
+   if (n == 0) return 1;
+]])
+
 tavrine_repair_stb("PIC pixels that could not be read are converted"
 [[      STBI_FREE(result);
       result=0;
