@@ -35,6 +35,16 @@ TEST_F(Failures, APerspectiveWarpWithoutMemoryBetweenSucceedsAndWritesNothing) {
   EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(36, 77));
 }
 
+// The caller's device frame gets no pixels of a result that there is not.
+TEST_F(Failures, ARefusedOperationUploadsNothing) {
+  const OwnedFrame in = make_frame(TAVRINE_FORMAT_Y16, 8, 8, TAVRINE_MEMORY_DEVICE);
+  OwnedFrame out = make_frame(TAVRINE_FORMAT_Y16, 4, 4, TAVRINE_MEMORY_DEVICE);
+  tavrine_devkit_reset_call_counts();
+  EXPECT_EQ(tavrine_frame_resize(in.get(), out.slot(), 4, 4), -4);
+  EXPECT_EQ(tavrine_devkit_call_count("tavrine_frame_download"), 2);
+  EXPECT_EQ(tavrine_devkit_call_count("tavrine_frame_upload"), 0);
+}
+
 TEST_F(Failures, ANonContiguousFrameThatCannotBeDuplicatedIsNotSaved) {
   const PaddedFrame in = make_padded_frame(TAVRINE_FORMAT_RGB24, 8, 8, random_);
   tavrine_devkit_fail_call("tavrine_frame_duplicate", 1);
