@@ -1,0 +1,43 @@
+// Floating point to integers, where machines differ.
+#include "core/numeric.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace tavrine::test {
+namespace {
+
+constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+
+TEST(Numeric, TruncatesAndRoundsAlikeOnEveryMachine) {
+  const struct {
+    float value;
+    int32_t truncated;
+    int32_t rounded;
+    uint32_t truncated_unsigned;
+  } cases[] = {{0.5F, 0, 1, 0},
+               {-0.5F, 0, -1, 0},
+               {2.5F, 2, 3, 2},
+               {-2.5F, -2, -3, 0},
+               {-0.49999997F, 0, 0, 0},
+               {0.49999997F, 0, 0, 0},
+               {2147483520.0F, 2147483520, 2147483520, 2147483520U},
+               {2147483648.0F, kMost, kMost, 2147483648U},
+               {-2147483648.0F, kLeast, kLeast, 0},
+               {1e20F, kMost, kMost, 4294967295U},
+               {-1e20F, kLeast, kLeast, 0},
+               {INFINITY, kMost, kMost, 4294967295U},
+               {-INFINITY, kLeast, kLeast, 0},
+               {NAN, 0, 0, 0}};
+  for (const auto &test : cases) {
+    EXPECT_EQ(truncate_to_int32(test.value), test.truncated) << test.value;
+    EXPECT_EQ(truncate_to_int32(double{test.value}), test.truncated) << test.value;
+    EXPECT_EQ(round_to_int32(test.value), test.rounded) << test.value;
+    EXPECT_EQ(truncate_to_uint32(test.value), test.truncated_unsigned) << test.value;
+  }
+}
+
+}  // namespace
+}  // namespace tavrine::test
