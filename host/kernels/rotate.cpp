@@ -6,6 +6,7 @@
 #define HWY_TARGET_INCLUDE "host/kernels/rotate.cpp"
 #include <hwy/foreach_target.h>  // compiles this file for every instruction set
 // After foreach_target:
+#include "host/kernels/reverse-inl.h"
 #include "host/kernels/rotate_scalar.h"
 #include "host/kernels/transpose-inl.h"
 
@@ -18,20 +19,19 @@ namespace {
 template <size_t kPixelBytes>
 void reverse_row(const uint8_t *in, int32_t columns, uint8_t *out) {
   constexpr auto kPixel = static_cast<ptrdiff_t>(kPixelBytes);
-  int32_t x = 0;  // pixels written
 #if TAVRINE_HAS_VECTORS
-  constexpr int32_t kCount = 16 / kPixelBytes;
-  constexpr int32_t kUnused = 16 % kPixelBytes;
-  // The byte that is left over of three-byte pixels is put right by what is written next.
-  for (; x <= columns - kCount - kUnused; x += kCount) {
-    const Block block = hn::LoadU(BytesInBlock(), in + kPixel * (columns - x - kCount) - kUnused);
-    hn::StoreU(reverse_pixels<kPixelBytes>(block), BytesInBlock(), out + kPixel * x);
+  constexpr int32_t kStep = reversed_pixels<kPixelBytes>();
+  if (columns >= kStep) {
+    int32_t x = reverse_most<kPixelBytes>(in, columns, out);
+    for (; x < columns - kStep; x += kStep) {
+      reverse_step<kPixelBytes>(in + kPixel * (columns - x - kStep), out + kPixel * x);
+    }
+    // The last one overlaps the one before it.
+    reverse_step<kPixelBytes>(in, out + kPixel * (columns - kStep));
+    return;
   }
 #endif
-  if (x < columns) {
-    scalar::gather_pixels<kPixelBytes>(in + kPixel * (columns - x - 1), -kPixel, out + kPixel * x,
-                                       columns - x);
-  }
+  scalar::gather_pixels<kPixelBytes>(in + kPixel * (columns - 1), -kPixel, out, columns);
 }
 
 template <size_t kPixelBytes>
@@ -55,18 +55,24 @@ class QuarterTurn {
                              : source.data + (source.row_bytes() - kPixel)) {}
 
   void run() const {
-    for (int32_t top = 0, rows; top < destination_.rows; top += rows) {
-      rows = std::min(kTile, destination_.rows - top);
-      for (int32_t left = 0, columns; left < destination_.columns; left += columns) {
-        columns = std::min(kTile, destination_.columns - left);
-        turn_tile(top, rows, left, columns);
+#if TAVRINE_HAS_VECTORS
+    if (destination_.rows >= Tile<kPixelBytes>::kLeastRows &&
+        destination_.columns >= Tile<kPixelBytes>::kColumns) {
+      for (int32_t left = 0; left < destination_.columns; left += kAreaColumns) {
+        for (int32_t top = 0; top < destination_.rows; top += kAreaRows) {
+          turn_area(top, left);
+        }
       }
+      return;
+    }
+#endif
+    for (int32_t y = 0; y < destination_.rows; ++y) {
+      scalar::gather_pixels<kPixelBytes>(source_of(y, 0), along_row_, at(y, 0),
+                                         destination_.columns);
     }
   }
 
  private:
-  // A tile's rows of both planes stay in the first-level cache.
-  static constexpr int32_t kTile = 64;
   static constexpr auto kPixel = static_cast<ptrdiff_t>(kPixelBytes);
 
   const uint8_t *source_of(int32_t row, int32_t column) const {
@@ -75,37 +81,45 @@ class QuarterTurn {
 
   uint8_t *at(int32_t row, int32_t column) const { return destination_.row(row) + kPixel * column; }
 
-  void turn_tile(int32_t top, int32_t rows, int32_t left, int32_t columns) const {
-    int32_t whole_rows = 0;
-    int32_t whole_columns = 0;
 #if TAVRINE_HAS_VECTORS
-    constexpr int32_t kSide = tile_side<kPixelBytes>();
-    whole_rows = rows / kSide * kSide;
-    whole_columns = columns / kSide * kSide;
-    // Tiles of three bytes a pixel look at two pixels more, which the source must have.
-    if (kPixelBytes == 3 && destination_.rows - (top + whole_rows) < 2) {
-      whole_rows = std::max(0, whole_rows - kSide);
-    }
-    for (int32_t y = 0; y < whole_rows; y += kSide) {
-      // Source pixels run along destination columns, to the right or to the left.
-      const bool runs_down = along_column_ > 0;
-      const int32_t first = runs_down ? y : y + kSide - 1;
-      for (int32_t x = 0; x < whole_columns; x += kSide) {
-        transpose_tile<kPixelBytes>(source_of(top + first, left + x), along_row_,
-                                    at(top + first, left + x),
-                                    runs_down ? destination_.step : -destination_.step, runs_down,
-                                    left + x + kSide + 2 <= destination_.columns);
+  // An area's rows of both planes stay in the first-level cache. Areas follow each other along
+  // source rows: caches foresee that, and do not foresee jumps from row to row.
+  static constexpr int32_t kAreaColumns = 64;
+  static constexpr int32_t kAreaRows = 32;
+
+  // The last tiles of the plane overlap those before them.
+  void turn_area(int32_t top, int32_t left) const {
+    constexpr int32_t kRows = Tile<kPixelBytes>::kRows;
+    constexpr int32_t kColumns = Tile<kPixelBytes>::kColumns;
+    const int32_t bottom = std::min(top + kAreaRows, destination_.rows);
+    const int32_t right = std::min(left + kAreaColumns, destination_.columns);
+    const int32_t start = std::min(left, destination_.columns - kColumns);
+    // Source pixels run along destination columns, to the right or to the left.
+    const bool runs_down = along_column_ > 0;
+    const ptrdiff_t out_step = runs_down ? destination_.step : -destination_.step;
+    for (int32_t y = top; y < bottom; y += kRows) {
+      const int32_t row = std::min(y, destination_.rows - kRows);
+      const int32_t first = runs_down ? row : row + kRows - 1;
+      const int32_t pixels_behind = runs_down ? destination_.rows - (row + kRows) : row;
+      const uint8_t *in = source_of(first, start);
+      uint8_t *out = at(first, start);
+      int32_t behind = right - start - kColumns;  // columns of the area behind the tile
+      for (;;) {
+        transpose_tile<kPixelBytes>(in, along_row_, out, out_step, pixels_behind >= 2,
+                                    behind + destination_.columns - right >= 2);
+        if (behind == 0) {
+          break;
+        }
+        const int32_t advance = std::min(kColumns, behind);
+        in += along_row_ * advance;
+        out += kPixel * advance;
+        behind -= advance;
       }
     }
-#endif
-    for (int32_t y = 0; y < rows; ++y) {
-      const int32_t done = y < whole_rows ? whole_columns : 0;
-      scalar::gather_pixels<kPixelBytes>(source_of(top + y, left + done), along_row_,
-                                         at(top + y, left + done), columns - done);
-    }
   }
+#endif
 
-  const PlaneView &destination_;
+  const PlaneView destination_;
   ptrdiff_t along_row_;
   ptrdiff_t along_column_;
   const uint8_t *origin_;

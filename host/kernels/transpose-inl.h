@@ -1,4 +1,4 @@
-// Square tiles of pixels, turned in registers. Included once for each instruction set.
+// Tiles of pixels, turned in registers. Included once for each instruction set.
 #if defined(TAVRINE_HOST_KERNELS_TRANSPOSE_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef TAVRINE_HOST_KERNELS_TRANSPOSE_INL_H_
 #undef TAVRINE_HOST_KERNELS_TRANSPOSE_INL_H_
@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "host/kernels/transpose_neon-inl.h"
 #include "host/kernels/vector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -16,13 +17,20 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_HAS_VECTORS
 
-// Pixels along a side of a tile: as many as a block of 16 bytes holds. Three bytes travel as four.
-template <size_t kPixelBytes>
-constexpr int32_t tile_side() {
-  return kPixelBytes == 1 ? 16 : kPixelBytes == 2 ? 8 : 4;
-}
-
 using Block = hn::VFromD<BytesInBlock>;
+
+#if !TAVRINE_IS_ARMV7
+
+// What a tile covers of the destination: along each side as many pixels as a block of 16 bytes
+// holds. Three bytes travel as four.
+template <size_t kPixelBytes>
+struct Tile {
+  static constexpr int32_t kRows = kPixelBytes == 1 ? 16 : kPixelBytes == 2 ? 8 : 4;
+  static constexpr int32_t kColumns = kRows;
+  // That a plane must have. Source rows of a tile of three bytes a pixel are looked at together
+  // with two pixels more, behind or before them.
+  static constexpr int32_t kLeastRows = kPixelBytes == 3 ? kRows + 3 : kRows;
+};
 
 // Weaving rows with those half a tile below, once for each bit of a row's number, exchanges rows
 // and columns.
@@ -75,7 +83,7 @@ HWY_INLINE void store_spread_pixels(Block block, uint8_t *pixels, bool has_room)
 template <size_t kPixelBytes>
 HWY_INLINE void transpose_tile(const uint8_t *in, ptrdiff_t in_step, uint8_t *out,
                                ptrdiff_t out_step, bool reads_on, bool has_room) {
-  constexpr int32_t kSide = tile_side<kPixelBytes>();
+  constexpr int32_t kSide = Tile<kPixelBytes>::kRows;
   Block rows[kSide];
   for (int32_t i = 0; i < kSide; ++i) {
     if constexpr (kPixelBytes == 3) {
@@ -100,25 +108,7 @@ HWY_INLINE void transpose_tile(const uint8_t *in, ptrdiff_t in_step, uint8_t *ou
   }
 }
 
-// The pixels of a block in reverse order.
-template <size_t kPixelBytes>
-HWY_INLINE Block reverse_pixels(Block block) {
-  if constexpr (kPixelBytes == 4) {
-    const hn::Full128<uint32_t> d;
-    return hn::BitCast(BytesInBlock(), hn::Reverse(d, hn::BitCast(d, block)));
-  } else {
-    // Five of three bytes stand behind a byte of no use, and it comes out last.
-    constexpr int32_t kCount = 16 / kPixelBytes;
-    constexpr int32_t kUnused = 16 % kPixelBytes;
-    alignas(16) uint8_t order[16];
-    for (int32_t i = 0; i < 16; ++i) {
-      const int32_t pixel = i / static_cast<int32_t>(kPixelBytes);
-      order[i] = static_cast<uint8_t>(
-          pixel < kCount ? kUnused + (kCount - 1 - pixel) * kPixelBytes + i % kPixelBytes : 0x80);
-    }
-    return hn::TableLookupBytesOr0(block, hn::Load(BytesInBlock(), order));
-  }
-}
+#endif  // !TAVRINE_IS_ARMV7
 
 #endif  // TAVRINE_HAS_VECTORS
 

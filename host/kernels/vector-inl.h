@@ -16,6 +16,8 @@
 #define TAVRINE_HAS_VECTORS (HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128)
 #undef TAVRINE_IS_NEON
 #define TAVRINE_IS_NEON (HWY_TARGET == HWY_NEON)
+#undef TAVRINE_IS_ARMV7
+#define TAVRINE_IS_ARMV7 (TAVRINE_IS_NEON && HWY_ARCH_ARM_V7)
 #undef TAVRINE_IS_X86
 #define TAVRINE_IS_X86 (TAVRINE_HAS_VECTORS && HWY_ARCH_X86)
 
@@ -49,12 +51,18 @@ HWY_INLINE hn::VFromD<BytesInBlock> saturate_to_bytes(V low, V high) {
 
 #if TAVRINE_IS_NEON
 
-// Steps a pointer past what was just loaded or stored. NEON does that in the same instruction,
-// but has no offsets, into which the compiler would otherwise turn several steps.
+// The compiler no longer knows how the value was calculated. Without that, unrolled steps get
+// their addresses each by an addition, instead of loads and stores that move their pointer on.
+template <class T>
+HWY_INLINE void hide_origin(T &value) {
+  asm("" : "+r"(value));
+}
+
+// Steps a pointer past what was just loaded or stored, in the same instruction.
 template <typename Element>
 HWY_INLINE void step_past(Element *&pointer, ptrdiff_t elements) {
   pointer += elements;
-  __asm__("" : "+r"(pointer));
+  hide_origin(pointer);
 }
 
 #endif  // TAVRINE_IS_NEON
