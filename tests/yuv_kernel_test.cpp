@@ -38,6 +38,10 @@ TEST(YuvKernels, MovesEqualTheirDefinition) {
       ASSERT_EQ(second.pixels(), seconds) << width;
       ASSERT_TRUE(interleave_planes(first.view(), second.view(), out.view()));
       ASSERT_EQ(out.pixels(), pairs.pixels()) << width;
+      GuardedPlane copy(width, 2, 2, width % 7);
+      ASSERT_TRUE(copy_plane(pairs.view(), copy.view()));
+      ASSERT_EQ(copy.pixels(), pairs.pixels()) << width;
+      ASSERT_TRUE(copy.margins_unharmed());
       ASSERT_TRUE(out.margins_unharmed() && first.margins_unharmed() && second.margins_unharmed());
     }
   });

@@ -14,8 +14,77 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
-void swap_row(const uint8_t *in, int32_t pairs, uint8_t *out) {
+#if TAVRINE_IS_NEON
+
+// The only loads and stores of 32 bytes split and weave. Without a use for that, they undo it.
+void copy_bytes(const uint8_t *in, size_t count, uint8_t *out) {
+  for (; count >= 128; count -= 128) {
+    for (int i = 0; i < 4; ++i) {
+      vst2q_u8(out, vld2q_u8(in));
+      move_on(in, 32);
+      move_on(out, 32);
+    }
+  }
+  std::memcpy(out, in, count);
+}
+
+// These do what they can in long steps, and return how many pairs.
+int32_t swap_most(const uint8_t *in, int32_t pairs, uint8_t *out) {
   int32_t x = 0;
+  for (; x <= pairs - 64; x += 64) {
+    for (int i = 0; i < 4; ++i) {
+      const uint8x16x2_t v = vld2q_u8(in);
+      vst2q_u8(out, uint8x16x2_t{{v.val[1], v.val[0]}});
+      move_on(in, 32);
+      move_on(out, 32);
+    }
+  }
+  return x;
+}
+
+int32_t interleave_most(const uint8_t *first, const uint8_t *second, int32_t columns,
+                        uint8_t *pairs) {
+  int32_t x = 0;
+  for (; x <= columns - 64; x += 64) {
+    for (int i = 0; i < 2; ++i) {
+      const uint8x16x2_t a = vld2q_u8(first);
+      const uint8x16x2_t b = vld2q_u8(second);
+      vst4q_u8(pairs, uint8x16x4_t{{a.val[0], b.val[0], a.val[1], b.val[1]}});
+      move_on(first, 32);
+      move_on(second, 32);
+      move_on(pairs, 64);
+    }
+  }
+  return x;
+}
+
+int32_t deinterleave_most(const uint8_t *pairs, int32_t columns, uint8_t *first, uint8_t *second) {
+  int32_t x = 0;
+  for (; x <= columns - 64; x += 64) {
+    for (int i = 0; i < 4; ++i) {
+      const uint8x16x2_t v = vld2q_u8(pairs);
+      vst1q_u8(first, v.val[0]);
+      vst1q_u8(second, v.val[1]);
+      move_on(first, 16);
+      move_on(second, 16);
+      move_on(pairs, 32);
+    }
+  }
+  return x;
+}
+
+#else
+
+void copy_bytes(const uint8_t *in, size_t count, uint8_t *out) { std::memcpy(out, in, count); }
+
+int32_t swap_most(const uint8_t *, int32_t, uint8_t *) { return 0; }
+int32_t interleave_most(const uint8_t *, const uint8_t *, int32_t, uint8_t *) { return 0; }
+int32_t deinterleave_most(const uint8_t *, int32_t, uint8_t *, uint8_t *) { return 0; }
+
+#endif
+
+void swap_row(const uint8_t *in, int32_t pairs, uint8_t *out) {
+  int32_t x = swap_most(in, pairs, out);
 #if TAVRINE_HAS_VECTORS
   const hn::ScalableTag<uint16_t> d16;
   const auto lanes = static_cast<int32_t>(hn::Lanes(d16));
@@ -29,7 +98,7 @@ void swap_row(const uint8_t *in, int32_t pairs, uint8_t *out) {
 }
 
 void interleave_row(const uint8_t *first, const uint8_t *second, int32_t columns, uint8_t *pairs) {
-  int32_t x = 0;
+  int32_t x = interleave_most(first, second, columns, pairs);
 #if TAVRINE_HAS_VECTORS
   const Bytes d;
   const auto lanes = static_cast<int32_t>(byte_lanes());
@@ -41,7 +110,7 @@ void interleave_row(const uint8_t *first, const uint8_t *second, int32_t columns
 }
 
 void deinterleave_row(const uint8_t *pairs, int32_t columns, uint8_t *first, uint8_t *second) {
-  int32_t x = 0;
+  int32_t x = deinterleave_most(pairs, columns, first, second);
 #if TAVRINE_HAS_VECTORS
   const Bytes d;
   const auto lanes = static_cast<int32_t>(byte_lanes());
@@ -54,6 +123,17 @@ void deinterleave_row(const uint8_t *pairs, int32_t columns, uint8_t *first, uin
   }
 #endif
   scalar::deinterleave(pairs + 2 * x, columns - x, first + x, second + x);
+}
+
+void copy_rows(const PlaneView &source, const PlaneView &destination) {
+  const auto row_bytes = static_cast<size_t>(source.row_bytes());
+  if (source.is_tight() && destination.is_tight()) {
+    copy_bytes(source.data, row_bytes * static_cast<size_t>(source.rows), destination.data);
+    return;
+  }
+  for (int32_t y = 0; y < source.rows; ++y) {
+    copy_bytes(source.row(y), row_bytes, destination.row(y));
+  }
 }
 
 void swap_rows(const PlaneView &source, const PlaneView &destination) {
@@ -83,6 +163,7 @@ HWY_AFTER_NAMESPACE();
 namespace tavrine {
 namespace {
 
+HWY_EXPORT(copy_rows);
 HWY_EXPORT(swap_rows);
 HWY_EXPORT(interleave_rows);
 HWY_EXPORT(deinterleave_rows);
@@ -98,14 +179,7 @@ bool copy_plane(const PlaneView &source, const PlaneView &destination) {
   if (!source.is_usable() || !destination.is_usable() || !have_same_size(source, destination)) {
     return false;
   }
-  const auto row_bytes = static_cast<size_t>(source.row_bytes());
-  if (source.is_tight() && destination.is_tight()) {
-    std::memcpy(destination.data, source.data, row_bytes * static_cast<size_t>(source.rows));
-    return true;
-  }
-  for (int32_t y = 0; y < source.rows; ++y) {
-    std::memcpy(destination.row(y), source.row(y), row_bytes);
-  }
+  HWY_DYNAMIC_DISPATCH(copy_rows)(source, destination);
   return true;
 }
 

@@ -92,14 +92,14 @@ HWY_INLINE int32_t halve_row<1>(const uint8_t *upper, const uint8_t *lower, int3
                                 uint8_t *out) {
   const auto halve = [&]() {
     const uint16x8x2_t above = load_pairs(upper);
-    step_past(upper, 32);
+    move_on(upper, 32);
     const uint16x8x2_t below = load_pairs(lower);
-    step_past(lower, 32);
+    move_on(lower, 32);
     const auto means = [&](int32_t i) {
       return means_of_pairs(vreinterpretq_u8_u16(above.val[i]), vreinterpretq_u8_u16(below.val[i]));
     };
     vst2_u8(out, {{means(0), means(1)}});
-    step_past(out, 16);
+    move_on(out, 16);
   };
   int32_t left = columns;
   for (; left >= 64; left -= 64) {

@@ -51,17 +51,17 @@ HWY_INLINE hn::VFromD<BytesInBlock> saturate_to_bytes(V low, V high) {
 
 #if TAVRINE_IS_NEON
 
-// The compiler no longer knows how the value was calculated. Without that, unrolled steps get
-// their addresses each by an addition, instead of loads and stores that move their pointer on.
+// The compiler no longer knows how the value was calculated.
 template <class T>
 HWY_INLINE void hide_origin(T &value) {
   asm("" : "+r"(value));
 }
 
-// Steps a pointer past what was just loaded or stored, in the same instruction.
-template <typename Element>
-HWY_INLINE void step_past(Element *&pointer, ptrdiff_t elements) {
-  pointer += elements;
+// Moves a pointer on for the next of some unrolled steps. The loads and stores then do it on the
+// way, instead of an addition for each of their addresses.
+template <class T>
+HWY_INLINE void move_on(T *&pointer, ptrdiff_t distance) {
+  pointer += distance;
   hide_origin(pointer);
 }
 
