@@ -1,4 +1,6 @@
 // Grey and packed conversions on every instruction set, held against their scalar definitions.
+#include <algorithm>
+
 #include "host/kernels/rgb.h"
 #include "host/kernels/rgb_scalar.h"
 #include "tests/kernel_support.h"
@@ -56,6 +58,37 @@ TEST(RgbKernels, EqualTheirDefinition) {
           ASSERT_TRUE(out.margins_unharmed());
         }
       }
+    }
+  });
+}
+
+// Where the weighted sum is a whole number, only its last bit decides whether a luma is one less.
+TEST(RgbKernels, TruncateExactLumas) {
+  std::vector<uint8_t> pixels;
+  for (int green = 0; green < 256; ++green) {
+    for (int red = 0; red < 256; ++red) {
+      for (int blue = 0; blue < 256; ++blue) {
+        if ((587 * green + 299 * red + 114 * blue) % 1000 == 0) {
+          // The next one up and down lie just beside a whole number.
+          for (const int step : {-1, 0, 1}) {
+            const int other = std::min(std::max(blue + step, 0), 255);
+            pixels.insert(pixels.end(), {static_cast<uint8_t>(red), static_cast<uint8_t>(green),
+                                         static_cast<uint8_t>(other)});
+          }
+        }
+      }
+    }
+  }
+  const auto count = static_cast<int32_t>(pixels.size() / 3);
+  ASSERT_GT(count, 3 * 256);
+  const PlaneView packed{pixels.data(), 3, count, 1, static_cast<ptrdiff_t>(pixels.size())};
+  on_every_target([&] {
+    for (const ByteOrder order : {ByteOrder::kRedFirst, ByteOrder::kBlueFirst}) {
+      std::vector<uint8_t> expected(static_cast<size_t>(count));
+      scalar::weigh_luma(pixels.data(), red_byte(order), count, expected.data());
+      std::vector<uint8_t> lumas(static_cast<size_t>(count));
+      ASSERT_TRUE(weigh_luma(packed, order, {lumas.data(), 1, count, 1, count}));
+      ASSERT_EQ(lumas, expected);
     }
   });
 }

@@ -24,6 +24,9 @@ constexpr int32_t kPixelsSeen = kPixelsInStep + 2;
 // Runs what is left of a row through the same steps, on a copy that has room around it.
 template <int32_t kBytesIn, int32_t kBytesOut, int32_t kCount, class Step>
 HWY_INLINE void finish_row(const uint8_t *in, int32_t count, uint8_t *out, Step step) {
+  if (count <= 0) {
+    return;
+  }
   alignas(32) uint8_t copy[(kCount + 2) * kBytesIn] = {};
   alignas(32) uint8_t result[kCount * kBytesOut];
   for (int32_t n; count > 0; in += n * kBytesIn, out += n * kBytesOut, count -= n) {
@@ -60,6 +63,42 @@ HWY_INLINE hn::VFromD<Bytes> load_pixels(const uint8_t *pixels) {
                                                9, 10, 11, 0x80, 0, 1,  2,  0x80, 3, 4, 5, 0x80,
                                                6, 7,  8,  0x80, 9, 10, 11, 0x80};
   return hn::TableLookupBytesOr0(load_blocks(pixels, 48), hn::Load(Bytes(), kSpread));
+}
+
+// Eight neighbouring pixels a block: words of their first and second bytes, and their third bytes.
+// Blocks are 16 pixels apart, so that packing block by block brings 32 pixels into their order.
+struct PixelWords {
+  hn::VFromD<Bytes> pairs;
+  hn::VFromD<Bytes> thirds;
+};
+
+HWY_INLINE PixelWords load_pixel_words(const uint8_t *pixels) {
+  alignas(32) static constexpr uint8_t kFirstFour[32] = {
+      0, 1, 3, 4, 6, 7, 9, 10, 2, 0x80, 5, 0x80, 8, 0x80, 11, 0x80,
+      0, 1, 3, 4, 6, 7, 9, 10, 2, 0x80, 5, 0x80, 8, 0x80, 11, 0x80};
+  alignas(32) static constexpr uint8_t kLastFour[32] = {
+      4, 5, 7, 8, 10, 11, 13, 14, 6, 0x80, 9, 0x80, 12, 0x80, 15, 0x80,
+      4, 5, 7, 8, 10, 11, 13, 14, 6, 0x80, 9, 0x80, 12, 0x80, 15, 0x80};
+  const hn::ScalableTag<uint64_t> d64;
+  const auto split = [&](const uint8_t *from, const uint8_t *order) {
+    return hn::BitCast(d64,
+                       hn::TableLookupBytesOr0(load_blocks(from, 48), hn::Load(Bytes(), order)));
+  };
+  const auto first = split(pixels, kFirstFour);
+  const auto last = split(pixels + 8, kLastFour);
+  return {hn::BitCast(Bytes(), hn::InterleaveLower(d64, first, last)),
+          hn::BitCast(Bytes(), hn::InterleaveUpper(d64, first, last))};
+}
+
+// The weighted sums of pixels whose byte of red is kRedByte. They must fit.
+template <int32_t kRedByte, int32_t kRed, int32_t kGreen, int32_t kBlue>
+HWY_INLINE hn::VFromD<Words> weigh(const PixelWords &pixels) {
+  constexpr int32_t kFirst = kRedByte == 0 ? kRed : kBlue;
+  constexpr int32_t kThird = kRedByte == 0 ? kBlue : kRed;
+  const auto pair = hn::Set(Words(), static_cast<int16_t>(kFirst | kGreen << 8));
+  const auto third = hn::Set(Words(), static_cast<int16_t>(kThird));
+  return hn::Add(multiply_bytes(pixels.pairs, hn::BitCast(Bytes(), pair)),
+                 multiply_bytes(pixels.thirds, hn::BitCast(Bytes(), third)));
 }
 
 // Four pixels a block again, but every other one of the row.
