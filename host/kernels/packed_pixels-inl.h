@@ -6,7 +6,6 @@
 #define TAVRINE_HOST_KERNELS_PACKED_PIXELS_INL_H_
 #endif
 
-#include <algorithm>
 #include <cstring>
 
 #include "host/kernels/vector-inl.h"
@@ -17,23 +16,18 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_HAS_VECTORS
 
-// Steps cover this many pixels, and may look at two more.
 constexpr int32_t kPixelsInStep = 32;
-constexpr int32_t kPixelsSeen = kPixelsInStep + 2;
 
-// Runs what is left of a row through the same steps, on a copy that has room around it.
-template <int32_t kBytesIn, int32_t kBytesOut, int32_t kCount, class Step>
-HWY_INLINE void finish_row(const uint8_t *in, int32_t count, uint8_t *out, Step step) {
-  if (count <= 0) {
-    return;
-  }
-  alignas(32) uint8_t copy[(kCount + 2) * kBytesIn] = {};
-  alignas(32) uint8_t result[kCount * kBytesOut];
-  for (int32_t n; count > 0; in += n * kBytesIn, out += n * kBytesOut, count -= n) {
-    n = std::min(count, kCount);
-    std::memcpy(copy, in, static_cast<size_t>(n) * kBytesIn);
+// Runs what is left of a row, less than a step, through the same step on a copy.
+template <class Step>
+HWY_INLINE void finish_row(const uint8_t *pixels, int32_t columns, uint8_t *out, Step step) {
+  if (columns > 0) {
+    alignas(32) uint8_t copy[3 * kPixelsInStep] = {};
+    alignas(32) uint8_t result[kPixelsInStep];
+    const auto count = static_cast<size_t>(columns);
+    std::memcpy(copy, pixels, 3 * count);
     step(copy, result);
-    std::memcpy(out, result, static_cast<size_t>(n) * kBytesOut);
+    std::memcpy(out, result, count);
   }
 }
 
@@ -54,15 +48,6 @@ HWY_INLINE hn::VFromD<Bytes> pixel_weights(int32_t red_byte, int32_t red, int32_
 // The weighted sum of each pixel of four bytes.
 HWY_INLINE hn::VFromD<Ints> multiply_pixels(hn::VFromD<Bytes> pixels, hn::VFromD<Bytes> weights) {
   return multiply_words(multiply_bytes(pixels, weights), hn::Set(Words(), 1));
-}
-
-// Four neighbouring pixels a block, a zero byte behind each. Blocks are 16 pixels apart, so that
-// packing block by block brings 32 pixels into their order.
-HWY_INLINE hn::VFromD<Bytes> load_pixels(const uint8_t *pixels) {
-  alignas(32) constexpr uint8_t kSpread[32] = {0, 1,  2,  0x80, 3, 4,  5,  0x80, 6, 7, 8, 0x80,
-                                               9, 10, 11, 0x80, 0, 1,  2,  0x80, 3, 4, 5, 0x80,
-                                               6, 7,  8,  0x80, 9, 10, 11, 0x80};
-  return hn::TableLookupBytesOr0(load_blocks(pixels, 48), hn::Load(Bytes(), kSpread));
 }
 
 // Eight neighbouring pixels a block: words of their first and second bytes, and their third bytes.
@@ -111,23 +96,6 @@ HWY_INLINE hn::VFromD<Bytes> load_even_pixels(const uint8_t *pixels) {
       0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 10, 11, 12, 0x80};
   return hn::Or(hn::TableLookupBytesOr0(load_blocks(pixels, 24), hn::Load(Bytes(), kThree)),
                 hn::TableLookupBytesOr0(load_blocks(pixels + 8, 24), hn::Load(Bytes(), kFourth)));
-}
-
-// Bytes of one step: `sum` turns a register of pixels into sums that fit words, `finish` turns
-// words into values that are saturated to bytes.
-template <class Sum, class Finish>
-HWY_INLINE void sum_pixels(const uint8_t *pixels, Sum sum, Finish finish, uint8_t *out) {
-  const Bytes d8;
-  const Words d16;
-  const auto lanes = static_cast<int32_t>(byte_lanes());
-  for (int32_t x = 0; x < kPixelsInStep; x += lanes, pixels += 3 * lanes) {
-    const auto words = [&](const uint8_t *from) {
-      return hn::ReorderDemote2To(d16, sum(load_pixels(from)), sum(load_pixels(from + 12)));
-    };
-    const auto low = finish(words(pixels));
-    const auto high = finish(words(pixels + 24));
-    hn::StoreU(pack_in_blocks(low, high), d8, out + x);
-  }
 }
 
 // Where each of 48 bytes of 16 pixels comes from, when a block holds the even pixels of a channel

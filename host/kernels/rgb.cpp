@@ -119,9 +119,9 @@ void luma_row(const uint8_t *pixels, int32_t columns, uint8_t *grey) {
 #if TAVRINE_HAS_VECTORS
   const int32_t x = columns / kPixelsInStep * kPixelsInStep;
   truncated_lumas<kRed>(pixels, x, grey);
-  finish_row<3, 1, kPixelsInStep>(
-      pixels + 3 * x, columns - x, grey + x,
-      [](const uint8_t *in, uint8_t *out) { truncated_lumas<kRed>(in, kPixelsInStep, out); });
+  finish_row(pixels + 3 * x, columns - x, grey + x, [](const uint8_t *in, uint8_t *out) {
+    truncated_lumas<kRed>(in, kPixelsInStep, out);
+  });
 #else
   scalar::weigh_luma(pixels, kRed, columns, grey);
 #endif
