@@ -75,17 +75,6 @@ BatchItem make_item(const tavrine_frame_t *frame, const tavrine_area2d_t &area,
   return item;
 }
 
-const char *memory_name(int32_t memory) {
-  switch (memory) {
-    case TAVRINE_MEMORY_HOST:
-      return "host";
-    case TAVRINE_MEMORY_DEVICE:
-      return tavrine_device_get_name();
-    default:
-      return "unknown";
-  }
-}
-
 // A workspace of the wrong memory is of no use and goes; its size does not matter, since the
 // slot sets it for each item.
 bool prepare_workspace(tavrine_buffer_t **workspace, int32_t memory) {
@@ -171,7 +160,7 @@ int32_t place_and_run(const Batch &batch, BatchItem *items) {
       TAVRINE_LOG(kNotice, kTagAux,
                   "[%s] tensor memory type: %s, frame memory type: %s, download frame. roi frames "
                   "downloading maybe cost a lot of time，space and bandwidth\n",
-                  kName, memory_name(tensor_memory), tavrine_device_get_name());
+                  kName, "host", tavrine_device_get_name());
     }
     return run(host_ops, batch, items, batch.frames);
   }
