@@ -294,6 +294,11 @@ TEST_F(Batch, RefusalsComeBeforeAnythingIsWritten) {
                                         std::to_string(area.y) + ", " + std::to_string(area.width) +
                                         ", " + std::to_string(area.height) + "}\n"}));
   }
+
+  // The core keeps a tensor's memory type in its word.
+  tavrine_tensor_t elsewhere = *tensor.get();
+  elsewhere.core_word = 7;
+  refused_with(-4, [&](Call &call) { call.tensor = &elsewhere; });
   EXPECT_FALSE(workspace_);
 }
 

@@ -212,6 +212,20 @@ TEST_F(Pictures, RefusalsInTheirOrder) {
 }
 
 // A device that cannot take all bytes: the failure must not pass for a saved picture.
+TEST_F(Pictures, AJpegHasNoRoomForLongerSides) {
+  const OwnedBuffer buffer(tavrine_buffer_alloc(0, TAVRINE_MEMORY_HOST));
+  for (const bool is_tall : {false, true}) {
+    for (const int32_t side : {65535, 65536}) {
+      const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, is_tall ? 1 : side, is_tall ? side : 1);
+      fill(in.get(), 99);
+      EXPECT_EQ(tavrine_frame_encode(in.get(), TAVRINE_ENCODE_JPEG, buffer.get()),
+                side == 65535 ? 0 : -4);
+      EXPECT_EQ(tavrine_frame_encode(in.get(), TAVRINE_ENCODE_PNG, buffer.get()), 0);
+    }
+  }
+  EXPECT_EQ(take_log().size(), 2U);
+}
+
 TEST_F(Pictures, AFullDiskIsAFailure) {
   if (!std::filesystem::exists("/dev/full")) {
     GTEST_SKIP();
