@@ -380,6 +380,11 @@ TEST_F(ContrastStretch, LargeFramesClipBothEndsAndUniformFramesAreBlack) {
   EXPECT_EQ(out[5000], 127);
   EXPECT_EQ(out[3004], 255);
 
+  // Exactly as many as may saturate: the value that they have is the bound.
+  std::fill_n(samples.begin() + 3000, 4, uint16_t{5});
+  std::fill_n(samples.begin() + 3004, 4, uint16_t{700});
+  EXPECT_EQ(stretch(200, samples)[1000], 170);  // of 400 to 700
+
   EXPECT_EQ(stretch(200, std::vector<uint16_t>(40000, 777)), std::vector<uint8_t>(40000, 0));
   // All but one pixel alike: both bounds pass each other.
   std::vector<uint16_t> nearly(40000, 777);
