@@ -230,11 +230,14 @@ TEST_F(Pictures, AFullDiskIsAFailure) {
   if (!std::filesystem::exists("/dev/full")) {
     GTEST_SKIP();
   }
-  OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 64, 64);
-  fill_random(frame.get(), random_);
   for (const char *name : {"a.png", "a.bmp", "a.jpg"}) {
     std::filesystem::create_symlink("/dev/full", path(name));
-    EXPECT_EQ(tavrine_frame_save(frame.get(), path(name).c_str()), -4) << name;
+    // The smaller one reaches the disk only when its file is closed.
+    for (const int side : {64, 2}) {
+      OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, side, side);
+      fill_random(frame.get(), random_);
+      EXPECT_EQ(tavrine_frame_save(frame.get(), path(name).c_str()), -4) << name;
+    }
   }
 }
 
