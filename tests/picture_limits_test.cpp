@@ -75,6 +75,9 @@ TEST_F(PictureLimits, WhatAnnouncesTooMuchIsRefusedBeforeMemoryIsAskedFor) {
                        text("\0\0\0\1IDAT\0\0\0\0\0\0\0\0\0IEND\0\0\0\0", 25))},
       {"bmp", bytes_of("BM" + text("\0\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0", 16) +
                        text("\x80\x3e\0\0\x80\x3e\0\0\1\0\x18\0", 12) + zeros + zeros)},
+      {"bmp from the top down",
+       bytes_of("BM" + text("\0\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0", 16) +
+                text("\x80\x3e\0\0\x80\xc1\xff\xff\1\0\x18\0", 12) + zeros + zeros)},
       {"gif", bytes_of("GIF89a\x80\x3e\x80\x3e" + zeros)},
       {"psd", bytes_of("8BPS" + text("\0\1\0\0\0\0\0\0\0\3\0\0\x3e\x80\0\0\x3e\x80\0\x08\0\3", 22) +
                        zeros)},
