@@ -41,12 +41,26 @@ constexpr ByteOrders kOrders;
 void replicate_row(const uint8_t *grey, int32_t columns, uint8_t *pixels) {
   int32_t x = 0;
 #if TAVRINE_IS_X86
-  const BytesInBlock d;
+  const BytesInBlock block;
+  const auto part = [&](int i) { return hn::Load(block, kOrders.replicated[i]); };
+#endif
+#if HWY_TARGET == HWY_AVX2
+  const Bytes d;
+  const auto first = hn::Combine(d, part(1), part(0));
+  const auto middle = hn::Combine(d, part(0), part(2));
+  const auto last = hn::Combine(d, part(2), part(1));
+  for (; x <= columns - 32; x += 32) {
+    uint8_t *out = pixels + 3 * x;
+    hn::StoreU(hn::TableLookupBytes(hn::LoadDup128(d, grey + x), first), d, out);
+    hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, grey + x), middle), d, out + 32);
+    hn::StoreU(hn::TableLookupBytes(hn::LoadDup128(d, grey + x + 16), last), d, out + 64);
+  }
+#endif
+#if TAVRINE_IS_X86
   for (; x <= columns - 16; x += 16) {
-    const auto v = hn::LoadU(d, grey + x);
-    for (int part = 0; part < 3; ++part) {
-      hn::StoreU(hn::TableLookupBytes(v, hn::Load(d, kOrders.replicated[part])), d,
-                 pixels + 3 * x + 16 * part);
+    const auto v = hn::LoadU(block, grey + x);
+    for (int i = 0; i < 3; ++i) {
+      hn::StoreU(hn::TableLookupBytes(v, part(i)), block, pixels + 3 * x + 16 * i);
     }
   }
 #elif TAVRINE_HAS_VECTORS
