@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include "core/allocate.h"
+
 namespace tavrine::test {
 namespace {
 
@@ -36,6 +38,13 @@ TEST(Numeric, TruncatesAndRoundsAlikeOnEveryMachine) {
     EXPECT_EQ(truncate_to_int32(double{test.value}), test.truncated) << test.value;
     EXPECT_EQ(round_to_int32(test.value), test.rounded) << test.value;
     EXPECT_EQ(truncate_to_uint32(test.value), test.truncated_unsigned) << test.value;
+  }
+}
+
+TEST(Numeric, MoreThanTheAddressSpaceHoldsIsNotAllocated) {
+  EXPECT_FALSE(allocate<int64_t>(std::numeric_limits<int64_t>::max()));
+  if constexpr (sizeof(size_t) == 4) {
+    EXPECT_FALSE(allocate<uint8_t>((int64_t{1} << 32) + 16)) << "cut to 16";
   }
 }
 
