@@ -50,40 +50,77 @@ HWY_INLINE hn::VFromD<Ints> multiply_pixels(hn::VFromD<Bytes> pixels, hn::VFromD
   return multiply_words(multiply_bytes(pixels, weights), hn::Set(Words(), 1));
 }
 
-// Eight neighbouring pixels a block: words of their first and second bytes, and their third bytes.
-// Blocks are 16 pixels apart, so that packing block by block brings 32 pixels into their order.
+// Of every pixel of a register, a word of its first and second byte, and one of its third and
+// second.
 struct PixelWords {
   hn::VFromD<Bytes> pairs;
   hn::VFromD<Bytes> thirds;
 };
 
-HWY_INLINE PixelWords load_pixel_words(const uint8_t *pixels) {
-  alignas(32) static constexpr uint8_t kFirstFour[32] = {
-      0, 1, 3, 4, 6, 7, 9, 10, 2, 0x80, 5, 0x80, 8, 0x80, 11, 0x80,
-      0, 1, 3, 4, 6, 7, 9, 10, 2, 0x80, 5, 0x80, 8, 0x80, 11, 0x80};
-  alignas(32) static constexpr uint8_t kLastFour[32] = {
-      4, 5, 7, 8, 10, 11, 13, 14, 6, 0x80, 9, 0x80, 12, 0x80, 15, 0x80,
-      4, 5, 7, 8, 10, 11, 13, 14, 6, 0x80, 9, 0x80, 12, 0x80, 15, 0x80};
+// Loads as many pixels as a register of bytes holds, in an order that pack_pixels undoes. On AVX2
+// the four pixels at either end share a register, so that all others come from plain loads that
+// stay inside the row.
+HWY_INLINE void load_pixel_words(const uint8_t *pixels, PixelWords (&words)[2]) {
+  // The four pixels that a block begins with, and those that it ends with.
+  alignas(16) static constexpr uint8_t kFirst[16] = {0, 1, 3, 4, 6, 7, 9,  10,
+                                                     2, 1, 5, 4, 8, 7, 11, 10};
+  alignas(16) static constexpr uint8_t kLast[16] = {4, 5, 7, 8, 10, 11, 13, 14,
+                                                    6, 5, 9, 8, 12, 11, 15, 14};
+  const Bytes d8;
+  const BytesInBlock block;
   const hn::ScalableTag<uint64_t> d64;
-  const auto split = [&](const uint8_t *from, const uint8_t *order) {
-    return hn::BitCast(d64,
-                       hn::TableLookupBytesOr0(load_blocks(from, 48), hn::Load(Bytes(), order)));
+  const auto first = hn::Load(block, kFirst);
+  const auto last = hn::Load(block, kLast);
+  const auto join = [&](hn::VFromD<Bytes> a, hn::VFromD<Bytes> b) {
+    const auto low = hn::BitCast(d64, a);
+    const auto high = hn::BitCast(d64, b);
+    return PixelWords{hn::BitCast(d8, hn::InterleaveLower(d64, low, high)),
+                      hn::BitCast(d8, hn::InterleaveUpper(d64, low, high))};
   };
-  const auto first = split(pixels, kFirstFour);
-  const auto last = split(pixels + 8, kLastFour);
-  return {hn::BitCast(Bytes(), hn::InterleaveLower(d64, first, last)),
-          hn::BitCast(Bytes(), hn::InterleaveUpper(d64, first, last))};
+#if HWY_TARGET == HWY_AVX2
+  const auto ends = hn::TableLookupBytes(load_blocks(pixels, 80), hn::Combine(d8, last, first));
+  const auto inside = [&](int32_t offset) {
+    return hn::TableLookupBytes(hn::LoadU(d8, pixels + offset), hn::Combine(d8, first, last));
+  };
+  words[0] = join(ends, inside(8));
+  words[1] = join(inside(32), inside(56));
+#else
+  for (PixelWords &half : words) {
+    half = join(hn::TableLookupBytes(hn::LoadU(d8, pixels), first),
+                hn::TableLookupBytes(hn::LoadU(d8, pixels + 8), last));
+    pixels += 24;
+  }
+#endif
 }
 
-// The weighted sums of pixels whose byte of red is kRedByte. They must fit.
+// A byte for each pixel, in their order, from the words made of load_pixel_words' two halves.
+HWY_INLINE hn::VFromD<Bytes> pack_pixels(hn::VFromD<Words> first, hn::VFromD<Words> second) {
+  const auto packed = pack_in_blocks(first, second);
+#if HWY_TARGET == HWY_AVX2
+  // Four pixels each: the blocks hold the groups 0, 1, 3, 5 and 7, 2, 4, 6.
+  return hn::VFromD<Bytes>{
+      _mm256_permutevar8x32_epi32(packed.raw, _mm256_setr_epi32(0, 1, 5, 2, 6, 3, 7, 4))};
+#else
+  return packed;
+#endif
+}
+
+// The weighted sums of pixels whose byte of red is kRedByte. They must fit 16 bits, with a sign or
+// without.
 template <int32_t kRedByte, int32_t kRed, int32_t kGreen, int32_t kBlue>
 HWY_INLINE hn::VFromD<Words> weigh(const PixelWords &pixels) {
   constexpr int32_t kFirst = kRedByte == 0 ? kRed : kBlue;
   constexpr int32_t kThird = kRedByte == 0 ? kBlue : kRed;
-  const auto pair = hn::Set(Words(), static_cast<int16_t>(kFirst | kGreen << 8));
-  const auto third = hn::Set(Words(), static_cast<int16_t>(kThird));
-  return hn::Add(multiply_bytes(pixels.pairs, hn::BitCast(Bytes(), pair)),
-                 multiply_bytes(pixels.thirds, hn::BitCast(Bytes(), third)));
+  // Words of products saturate at 128 * 256: what does not fit beside the first weight goes to
+  // the third.
+  constexpr int32_t kGreenOfPair = kGreen < 128 - kFirst ? kGreen : 128 - kFirst;
+  constexpr int32_t kGreenOfThird = kGreen - kGreenOfPair;
+  static_assert(kThird + kGreenOfThird <= 128 && kGreenOfThird < 128);
+  const auto weights = [](int32_t low, int32_t high) {
+    return hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(low & 0xFF | high * 256)));
+  };
+  return hn::Add(multiply_bytes(pixels.pairs, weights(kFirst, kGreenOfPair)),
+                 multiply_bytes(pixels.thirds, weights(kThird, kGreenOfThird)));
 }
 
 // Four pixels a block again, but every other one of the row.

@@ -143,46 +143,63 @@ HWY_INLINE void truncated_lumas(const uint8_t *pixels, int32_t count, uint8_t *l
 
 #elif TAVRINE_IS_X86
 
-// With t = s / 8 the quotient is that of t and 125:
+// With v = s / 4, rounded up, the quotient is v / 250, or (v * 33554) >> 23:
 //
-//   t = 73 G + 37 R + 14 B + (e >> 3), e = 3 G + 3 R + 2 B    t / 125 = (2 t * 33555) >> 23
+//   v = 146 G + 74 R + 28 B + (e + 3) / 4, e = 3 G + 3 R + 2 B
 //
-// Of the product's upper word, the seven bits behind the quotient are zero for multiples of 125
-// alone.
-constexpr uint16_t kReciprocal = 33555;  // 2^22 / 125, rounded up: right up to t = 59073
+// The reciprocal is rounded down, so multiples of 1000 fall just short of their quotient, and all
+// seven bits behind it are set. No other multiple of 8 is that close; s is one where e is.
+constexpr uint16_t kReciprocal = 33554;  // 2^23 / 250
+using UnsignedWords = hn::ScalableTag<uint16_t>;
+
+// Stores the lumas of a register of pixels, and sets all bits of the rests of multiples of 1000.
+template <int32_t kRed>
+HWY_INLINE void store_quotients(const uint8_t *&pixels, uint8_t *&lumas,
+                                hn::VFromD<UnsignedWords> (&rests)[2]) {
+  const UnsignedWords d;
+  PixelWords words[2];
+  load_pixel_words(pixels, words);
+  hn::VFromD<Words> quotients[2];
+  for (int32_t i = 0; i < 2; ++i) {
+    // -16 e: a shift rounds its quarters up.
+    const auto sixteenths = weigh<kRed, -48, -48, -32>(words[i]);
+    const auto v = hn::Sub(weigh<kRed, 74, 146, 28>(words[i]), hn::ShiftRight<6>(sixteenths));
+    const auto product = hn::MulHigh(hn::BitCast(d, v), hn::Set(d, kReciprocal));
+    quotients[i] = hn::BitCast(Words(), hn::ShiftRight<7>(product));
+    rests[i] = hn::Or(hn::AndNot(hn::BitCast(d, sixteenths), product), hn::Set(d, 0xFF80));
+  }
+  hn::StoreU(pack_pixels(quotients[0], quotients[1]), Bytes(), lumas);
+  pixels += 3 * byte_lanes();
+  lumas += byte_lanes();
+}
 
 // Writes the lumas of `count` pixels, a multiple of kPixelsInStep.
 template <int32_t kRed>
 HWY_INLINE void truncated_lumas(const uint8_t *pixels, int32_t count, uint8_t *lumas) {
-  const Words d16;
-  const hn::ScalableTag<uint16_t> du16;
-  const auto zero = hn::Zero(du16);
-  const auto lanes = static_cast<int32_t>(byte_lanes());
-  for (int32_t x = 0; x < count; x += lanes, pixels += 3 * lanes) {
-    hn::VFromD<decltype(du16)> rests[2];
-    hn::VFromD<Words> quotients[2];
-    for (int32_t i = 0; i < 2; ++i) {
-      const auto words = load_pixel_words(pixels + 24 * i);
-      const auto eighths = weigh<kRed, 3, 3, 2>(words);
-      const auto t = hn::Add(weigh<kRed, 37, 73, 14>(words), hn::ShiftRight<3>(eighths));
-      const auto product =
-          hn::MulHigh(hn::BitCast(du16, hn::Add(t, t)), hn::Set(du16, kReciprocal));
-      quotients[i] = hn::BitCast(d16, hn::ShiftRight<7>(product));
-      rests[i] = hn::Or(hn::And(product, hn::Set(du16, 127)),
-                        hn::And(hn::BitCast(du16, eighths), hn::Set(du16, 7)));
-    }
-    hn::StoreU(pack_in_blocks(quotients[0], quotients[1]), Bytes(), lumas + x);
-    if (!hn::AllFalse(du16, hn::Or(hn::Eq(rests[0], zero), hn::Eq(rests[1], zero)))) {
-      const auto is_exact = [&](hn::VFromD<decltype(du16)> rest) {
-        return hn::BitCast(d16, hn::IfThenElseZero(hn::Eq(rest, zero), hn::Set(du16, 1)));
-      };
-      const auto bytes = pack_in_blocks(is_exact(rests[0]), is_exact(rests[1]));
-      uint8_t bits[8] = {};
-      hn::StoreMaskBits(Bytes(), hn::Ne(bytes, hn::Zero(Bytes())), bits);
-      uint32_t doubts = 0;
-      std::memcpy(&doubts, bits, sizeof(doubts));
-      mend_lumas<kRed, HWY_LANES(uint8_t)>(pixels, doubts, lumas + x);
-    }
+  const UnsignedWords d;
+  const auto is_multiple = [&](hn::VFromD<UnsignedWords> rest) {
+    return hn::Eq(rest, hn::Set(d, 0xFFFF));
+  };
+  const auto one_if_multiple = [&](hn::VFromD<UnsignedWords> rest) {
+    return hn::BitCast(Words(), hn::IfThenElseZero(is_multiple(rest), hn::Set(d, 1)));
+  };
+  const uint8_t *end = lumas + count;
+  while (lumas != end) {
+    hn::VFromD<UnsignedWords> rests[2];
+    // A loop of its own, without calls, keeps the weights in their registers.
+    do {
+      store_quotients<kRed>(pixels, lumas, rests);
+      if (!hn::AllFalse(d, is_multiple(hn::Max(rests[0], rests[1])))) {
+        const auto bytes = pack_pixels(one_if_multiple(rests[0]), one_if_multiple(rests[1]));
+        uint8_t bits[8] = {};
+        hn::StoreMaskBits(Bytes(), hn::Ne(bytes, hn::Zero(Bytes())), bits);
+        uint32_t doubts = 0;
+        std::memcpy(&doubts, bits, sizeof(doubts));
+        mend_lumas<kRed, HWY_LANES(uint8_t)>(pixels - 3 * byte_lanes(), doubts,
+                                             lumas - byte_lanes());
+        break;
+      }
+    } while (lumas != end);
   }
 }
 

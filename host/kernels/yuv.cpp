@@ -99,12 +99,14 @@ HWY_INLINE void packed_step(const uint8_t *luma, const uint8_t *chroma, uint8_t 
 template <int32_t kRed>
 HWY_INLINE void luma_step(const uint8_t *pixels, uint8_t *luma) {
   const auto rounding = hn::Set(Words(), 64);
-  const auto lumas = [&](const uint8_t *from) {
-    return hn::ShiftRight<7>(hn::Add(weigh<kRed, 38, 74, 16>(load_pixel_words(from)), rounding));
+  const auto lumas = [&](const PixelWords &words) {
+    return hn::ShiftRight<7>(hn::Add(weigh<kRed, 38, 74, 16>(words), rounding));
   };
   const auto lanes = static_cast<int32_t>(byte_lanes());
   for (int32_t x = 0; x < kPixelsInStep; x += lanes, pixels += 3 * lanes) {
-    hn::StoreU(pack_in_blocks(lumas(pixels), lumas(pixels + 24)), Bytes(), luma + x);
+    PixelWords words[2];
+    load_pixel_words(pixels, words);
+    hn::StoreU(pack_pixels(lumas(words[0]), lumas(words[1])), Bytes(), luma + x);
   }
 }
 
