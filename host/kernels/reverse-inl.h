@@ -61,8 +61,8 @@ HWY_INLINE int32_t reverse_most(const uint8_t *in, int32_t columns, uint8_t *out
 
 #elif TAVRINE_IS_X86
 
-// Blocks of 16 bytes, one filled by pixels or three by pixels of three bytes. Twice as long ones
-// are slower: every other store of theirs crosses a cache line when rows are not aligned.
+// Blocks of 16 bytes, one filled by pixels or three by pixels of three bytes. For the former, twice
+// as long ones are slower: every other store crosses a cache line when rows are not aligned.
 template <size_t kPixelBytes>
 constexpr int blocks_in_step() {
   return kPixelBytes == 3 ? 3 : 1;
@@ -108,19 +108,69 @@ HWY_INLINE void reverse_step(const uint8_t *in, uint8_t *out) {
   }
 }
 
+#if HWY_TARGET == HWY_AVX2
+
+// Where each byte of two steps of pixels of three bytes comes from.
+struct DoubleReversalTables {
+  alignas(32) uint8_t order[3][6][32];  // register of the result, block of the source
+
+  constexpr DoubleReversalTables() : order() {
+    for (int byte = 0; byte < 96; ++byte) {
+      const int from = 93 - byte / 3 * 3 + byte % 3;
+      for (int block = 0; block < 6; ++block) {
+        order[byte / 32][block][byte % 32] =
+            static_cast<uint8_t>(from / 16 == block ? from % 16 : 0x80);
+      }
+    }
+  }
+};
+
+// Two steps of pixels of three bytes: half the shuffles outweigh the stores across cache lines.
+HWY_INLINE void reverse_two_steps(const uint8_t *in, uint8_t *out) {
+  static constexpr DoubleReversalTables kTables;
+  const Bytes d;
+  const auto table = [&](int part, int block) { return hn::Load(d, kTables.order[part][block]); };
+  const auto blocks = [&](int block) { return hn::LoadDup128(d, in + 16 * block); };
+  const auto pick = [&](int part, int block) {
+    return hn::TableLookupBytesOr0(blocks(block), table(part, block));
+  };
+  // The middle register's low block is of one step, its high one of the other.
+  const auto pick_both = [&](int low, int high) {
+    return hn::TableLookupBytesOr0(hn::ConcatUpperLower(d, blocks(high), blocks(low)),
+                                   hn::ConcatUpperLower(d, table(1, high), table(1, low)));
+  };
+  hn::StoreU(hn::Or(hn::Or(pick(0, 5), pick(0, 4)), pick(0, 3)), d, out);
+  hn::StoreU(hn::Or(pick_both(4, 2), pick_both(3, 1)), d, out + 32);
+  hn::StoreU(hn::Or(hn::Or(pick(2, 2), pick(2, 1)), pick(2, 0)), d, out + 64);
+}
+
+#endif
+
+// The pixels before `end`.
+template <size_t kPixelBytes>
+HWY_INLINE void reverse_four_steps(const uint8_t *end, uint8_t *out) {
+  constexpr ptrdiff_t kBytes = kPixelBytes * reversed_pixels<kPixelBytes>();
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (kPixelBytes == 3) {
+    reverse_two_steps(end - 2 * kBytes, out);
+    reverse_two_steps(end - 4 * kBytes, out + 2 * kBytes);
+    return;
+  }
+#endif
+  for (int32_t i = 0; i < 4; ++i) {
+    reverse_step<kPixelBytes>(end - (i + 1) * kBytes, out + i * kBytes);
+  }
+}
+
 // Reverses many steps and returns how many pixels.
 template <size_t kPixelBytes>
 HWY_INLINE int32_t reverse_most(const uint8_t *in, int32_t columns, uint8_t *out) {
-  constexpr int32_t kStep = reversed_pixels<kPixelBytes>();
-  constexpr ptrdiff_t kBytes = kPixelBytes * kStep;
+  constexpr int32_t kPixels = 4 * reversed_pixels<kPixelBytes>();
+  constexpr ptrdiff_t kBytes = kPixelBytes * kPixels;
   int32_t x = 0;
   in += static_cast<ptrdiff_t>(kPixelBytes) * columns;
-  for (; x <= columns - 4 * kStep; x += 4 * kStep) {
-    for (int32_t i = 0; i < 4; ++i) {
-      reverse_step<kPixelBytes>(in - (i + 1) * kBytes, out + i * kBytes);
-    }
-    in -= 4 * kBytes;
-    out += 4 * kBytes;
+  for (; x <= columns - kPixels; x += kPixels, in -= kBytes, out += kBytes) {
+    reverse_four_steps<kPixelBytes>(in, out);
   }
   return x;
 }
