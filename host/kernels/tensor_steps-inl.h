@@ -144,6 +144,9 @@ HWY_INLINE void normalize_color_row(const uint8_t *pixels, int32_t columns,
 
 constexpr int32_t kPixelsInFill = 8;
 
+// Planes may lie so that they drive each other's lines out of the cache: they take turns by lines.
+constexpr int32_t kPixelsInTurn = 32;
+
 HWY_INLINE void store_elements(FloatVector values, float *out) {
   hn::StoreU(values, Floats(), out);
 }
@@ -184,6 +187,7 @@ struct SplitTables {
 // The pixels from x on of eight that begin at `pixels`; one byte of each is an integer.
 class SplitPixels {
  public:
+  SplitPixels() = default;
   HWY_INLINE SplitPixels(const uint8_t *pixels, int32_t x)
       : blocks_(load_blocks(pixels + 2 * x, 8)), x_(x) {}
 
@@ -198,25 +202,42 @@ class SplitPixels {
   int32_t x_;
 };
 
-template <typename Element>
-HWY_INLINE void normalize_color_row(const uint8_t *pixels, int32_t columns,
-                                    const Product products[3], Element *const out[3]) {
+template <int32_t kCount, typename Element>
+HWY_INLINE void normalize_in_turns(const uint8_t *pixels, int32_t columns,
+                                   const Product products[3], Element *const out[3]) {
+  constexpr auto kLanes = static_cast<int32_t>(HWY_LANES(int32_t));
   const Product first = products[0];
   const Product second = products[1];
   const Product third = products[2];
   Element *const first_out = out[0];
   Element *const second_out = out[1];
   Element *const third_out = out[2];
-  const auto lanes = static_cast<int32_t>(hn::Lanes(Ints()));
-  cover_row(columns, kPixelsInFill, [&](int32_t x) {
-    for (int32_t i = 0; i < kPixelsInFill; i += lanes) {
-      const SplitPixels split(pixels + 3 * x, i);
-      const auto floats = [&](int32_t byte) { return hn::ConvertTo(Floats(), split.byte(byte)); };
-      store_elements(first(floats(0)), first_out + x + i);
-      store_elements(second(floats(1)), second_out + x + i);
-      store_elements(third(floats(2)), third_out + x + i);
+  cover_row(columns, kCount, [&](int32_t x) {
+    SplitPixels parts[kCount / kLanes];
+    for (int32_t i = 0; i < kCount; i += kLanes) {
+      const int32_t inside = i % kPixelsInFill;
+      parts[i / kLanes] = SplitPixels(pixels + 3 * (x + i - inside), inside);
     }
+    const auto take_turn = [&](int32_t byte, const Product &product, Element *turn) {
+      for (const SplitPixels &part : parts) {
+        store_elements(product(hn::ConvertTo(Floats(), part.byte(byte))), turn);
+        turn += kLanes;
+      }
+    };
+    take_turn(0, first, first_out + x);
+    take_turn(1, second, second_out + x);
+    take_turn(2, third, third_out + x);
   });
+}
+
+template <typename Element>
+HWY_INLINE void normalize_color_row(const uint8_t *pixels, int32_t columns,
+                                    const Product products[3], Element *const out[3]) {
+  if (columns < kPixelsInTurn) {
+    normalize_in_turns<kPixelsInFill>(pixels, columns, products, out);
+  } else {
+    normalize_in_turns<kPixelsInTurn>(pixels, columns, products, out);
+  }
 }
 
 // Truncated, the grey values of a byte tensor must fit 32 bits.
