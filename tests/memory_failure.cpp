@@ -1,5 +1,6 @@
 #include "tests/memory_failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <new>
@@ -15,15 +16,24 @@ namespace tavrine::test {
 namespace {
 
 thread_local int32_t allocations_left = 0;
+thread_local size_t largest = 0;
 thread_local int64_t live = 0;
 
-bool must_fail() { return allocations_left > 0 && --allocations_left == 0; }
+bool must_fail(size_t size) {
+  largest = std::max(largest, size);
+  return allocations_left > 0 && --allocations_left == 0;
+}
 
 }  // namespace
 
-void fail_allocation(int32_t nth) { allocations_left = nth; }
+void fail_allocation(int32_t nth) {
+  allocations_left = nth;
+  largest = 0;
+}
 
 bool clear_failed_allocation() { return std::exchange(allocations_left, 0) == 0; }
+
+size_t largest_allocation() { return largest; }
 
 int64_t live_allocations() { return live; }
 
@@ -38,7 +48,7 @@ using tavrine::test::must_fail;
 #if TAVRINE_SANITIZER_HAS_MALLOC
 
 void *operator new(size_t size, const std::nothrow_t &) noexcept {
-  return must_fail() ? nullptr : std::malloc(size != 0 ? size : 1);
+  return must_fail(size) ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 void *operator new(size_t size) {
   void *block = operator new(size, std::nothrow);
@@ -56,7 +66,35 @@ void operator delete[](void *block) noexcept { std::free(block); }
 void operator delete(void *block, size_t) noexcept { std::free(block); }
 void operator delete[](void *block, size_t) noexcept { std::free(block); }
 
+// Named by the linker.
+extern "C" {
+void *__real_calloc(size_t count, size_t size);
+void *__real_realloc(void *block, size_t size);
+void *__wrap_calloc(size_t count, size_t size);
+void *__wrap_realloc(void *block, size_t size);
+
+void *__wrap_calloc(size_t count, size_t size) {
+  return must_fail(count * size) ? nullptr : __real_calloc(count, size);
+}
+
+void *__wrap_realloc(void *block, size_t size) {
+  return must_fail(size) ? nullptr : __real_realloc(block, size);
+}
+}
+
 #else
+
+// Counts what the C library answers, unless it must not be asked.
+template <typename Ask>
+static void *allocate(size_t size, Ask ask) {
+  if (must_fail(size)) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  void *block = ask();
+  live += block != nullptr ? 1 : 0;
+  return block;
+}
 
 // The C library's own entrances, which a program's malloc goes around.
 extern "C" {
@@ -67,39 +105,21 @@ void *__libc_memalign(size_t, size_t);
 void __libc_free(void *);
 
 void *malloc(size_t size) {
-  if (must_fail()) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  ++live;
-  return __libc_malloc(size);
+  return allocate(size, [=] { return __libc_malloc(size); });
 }
 
 void *calloc(size_t count, size_t size) {
-  if (must_fail()) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  ++live;
-  return __libc_calloc(count, size);
-}
-
-void *realloc(void *block, size_t size) {
-  if (must_fail()) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  live += block == nullptr ? 1 : 0;
-  return __libc_realloc(block, size);
+  return allocate(count * size, [=] { return __libc_calloc(count, size); });
 }
 
 void *aligned_alloc(size_t alignment, size_t size) {
-  if (must_fail()) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  ++live;
-  return __libc_memalign(alignment, size);
+  return allocate(size, [=] { return __libc_memalign(alignment, size); });
+}
+
+void *realloc(void *block, size_t size) {
+  void *grown = allocate(size, [=] { return __libc_realloc(block, size); });
+  live -= block != nullptr && grown != nullptr ? 1 : 0;
+  return grown;
 }
 
 int posix_memalign(void **block, size_t alignment, size_t size) {
