@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <thread>
 #include <tuple>
 
 #include "hisvp/addresses.h"
@@ -445,47 +444,6 @@ TEST_F(Svp, PublicOperationsTakeTheEngineAndElseTheCpu) {
     EXPECT_EQ(log[1].line, 837) << log[1];
   }
   tavrine_devkit_guard_device_memory(0);
-}
-
-// The engine fails, and under the CPU each call of the core in turn.
-TEST_F(Svp, NothingIsLostOnTheWayToTheCpu) {
-  const struct {
-    const char *call;
-    int32_t nth, result;
-    bool reaches_engine;
-  } failures[] = {{"tavrine_frame_alloc", 1, -4, false},
-                  {"tavrine_frame_download", 1, -4, true},
-                  {"tavrine_frame_download", 2, -4, true},
-                  {"tavrine_frame_upload", 1, 0, true}};
-  const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 128, 128, kDevice);
-  for (const auto &failure : failures) {
-    OwnedFrame out;
-    tavrine_devkit_fail_call(failure.call, failure.nth);
-    if (failure.reaches_engine) {
-      order("HI_MPI_IVE_Resize", 1, kCode, kNothing);
-    }
-    EXPECT_EQ(run([&] { return tavrine_frame_resize(in.get(), out.slot(), 64, 64); }),
-              failure.result);
-    EXPECT_EQ(tavrine_devkit_clear_failures(), 0) << failure.call;
-    EXPECT_EQ(free_leaks(), failure.reaches_engine ? 1 : 0);
-    EXPECT_EQ(tavrine_devkit_live_mmz().blocks - blocks_before_, failure.result == 0 ? 2 : 1);
-  }
-}
-
-TEST_F(Svp, ThreadsShareTheEngine) {
-  const auto work = [](uint8_t value) {
-    const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 128, 64, kDevice);
-    tavrine_frame_reset(in.get(), value);
-    for (int round = 0; round < 50; ++round) {
-      OwnedFrame out;
-      EXPECT_EQ(tavrine_frame_resize(in.get(), out.slot(), 64, 64), 0);
-      EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(64 * 64, value));
-    }
-  };
-  std::thread other(work, uint8_t{11});
-  work(200);
-  other.join();
-  EXPECT_TRUE(take_log().empty());
 }
 
 }  // namespace
