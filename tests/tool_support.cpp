@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 
 namespace tavrine::test {
 
@@ -20,7 +21,7 @@ Tool::Tool() {
     ramp[index] = static_cast<char>(index * 7 % 251);
   }
   write("ramp.rgb", ramp);
-  EXPECT_EQ(run("convert --in RGB24:32x24 ramp.rgb ramp.png").status, 0);
+  succeed("convert --in RGB24:32x24 ramp.rgb ramp.png");
   write("truncated.png", read("ramp.png").substr(0, 200));
   write("empty.png", "");
   write("text.png", "this is not a picture\n");
@@ -45,6 +46,24 @@ Outcome Tool::run_program(const std::string &name, const std::string &arguments,
   return outcome;
 }
 
+void Tool::succeed(const std::string &arguments) const {
+  const Outcome outcome = run(arguments);
+  if (outcome.status != 0 || !outcome.errors.empty()) {
+    throw std::runtime_error(arguments + " has failed: " + outcome.errors);
+  }
+}
+
+void Tool::expect_failure(const std::string &arguments, const std::string &line,
+                          const std::string &preparation) const {
+  SCOPED_TRACE(arguments);
+  const auto before = files();
+  const Outcome outcome = run(arguments, preparation);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors.find("tavrine-aux: " + line), 0U) << outcome.errors;
+  EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+  EXPECT_TRUE(files() == before) << "files have changed";
+}
+
 std::string Tool::read(const std::string &name) const {
   std::ifstream file(path_of(name), std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -54,13 +73,13 @@ void Tool::write(const std::string &name, const std::string &content) const {
   std::ofstream(path_of(name), std::ios::binary) << content;
 }
 
-std::vector<std::string> Tool::files() const {
-  std::vector<std::string> names;
+std::map<std::string, std::string> Tool::files() const {
+  std::map<std::string, std::string> contents;
   for (const auto &entry : fs::recursive_directory_iterator(folder_)) {
-    names.push_back(fs::relative(entry.path(), folder_).string());
+    const std::string name = fs::relative(entry.path(), folder_);
+    contents[name] = entry.is_regular_file() ? read(name) : "";
   }
-  std::sort(names.begin(), names.end());
-  return names;
+  return contents;
 }
 
 }  // namespace tavrine::test

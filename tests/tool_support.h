@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
-#include <vector>
 
 namespace tavrine::test {
 
@@ -26,10 +26,17 @@ class Tool : public ::testing::Test {
   Outcome run_program(const std::string &name, const std::string &arguments,
                       const std::string &preparation = "") const;
 
+  // Runs the tool, which must end well and without a word of error; else the test ends here.
+  void succeed(const std::string &arguments) const;
+  // Runs the tool, which must end with 1, one line of error that begins so, and no file changed.
+  void expect_failure(const std::string &arguments, const std::string &line,
+                      const std::string &preparation = "") const;
+
   std::string path_of(const std::string &name) const { return folder_ + "/" + name; }
   std::string read(const std::string &name) const;
   void write(const std::string &name, const std::string &content) const;
-  std::vector<std::string> files() const;
+  // Their names and contents.
+  std::map<std::string, std::string> files() const;
 
   static constexpr size_t kWidth = 32;
   static constexpr size_t kHeight = 24;

@@ -1,5 +1,4 @@
 // Tensor files that the tool writes.
-#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -74,8 +73,7 @@ TEST_F(Tool, TensorElementsFollowTheFormula) {
         expected += static_cast<char>(value > 0 ? static_cast<uint32_t>(value) : 0);
       }
     }
-    ASSERT_EQ(run(std::string("tensor ramp.png out.npy --size 32x24 ") + test.arguments).errors,
-              "");
+    succeed(std::string("tensor ramp.png out.npy --size 32x24 ") + test.arguments);
     EXPECT_TRUE(elements_of(read("out.npy"), test.is_float ? "<f4" : "|u1",
                             is_gray ? "1, 1, 24, 32, " : "1, 3, 24, 32, ") == expected);
   }
@@ -84,14 +82,12 @@ TEST_F(Tool, TensorElementsFollowTheFormula) {
 TEST_F(Tool, TensorOfYuvTakesItsLuma) {
   const std::string frame = read("ramp.rgb").substr(0, kWidth * kHeight * 3 / 2);
   write("frame.nv12", frame);
-  ASSERT_EQ(
-      run("tensor --in NV12:32x24 frame.nv12 out.npy --size 32x24 --color gray --type u8").errors,
-      "");
+  succeed("tensor --in NV12:32x24 frame.nv12 out.npy --size 32x24 --color gray --type u8");
   EXPECT_TRUE(elements_of(read("out.npy"), "|u1", "1, 1, 24, 32, ") ==
               frame.substr(0, kWidth * kHeight));
-  ASSERT_EQ(run("convert --in NV12:32x24 frame.nv12 frame.png").errors, "");
-  ASSERT_EQ(run("tensor --in NV12:32x24 frame.nv12 direct.npy --size 20x20").errors, "");
-  ASSERT_EQ(run("tensor frame.png explicit.npy --size 20x20").errors, "");
+  succeed("convert --in NV12:32x24 frame.nv12 frame.png");
+  succeed("tensor --in NV12:32x24 frame.nv12 direct.npy --size 20x20");
+  succeed("tensor frame.png explicit.npy --size 20x20");
   EXPECT_NE(read("direct.npy"), "");
   EXPECT_TRUE(read("direct.npy") == read("explicit.npy"));
 }
@@ -110,11 +106,8 @@ TEST_F(Tool, TensorOfRegionsIsDefinedInEveryElement) {
                         {"--pad 7", {0, 1, 2}, {7, 7, 7}}};
   for (const Case &test : cases) {
     SCOPED_TRACE(test.arguments);
-    ASSERT_EQ(
-        run(std::string("tensor ramp.png out.npy --size 8x6 --type u8 --regions regions.txt ") +
-            test.arguments)
-            .errors,
-        "");
+    succeed("tensor ramp.png out.npy --size 8x6 --type u8 --regions regions.txt " +
+            std::string(test.arguments));
     const std::string elements = elements_of(read("out.npy"), "|u1", "3, 3, 6, 8, ");
     ASSERT_EQ(elements.size(), 3U * 3 * 6 * 8);
     for (size_t c = 0; c < 3; ++c) {
@@ -136,10 +129,8 @@ TEST_F(Tool, TensorOfRegionsIsDefinedInEveryElement) {
   }
   // Stretched, nothing is left open: padding plays no part.
   for (const std::string padding : {"1", "2"}) {
-    ASSERT_EQ(run("tensor ramp.png stretched" + padding + ".npy --size 9x20 --mode stretch --pad " +
-                  padding)
-                  .errors,
-              "");
+    succeed("tensor ramp.png stretched" + padding + ".npy --size 9x20 --mode stretch --pad " +
+            padding);
   }
   EXPECT_NE(read("stretched1.npy"), "");
   EXPECT_TRUE(read("stretched1.npy") == read("stretched2.npy"));
@@ -147,11 +138,7 @@ TEST_F(Tool, TensorOfRegionsIsDefinedInEveryElement) {
 
 TEST_F(Tool, TensorFailuresNameFileAndPlace) {
   write("kept.npy", "what was there before");
-  struct Case {
-    const char *regions;
-    const char *line;
-  };
-  const Case cases[] = {
+  const std::pair<const char *, const char *> regions[] = {
       {"0,0,8,8\n1,2,3\n", "r.txt: line 2: '1,2,3' is not X,Y,WIDTH,HEIGHT"},
       {"# one\n\n0,0,8,8.5\n", "r.txt: line 3: '0,0,8,8.5' is not"},
       {"0,0,8,8 9\n", "r.txt: line 1: '0,0,8,8 9' is not"},
@@ -160,19 +147,13 @@ TEST_F(Tool, TensorFailuresNameFileAndPlace) {
       {"0,-8,8,8", "r.txt: line 1: the area lies outside the picture of 32x24"},
       {"# none\n", "r.txt: read regions: there are none"},
   };
-  for (const Case &test : cases) {
-    SCOPED_TRACE(test.regions);
-    write("r.txt", test.regions);
-    const Outcome outcome = run("tensor ramp.png kept.npy --size 8x8 --regions r.txt");
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.errors.find(std::string("tavrine-aux: ") + test.line), 0U) << outcome.errors;
-    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+  for (const auto &[text, line] : regions) {
+    SCOPED_TRACE(text);
+    write("r.txt", text);
+    expect_failure("tensor ramp.png kept.npy --size 8x8 --regions r.txt", line);
   }
-  struct Refusal {
-    const char *arguments;
-    const char *line;
-  };
-  const Refusal refusals[] = {
+  write("eight.bgra", "12345678");
+  const std::pair<const char *, const char *> refusals[] = {
       {"ramp.png kept.npy --size 8x8 --regions none.txt",
        "none.txt: read regions: No such file or directory"},
       {"ramp.png kept.npy --size 8x8 --regions .", ".: read regions: Is a directory"},
@@ -182,19 +163,11 @@ TEST_F(Tool, TensorFailuresNameFileAndPlace) {
        "ramp.png: tensor: no memory for 1 images of 40000x40000"},
       {"ramp.png missing/new.npy --size 8x8", "missing/new.npy: save: No such file or directory"},
   };
-  write("eight.bgra", "12345678");
-  const std::vector<std::string> before = files();
-  for (const Refusal &test : refusals) {
-    SCOPED_TRACE(test.arguments);
-    const Outcome outcome = run(std::string("tensor ") + test.arguments);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.errors.find(std::string("tavrine-aux: ") + test.line), 0U) << outcome.errors;
+  for (const auto &[arguments, line] : refusals) {
+    expect_failure(std::string("tensor ") + arguments, line);
   }
-  const Outcome full = run("tensor ramp.png kept.npy --size 64x64", "ulimit -f 8; trap '' XFSZ; ");
-  EXPECT_EQ(full.status, 1);
-  EXPECT_EQ(full.errors, "tavrine-aux: kept.npy: save: File too large\n");
-  EXPECT_EQ(files(), before);
-  EXPECT_EQ(read("kept.npy"), "what was there before");
+  expect_failure("tensor ramp.png kept.npy --size 64x64", "kept.npy: save: File too large\n",
+                 "ulimit -f 8; trap '' XFSZ; ");
 }
 
 }  // namespace

@@ -8,16 +8,13 @@ namespace tavrine::test {
 namespace {
 
 TEST_F(Tool, AppliesOperationsInTheOrderGiven) {
-  const char *const crop_first = "convert ramp.png --crop 0,0,16,12 --scale 2 crop_first.rgb";
-  const char *const scale_first = "convert ramp.png --scale 2 --crop 0,0,16,12 scale_first.rgb";
-  ASSERT_EQ(run(crop_first).status, 0);
-  ASSERT_EQ(run(scale_first).status, 0);
+  succeed("convert ramp.png --crop 0,0,16,12 --scale 2 crop_first.rgb");
+  succeed("convert ramp.png --scale 2 --crop 0,0,16,12 scale_first.rgb");
   EXPECT_EQ(read("crop_first.rgb").size(), 32U * 24U * 3U);
   EXPECT_EQ(read("scale_first.rgb").size(), 16U * 12U * 3U);
 
   // The same operation twice, with another between: neither value is taken for the other.
-  ASSERT_EQ(run("convert ramp.png --crop 4,4,20,12 --format grey --crop 2,-1,8,2 twice.png").status,
-            0);
+  succeed("convert ramp.png --crop 4,4,20,12 --format grey --crop 2,-1,8,2 twice.png");
   EXPECT_EQ(run("info twice.png").output.find("twice.png: GREY 8x2, 16 bytes of pixels"), 0U);
 }
 
@@ -36,35 +33,28 @@ TEST_F(Tool, RawFramesComeBackByteForByte) {
     SCOPED_TRACE(test.layout);
     const std::string frame = read("ramp.rgb").substr(0, test.bytes);
     write("in.raw", frame);
+    const std::string in = "--in " + std::string(test.layout) + " in.raw ";
     const std::string out = std::string("out.") + test.extension;
-    EXPECT_EQ(run(std::string("convert --in ") + test.layout + " in.raw " + out).errors, "");
+    succeed("convert " + in + out);
     EXPECT_EQ(read(out), frame);
-    EXPECT_NE(run(std::string("info --in ") + test.layout + " in.raw").output.find(" bytes"),
-              std::string::npos);
+    EXPECT_NE(run("info " + in).output.find(" bytes"), std::string::npos);
     // One byte too many, one too few.
     for (const size_t bytes : {test.bytes + 1, test.bytes - 1}) {
       write("in.raw", read("ramp.rgb").substr(0, bytes));
-      const Outcome outcome = run(std::string("info --in ") + test.layout + " in.raw");
-      EXPECT_EQ(outcome.status, 1);
-      EXPECT_NE(outcome.errors.find("the file has " + std::to_string(bytes)), std::string::npos)
-          << outcome.errors;
+      const std::string errors = run("info " + in).errors;
+      EXPECT_NE(errors.find("the file has " + std::to_string(bytes)), std::string::npos) << errors;
     }
   }
   // A picture becomes NV12 on its way to a .yuv file.
-  ASSERT_EQ(run("convert ramp.png a.yuv").status, 0);
-  ASSERT_EQ(run("convert ramp.png --format NV12 b.nv12").status, 0);
+  succeed("convert ramp.png a.yuv");
+  succeed("convert ramp.png --format NV12 b.nv12");
   EXPECT_EQ(read("a.yuv"), read("b.nv12"));
 }
 
 TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
   write("kept.png", "what was there before");
   write("eight.argb", "12345678");
-  const std::vector<std::string> before = files();
-  struct Case {
-    const char *arguments;
-    const char *line;
-  };
-  const Case cases[] = {
+  const std::pair<const char *, const char *> cases[] = {
       {"missing.png kept.png", "missing.png: load: No such file or directory"},
       {"empty.png kept.png", "empty.png: load: the file is empty"},
       {"text.png kept.png", "text.png: load: not a picture"},
@@ -92,34 +82,22 @@ TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
       {"ramp.png --crop 0,0,5,5 new.nv12", "new.nv12: save: NV12 needs even sizes"},
       {"ramp.png missing/new.png", "missing/new.png: save: No such file or directory"},
   };
-  for (const Case &test : cases) {
-    SCOPED_TRACE(test.arguments);
-    const Outcome outcome = run(std::string("convert ") + test.arguments);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.errors.find(std::string("tavrine-aux: ") + test.line), 0U) << outcome.errors;
-    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
-    EXPECT_EQ(files(), before);
-    EXPECT_EQ(read("kept.png"), "what was there before");
+  for (const auto &[arguments, line] : cases) {
+    expect_failure(std::string("convert ") + arguments, line);
   }
 }
 
 TEST_F(Tool, AFullDiskLeavesWhatWasThere) {
   write("kept.bmp", "what was there before");
-  const std::vector<std::string> before = files();
-  for (const char *arguments : {"kept.bmp", "new.png", "new.jpg", "new.rgb"}) {
-    SCOPED_TRACE(arguments);
+  for (const std::string name : {"kept.bmp", "new.png", "new.jpg", "new.rgb"}) {
     // Files of at most 4 KiB, and the error instead of the signal.
-    const Outcome outcome =
-        run(std::string("convert ramp.png --scale 40 ") + arguments, "ulimit -f 8; trap '' XFSZ; ");
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.errors.find(": save: File too large"), std::string::npos) << outcome.errors;
-    EXPECT_EQ(files(), before);
-    EXPECT_EQ(read("kept.bmp"), "what was there before");
+    expect_failure("convert ramp.png --scale 40 " + name, name + ": save: File too large",
+                   "ulimit -f 8; trap '' XFSZ; ");
   }
 }
 
 TEST_F(Tool, WrongUsageIsToldBeforeAnythingIsDone) {
-  const std::vector<std::string> before = files();
+  const auto before = files();
   const char *const cases[] = {
       "",
       "paint ramp.png",
@@ -165,7 +143,7 @@ TEST_F(Tool, WrongUsageIsToldBeforeAnythingIsDone) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_NE(outcome.errors.find("--help"), std::string::npos);
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 2) << outcome.errors;
-    EXPECT_EQ(files(), before);
+    EXPECT_TRUE(files() == before);
   }
   const Outcome help = run("convert --help");
   EXPECT_EQ(help.status, 0);
@@ -186,16 +164,40 @@ TEST_F(Tool, BatchGoesOnAfterABadPicture) {
   EXPECT_FALSE(std::filesystem::exists(path_of("new/sub/text.bmp")));
 
   // Pictures may be replaced in place.
-  ASSERT_EQ(run("convert ramp.png second.png --scale 2 .").status, 0);
+  succeed("convert ramp.png second.png --scale 2 .");
   EXPECT_NE(run("info second.png").output.find("RGB24 64x48"), std::string::npos);
 }
 
 TEST_F(Tool, NoticesAreForThoseWhoAsk) {
-  EXPECT_EQ(run("convert ramp.png --resize 32x24 out.bmp").errors, "");
+  succeed("convert ramp.png --resize 32x24 out.bmp");
   const std::string notices = run("convert -v ramp.png --resize 32x24 out.bmp").errors;
   EXPECT_NE(notices.find("notice: Scale ratio is 1"), std::string::npos) << notices;
   EXPECT_EQ(run("version").output.find("tavrine-aux 1.2.0\nrevision "), 0U);
   EXPECT_NE(run("version --verbose").output.find("\nBuild Config : "), std::string::npos);
+}
+
+// On device frames the tool tells who did what, and writes the files that the CPU makes.
+TEST_F(Tool, DeviceFramesTellWhoDidWhat) {
+  const std::string operations = " --resize 128x96 --format GREY --resize 64x64 --rotate 90 ";
+  succeed("convert ramp.png" + operations + "host.png");
+  const Outcome device = run("convert -v --device ramp.png" + operations + "device.png");
+  ASSERT_EQ(device.status, 0) << device.errors;
+  for (const char *line :
+       {"resize to 128x96: done by the CPU", "convert to GREY: done by the CPU",
+        "resize to 64x64: done by the engine", "rotate by 90: done by the CPU"}) {
+    EXPECT_NE(device.errors.find(line), std::string::npos) << line << "\n" << device.errors;
+  }
+  succeed("convert --device ramp.png --rotate 180 quiet.png");
+  succeed("convert ramp.png --rotate 180 host180.png");
+  EXPECT_EQ(read("quiet.png"), read("host180.png"));
+
+  const std::string copy = run("convert -v --device ramp.png --crop 2,2,8,8 crop.png").errors;
+  EXPECT_NE(copy.find("done by a copy"), std::string::npos) << copy;
+  const std::string tensor = " --size 40x40 --mean 100 --scale 50 ";
+  succeed("tensor ramp.png host.npy" + tensor);
+  const Outcome filled = run("tensor -v --device ramp.png device.npy" + tensor);
+  EXPECT_NE(filled.errors.find("filled by the CPU"), std::string::npos) << filled.errors;
+  EXPECT_EQ(read("device.npy"), read("host.npy"));
 }
 
 }  // namespace
