@@ -2,7 +2,6 @@
 // and what lies between the rows of a tensor must stay as it was.
 #include <array>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "core/owned.h"
@@ -27,36 +26,24 @@ class ExactFrame {
   ExactFrame(uint32_t format, int32_t width, int32_t height, int32_t padding, uint8_t first) {
     const auto row = static_cast<int32_t>(tavrine_frame_pixel_size(format)) * width;
     const int32_t strides[TAVRINE_MAX_PLANES] = {row + padding};
-    size_ = static_cast<size_t>(strides[0]) * static_cast<size_t>(height - 1) +
-            static_cast<size_t>(row);
-    bytes_.reset(new uint8_t[size_]);
-    for (size_t i = 0; i < size_; ++i) {
-      bytes_[i] = byte_at(i, first);
+    bytes_ =
+        std::vector<uint8_t>(static_cast<size_t>(strides[0]) * static_cast<size_t>(height - 1) +
+                             static_cast<size_t>(row));
+    for (size_t i = 0; i < bytes_.size(); ++i) {
+      bytes_[i] = static_cast<uint8_t>(i * 37 + i / 251 + first);
     }
-    first_ = first;
-    frame_ = OwnedFrame(tavrine_frame_make(TAVRINE_MEMORY_HOST, format, bytes_.get(), width, height,
-                                           strides, 0, nullptr, nullptr));
+    before_ = bytes_;
+    frame_ = OwnedFrame(tavrine_frame_make(TAVRINE_MEMORY_HOST, format, bytes_.data(), width,
+                                           height, strides, 0, nullptr, nullptr));
   }
 
   OwnedFrame take() { return std::move(frame_); }
 
-  bool is_unharmed() const {
-    for (size_t i = 0; i < size_; ++i) {
-      if (bytes_[i] != byte_at(i, first_)) {
-        return false;
-      }
-    }
-    return true;
-  }
+  bool is_unharmed() const { return bytes_ == before_; }
 
  private:
-  static uint8_t byte_at(size_t index, uint8_t first) {
-    return static_cast<uint8_t>(index * 37 + index / 251 + first);
-  }
-
-  std::unique_ptr<uint8_t[]> bytes_;
-  size_t size_ = 0;
-  uint8_t first_ = 0;
+  std::vector<uint8_t> bytes_;
+  std::vector<uint8_t> before_;
   OwnedFrame frame_;
 };
 
@@ -74,43 +61,32 @@ class ExactTensor {
       last += (shape[i] - 1) * strides_[i];
     }
     element_size_ = element_type == TAVRINE_ELEMENT_FLOAT32 ? sizeof(float) : 1;
-    size_ = static_cast<size_t>(last + 1) * element_size_;
-    bytes_.reset(new uint8_t[size_]);
-    std::memset(bytes_.get(), kUntouched, size_);
-    tensor_ = OwnedTensor(tavrine_tensor_make(TAVRINE_MEMORY_HOST, element_type, bytes_.get(),
+    bytes_ = std::vector<uint8_t>(static_cast<size_t>(last + 1) * element_size_, kUntouched);
+    tensor_ = OwnedTensor(tavrine_tensor_make(TAVRINE_MEMORY_HOST, element_type, bytes_.data(),
                                               shape.data(), strides_.data(), nullptr, nullptr));
   }
 
   tavrine_tensor_t *get() const { return tensor_.get(); }
 
-  // What belongs to no element of the shape is as it was.
-  bool is_unharmed_between_rows() const {
-    std::vector<bool> is_element(size_);
+  // What belongs to no element of the shape is as it was. The elements are lost.
+  bool is_unharmed_between_rows() {
+    const size_t row_bytes = static_cast<size_t>(shape_[3]) * element_size_;
     for (int32_t n = 0; n < shape_[0]; ++n) {
       for (int32_t c = 0; c < shape_[1]; ++c) {
         for (int32_t y = 0; y < shape_[2]; ++y) {
-          const size_t row =
-              static_cast<size_t>(n * strides_[0] + c * strides_[1] + y * strides_[2]) *
-              element_size_;
-          const size_t row_bytes = static_cast<size_t>(shape_[3]) * element_size_;
-          std::fill_n(is_element.begin() + static_cast<ptrdiff_t>(row), row_bytes, true);
+          const int32_t first = n * strides_[0] + c * strides_[1] + y * strides_[2];
+          std::memset(&bytes_[static_cast<size_t>(first) * element_size_], kUntouched, row_bytes);
         }
       }
     }
-    for (size_t i = 0; i < size_; ++i) {
-      if (!is_element[i] && bytes_[i] != kUntouched) {
-        return false;
-      }
-    }
-    return true;
+    return bytes_ == std::vector<uint8_t>(bytes_.size(), kUntouched);
   }
 
  private:
   std::array<int32_t, 4> shape_;
   std::array<int32_t, 4> strides_{};
   size_t element_size_ = 1;
-  size_t size_ = 0;
-  std::unique_ptr<uint8_t[]> bytes_;
+  std::vector<uint8_t> bytes_;
   OwnedTensor tensor_;
 };
 
@@ -154,7 +130,7 @@ void batch(const uint8_t *data, size_t size) {
   const int32_t element_type = input.one_of(kElementTypes);
   const std::array<int32_t, 4> shape = {input.between(1, 4), input.between(1, 4),
                                         input.between(1, 40), input.between(1, 70)};
-  const ExactTensor host_tensor(input, element_type, shape);
+  ExactTensor host_tensor(input, element_type, shape);
   const OwnedTensor device_tensor(
       tavrine_tensor_alloc(TAVRINE_MEMORY_DEVICE, element_type, shape.data()));
   tavrine_tensor_t *tensor = tensor_on_device ? device_tensor.get() : host_tensor.get();
@@ -174,12 +150,8 @@ void batch(const uint8_t *data, size_t size) {
     sources.emplace_back(format, width, height, row_padding, input.byte());
     owners.push_back(place(sources.back().take(), frames_on_device));
     frames.push_back(owners.back().get());
-    tavrine_area2d_t area{};
-    area.x = input.coordinate();
-    area.y = input.coordinate();
-    area.width = input.coordinate();
-    area.height = input.coordinate();
-    areas.push_back(area);
+    areas.push_back(
+        {input.coordinate(), input.coordinate(), input.coordinate(), input.coordinate()});
     paddings.push_back({padding[0], padding[1], padding[2]});
   }
   Watch::order_failures(input);

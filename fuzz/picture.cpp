@@ -72,11 +72,8 @@ void check(const tavrine_frame_t *frame) {
 }
 
 tavrine_area2d_t area_from(Input &input) {
-  tavrine_area2d_t area{};
-  area.x = input.coordinate();
-  area.y = input.coordinate();
-  area.width = input.coordinate();
-  area.height = input.coordinate();
+  const tavrine_area2d_t area = {input.coordinate(), input.coordinate(), input.coordinate(),
+                                 input.coordinate()};
   // An enlargement by surroundings costs memory and time and shows nothing more.
   const bool is_large = area.width > 1024 || area.height > 1024;
   return is_large ? tavrine_area2d_t{area.x, area.y, 64, 64} : area;

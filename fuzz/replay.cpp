@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,15 +15,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Door {
-  const char *name;
-  tavrine::fuzz::Harness *harness;
-};
-
-constexpr Door kDoors[] = {{"picture", tavrine::fuzz::picture},
-                           {"tool_arguments", tavrine::fuzz::tool_arguments},
-                           {"batch", tavrine::fuzz::batch}};
 
 std::vector<fs::path> files_in(const fs::path &folder) {
   std::vector<fs::path> files;
@@ -51,10 +43,13 @@ int main(int argc, char **argv) {
     std::fprintf(stderr, "usage: fuzz_replay HARNESS FOLDER\n");
     return 2;
   }
+  const std::map<std::string, tavrine::fuzz::Harness *> harnesses = {
+      {"picture", tavrine::fuzz::picture},
+      {"tool_arguments", tavrine::fuzz::tool_arguments},
+      {"batch", tavrine::fuzz::batch}};
   const std::string name = argv[1];
-  const auto *const door = std::find_if(std::begin(kDoors), std::end(kDoors),
-                                        [&](const Door &other) { return name == other.name; });
-  if (door == std::end(kDoors)) {
+  const auto harness = harnesses.find(name);
+  if (harness == harnesses.end()) {
     std::fprintf(stderr, "there is no harness %s\n", name.c_str());
     return 2;
   }
@@ -67,7 +62,7 @@ int main(int argc, char **argv) {
   }
   for (const auto &files : {corpus, findings}) {
     for (const fs::path &file : files) {
-      run(door->harness, file);
+      run(harness->second, file);
     }
   }
   std::fprintf(stderr, "%zu inputs\n", corpus.size() + findings.size());

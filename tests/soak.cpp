@@ -65,13 +65,9 @@ Memory measure() {
   return {allocated, resident_bytes()};
 }
 
-int entries_of(const char *folder) {
-  int count = 0;
-  for (const auto &entry : std::filesystem::directory_iterator(folder)) {
-    static_cast<void>(entry);
-    ++count;
-  }
-  return count;
+auto entries_of(const char *folder) {
+  const std::filesystem::directory_iterator entries(folder);
+  return std::distance(begin(entries), end(entries));
 }
 
 class Soak {
@@ -112,7 +108,7 @@ class Soak {
 
  private:
   const TemporaryFolder folder_;
-  const int descriptors_ = entries_of("/proc/self/fd");
+  const std::ptrdiff_t descriptors_ = entries_of("/proc/self/fd");
   std::vector<RandomOperation> operations_;
   Random seeds_;
   Variety variety_;
