@@ -94,7 +94,7 @@ int32_t fill_batch(tavrine_tensor_t *tensor, int32_t n, tavrine_frame_t *const *
                                                  workspace.slot(), nullptr, nullptr);
 }
 
-// Null arguments leave nothing to lose, and are tested elsewhere.
+// Most null arguments are refused before there is anything to lose: they are tested elsewhere.
 using Refusal = int32_t (*)(const Refused &with);
 
 constexpr Refusal kRefusals[] = {
@@ -129,8 +129,6 @@ constexpr Refusal kRefusals[] = {
     [](const Refused &with) { return tavrine_frame_warpaffine(with.in, with.other, kMatrix); },
     [](const Refused &with) { return tavrine_frame_warpaffine(with.in, with.in, nullptr); },
     [](const Refused &with) { return tavrine_frame_warpperspective(with.in, with.in, nullptr); },
-    [](const Refused &with) { return fill(nullptr, TAVRINE_TENSOR_RGB, with.in); },
-    [](const Refused &with) { return fill(with.usable, TAVRINE_TENSOR_RGB, nullptr); },
     [](const Refused &with) { return fill(with.usable, 3, with.in); },
     [](const Refused &with) { return fill(with.tensor, TAVRINE_TENSOR_RGB, with.in); },
     [](const Refused &with) { return fill_batch(with.usable, 2, &with.in, &kArea, 0); },
