@@ -176,6 +176,8 @@ TEST_F(PictureLimits, EveryBeginningOfAFileIsReadToItsEnd) {
       EXPECT_FALSE(decode(bytes.substr(0, size)).pixels) << name << " cut to " << size;
     }
   }
+  // More than its buffer holds, the decoder asks for at once.
+  EXPECT_FALSE(decode("P6 40 30 255\n" + Bytes(40 * 30 * 3 - 1, '\7')).pixels);
 }
 
 TEST_F(PictureLimits, APipeIsAFile) {
