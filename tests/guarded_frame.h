@@ -15,14 +15,13 @@ class GuardedMemory {
   enum class Edge { kFirst, kLast };
 
   GuardedMemory(size_t bytes, Edge edge) {
-    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    const size_t body = (bytes + page - 1) / page * page;
-    mapped_ = body + 2 * page;
+    const size_t body = (bytes + kPage - 1) / kPage * kPage;
+    mapped_ = body + 2 * kPage;
     mapping_ = static_cast<uint8_t *>(
         mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     EXPECT_NE(mapping_, MAP_FAILED);
-    EXPECT_EQ(mprotect(mapping_ + page, body, PROT_READ | PROT_WRITE), 0);
-    data_ = mapping_ + page + (edge == Edge::kFirst ? 0 : body - bytes);
+    EXPECT_EQ(mprotect(begin(), body, PROT_READ | PROT_WRITE), 0);
+    data_ = edge == Edge::kFirst ? begin() : end() - bytes;
   }
   GuardedMemory(GuardedMemory &&other) noexcept
       : mapping_(std::exchange(other.mapping_, nullptr)),
@@ -36,8 +35,13 @@ class GuardedMemory {
   }
 
   uint8_t *data() const { return data_; }
+  // All that may be touched.
+  uint8_t *begin() const { return mapping_ + kPage; }
+  uint8_t *end() const { return mapping_ + mapped_ - kPage; }
 
  private:
+  inline static const auto kPage = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+
   uint8_t *mapping_;
   size_t mapped_;
   uint8_t *data_;

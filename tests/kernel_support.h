@@ -1,18 +1,13 @@
 // Running kernels on every instruction set, on memory that notices a byte too many.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <cstring>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "host/kernels/plane_view.h"
+#include "tests/guarded_frame.h"
 
 namespace tavrine::test {
 
@@ -50,32 +45,22 @@ void on_every_target(Run run) {
 }
 
 // A plane that ends exactly where memory that must not be touched begins: one that is read past
-// its end, or written, faults. The bytes before a row's end and the next row hold a pattern
-// that only the plane's pixels may lose.
+// its end, or written, faults. What lies before it and between its rows holds a pattern that only
+// the plane's pixels may lose.
 class GuardedPlane {
  public:
   static constexpr uint8_t kPoison = 0x99;
 
   GuardedPlane(int32_t columns, int32_t rows, int32_t channels, ptrdiff_t padding = 0)
-      : row_bytes_(static_cast<size_t>(columns) * channels) {
-    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    const size_t step = row_bytes_ + static_cast<size_t>(padding);
-    const size_t bytes = step * (rows - 1) + row_bytes_;
-    const size_t body = (bytes + page - 1) / page * page;
-    mapping_bytes_ = body + page;
-    mapping_ = static_cast<uint8_t *>(
-        mmap(nullptr, mapping_bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    EXPECT_NE(mapping_, MAP_FAILED);
-    EXPECT_EQ(mprotect(mapping_ + body, page, PROT_NONE), 0);
-    std::memset(mapping_, kPoison, body);
-    body_ = body;
-    view_ = {mapping_ + body - bytes, channels, columns, rows, static_cast<ptrdiff_t>(step)};
+      : row_bytes_(static_cast<size_t>(columns) * channels),
+        memory_((row_bytes_ + padding) * (rows - 1) + row_bytes_, GuardedMemory::Edge::kLast),
+        view_{memory_.data(), channels, columns, rows,
+              static_cast<ptrdiff_t>(row_bytes_) + padding} {
+    std::fill(memory_.begin(), memory_.end(), kPoison);
   }
-  GuardedPlane(const GuardedPlane &) = delete;
-  GuardedPlane &operator=(const GuardedPlane &) = delete;
-  ~GuardedPlane() { munmap(mapping_, mapping_bytes_); }
 
   const PlaneView &view() const { return view_; }
+  Plane shape() const { return {view_.channels, view_.columns, view_.rows}; }
 
   void fill(std::mt19937 &random) {
     // A third of the fills are extremes, where sums saturate.
@@ -96,11 +81,11 @@ class GuardedPlane {
 
   // True when nothing around the pixels has changed.
   bool margins_unharmed() {
-    std::vector<uint8_t> copy(mapping_, mapping_ + body_);
+    std::vector<uint8_t> copy(memory_.begin(), memory_.end());
     for (int32_t y = 0; y < view_.rows; ++y) {
-      std::memset(copy.data() + (view_.row(y) - mapping_), kPoison, row_bytes_);
+      std::memset(copy.data() + (view_.row(y) - memory_.begin()), kPoison, row_bytes_);
     }
-    return copy == std::vector<uint8_t>(body_, kPoison);
+    return copy == std::vector<uint8_t>(copy.size(), kPoison);
   }
 
  private:
@@ -112,10 +97,8 @@ class GuardedPlane {
   }
 
   size_t row_bytes_;
-  size_t mapping_bytes_ = 0;
-  size_t body_ = 0;
-  uint8_t *mapping_ = nullptr;
-  PlaneView view_{};
+  GuardedMemory memory_;
+  PlaneView view_;
 };
 
 // Widths from one pixel to beyond twice what a register holds, and one of many registers.

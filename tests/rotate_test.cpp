@@ -1,28 +1,30 @@
-// Rotation on the CPU, held against the mapping of single pixels.
-#include "tests/support.h"
+// Rotation, and its kernels on every instruction set, held against the mapping of single pixels.
+#include "host/kernels/rotate.h"
+#include "tests/kernel_support.h"
 
 namespace tavrine::test {
 namespace {
 
-std::vector<uint8_t> rotate_by_mapping(const tavrine_frame_t *in, int code) {
-  const std::vector<uint8_t> pixels = pixels_of(in);
+std::vector<uint8_t> rotate_by_mapping(const std::vector<uint8_t> &pixels, const Plane &plane,
+                                       int code) {
+  const bool is_half = code == 1;
   std::vector<uint8_t> out;
-  size_t plane_start = 0;
-  for (const Plane &plane : planes_of(in->pixel_format, in->width, in->height)) {
-    const bool quarter = code != 1;
-    for (int r = 0; r < (quarter ? plane.columns : plane.rows); ++r) {
-      for (int c = 0; c < (quarter ? plane.rows : plane.columns); ++c) {
-        const int row = code == 0 ? plane.rows - 1 - c : code == 1 ? plane.rows - 1 - r : c;
-        const int column = code == 0 ? r : plane.columns - 1 - (code == 1 ? c : r);
-        for (int channel = 0; channel < plane.channels; ++channel) {
-          out.push_back(
-              pixels[plane_start + (row * plane.columns + column) * plane.channels + channel]);
-        }
-      }
+  for (int r = 0; r < (is_half ? plane.rows : plane.columns); ++r) {
+    for (int c = 0; c < (is_half ? plane.columns : plane.rows); ++c) {
+      const int row = code == 0 ? plane.rows - 1 - c : is_half ? plane.rows - 1 - r : c;
+      const int column = code == 0 ? r : plane.columns - 1 - (is_half ? c : r);
+      const uint8_t *pixel = &pixels[(row * plane.columns + column) * plane.channels];
+      out.insert(out.end(), pixel, pixel + plane.channels);
     }
-    plane_start += static_cast<size_t>(plane.columns) * plane.rows * plane.channels;
   }
   return out;
+}
+
+std::vector<uint8_t> rotate_by_mapping(const tavrine_frame_t *in, int code) {
+  const std::vector<Plane> planes = planes_of(in->pixel_format, in->width, in->height);
+  return with_changed_planes(in, [&](const std::vector<uint8_t> &pixels, size_t plane) {
+    return rotate_by_mapping(pixels, planes[plane], code);
+  });
 }
 
 OwnedFrame rotate(const tavrine_frame_t *in, int code) {
@@ -59,7 +61,7 @@ TEST_F(Rotate, EqualsTheMappingForEveryFormatTurnAndLayout) {
   EXPECT_TRUE(take_log().empty());
 }
 
-TEST_F(Rotate, SmallPicturesAndOddSizes) {
+TEST_F(Rotate, ASmallPictureByHand) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 3, 2);
   set_pixels(in.get(), {'a', 'b', 'c', 'd', 'e', 'f'});
   const char *expected[] = {"daebfc", "fedcba", "cfbead"};
@@ -68,27 +70,6 @@ TEST_F(Rotate, SmallPicturesAndOddSizes) {
     const std::vector<uint8_t> pixels = pixels_of(out.get());
     EXPECT_EQ(std::string(pixels.begin(), pixels.end()), expected[code]);
     EXPECT_EQ(out->width, code == 1 ? 3 : 2);
-  }
-  for (const int width : {1, 63, 65, 129}) {
-    OwnedFrame odd = make_frame(TAVRINE_FORMAT_RGB24, width, 67);
-    fill_random(odd.get(), random_);
-    for (int code = 0; code < 3; ++code) {
-      EXPECT_EQ(pixels_of(rotate(odd.get(), code).get()), rotate_by_mapping(odd.get(), code));
-    }
-  }
-}
-
-TEST_F(Rotate, TurnsAddUp) {
-  for (const uint32_t format : kEightBitFormats) {
-    const OwnedFrame in = make_frame(format, 76, 34);
-    fill_random(in.get(), random_);
-    const OwnedFrame quarter = rotate(in.get(), 0);
-    const OwnedFrame half = rotate(quarter.get(), 0);
-    const OwnedFrame three_quarters = rotate(half.get(), 0);
-    EXPECT_EQ(pixels_of(half.get()), pixels_of(rotate(in.get(), 1).get()));
-    EXPECT_EQ(pixels_of(three_quarters.get()), pixels_of(rotate(in.get(), 2).get()));
-    EXPECT_EQ(pixels_of(rotate(three_quarters.get(), 0).get()), pixels_of(in.get()));
-    EXPECT_EQ(pixels_of(rotate(quarter.get(), 2).get()), pixels_of(in.get()));
   }
 }
 
@@ -130,11 +111,31 @@ TEST_F(Rotate, RefusesOtherSizesAndFormats) {
   const OwnedFrame deep = make_frame(TAVRINE_FORMAT_Y16, 8, 8);
   EXPECT_EQ(tavrine_frame_rotate(deep.get(), none.slot(), 0), -4);
   EXPECT_FALSE(none);
-  const std::vector<LogRecord> log = take_log();
-  ASSERT_EQ(log.size(), 1U);
-  EXPECT_EQ(log[0].level, 4);
-  EXPECT_EQ(log[0].tag, "aux.host");
-  EXPECT_EQ(log[0].text, "Rotating a frame in format [Y16] is not supported yet!\n");
+  expect_log(4, "aux.host", "Rotating a frame in format [Y16] is not supported yet!\n");
+}
+
+TEST(RotateKernels, EqualTheMapping) {
+  on_every_target([] {
+    Random random(9);
+    for (int32_t channels = 1; channels <= 4; ++channels) {
+      for (const int32_t width : widths_to_try()) {
+        for (const int32_t height : {1, 4, 15, 16, 17, 66}) {
+          GuardedPlane in(width, height, channels, width % 5);
+          in.fill(random);
+          for (const Turn turn : {Turn::kQuarter, Turn::kHalf, Turn::kThreeQuarters}) {
+            const bool is_half = turn == Turn::kHalf;
+            GuardedPlane out(is_half ? width : height, is_half ? height : width, channels,
+                             width % 3);
+            ASSERT_TRUE(rotate_plane(in.view(), turn, out.view()));
+            ASSERT_EQ(out.pixels(),
+                      rotate_by_mapping(in.pixels(), in.shape(), static_cast<int>(turn)))
+                << channels << " channels, " << width << "x" << height;
+            ASSERT_TRUE(out.margins_unharmed());
+          }
+        }
+      }
+    }
+  });
 }
 
 }  // namespace

@@ -111,6 +111,23 @@ void set_pixels(tavrine_frame_t *frame, const std::vector<uint8_t> &pixels) {
   ASSERT_EQ(next, pixels.data() + pixels.size());
 }
 
+std::vector<uint8_t> with_changed_planes(
+    const tavrine_frame_t *frame,
+    const std::function<std::vector<uint8_t>(const std::vector<uint8_t> &pixels, size_t plane)>
+        &change) {
+  const std::vector<uint8_t> pixels = pixels_of(frame);
+  const std::vector<Plane> planes = planes_of(frame->pixel_format, frame->width, frame->height);
+  std::vector<uint8_t> result;
+  auto begin = pixels.begin();
+  for (size_t i = 0; i < planes.size(); ++i) {
+    const auto end = begin + planes[i].channels * planes[i].columns * planes[i].rows;
+    const std::vector<uint8_t> changed = change({begin, end}, i);
+    result.insert(result.end(), changed.begin(), changed.end());
+    begin = end;
+  }
+  return result;
+}
+
 OwnedFrame on_device(const tavrine_frame_t *frame) {
   OwnedFrame device;
   EXPECT_EQ(tavrine_frame_upload(frame, device.slot()), 0);
@@ -142,5 +159,11 @@ void LibraryTest::TearDown() {
 }
 
 std::vector<LogRecord> LibraryTest::take_log() { return std::exchange(log_, {}); }
+
+void LibraryTest::expect_log(int32_t level, const std::string &tag, const std::string &text) {
+  const std::vector<LogRecord> log = take_log();
+  ASSERT_EQ(log.size(), 1U) << text;
+  EXPECT_EQ(log[0], (LogRecord{level, tag, log[0].line, text}));
+}
 
 }  // namespace tavrine::test

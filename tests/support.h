@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -49,6 +50,12 @@ void fill(tavrine_frame_t *frame, uint8_t value);
 std::vector<uint8_t> pixels_of(const tavrine_frame_t *frame);
 void set_pixels(tavrine_frame_t *frame, const std::vector<uint8_t> &pixels);
 
+// What change() makes of the bytes of each plane, in the layout of pixels_of.
+std::vector<uint8_t> with_changed_planes(
+    const tavrine_frame_t *frame,
+    const std::function<std::vector<uint8_t>(const std::vector<uint8_t> &pixels, size_t plane)>
+        &change);
+
 // A copy in device memory.
 OwnedFrame on_device(const tavrine_frame_t *frame);
 
@@ -69,6 +76,8 @@ class LibraryTest : public ::testing::Test {
   void TearDown() override;
 
   std::vector<LogRecord> take_log();
+  // One record since the last look. Its line is that of a call and may be any.
+  void expect_log(int32_t level, const std::string &tag, const std::string &text);
 
   Random random_{20210917};
 
