@@ -14,13 +14,6 @@ struct Axis {
   int weight_first, weight_second;
 };
 
-int half_even(float value) {
-  const float below = std::floor(value);
-  const float rest = value - below;
-  const int whole = static_cast<int>(below);
-  return rest > 0.5F || (rest == 0.5F && whole % 2 != 0) ? whole + 1 : whole;
-}
-
 Axis sample_axis(int index, int source, int destination, bool clamps_weights) {
   const float inverse = static_cast<float>(destination) / static_cast<float>(source);
   const float scale = 1.0F / inverse;
@@ -32,7 +25,8 @@ Axis sample_axis(int index, int source, int destination, bool clamps_weights) {
     fraction = 0;
   }
   return {std::clamp(left, 0, source - 1), std::clamp(left + 1, 0, source - 1),
-          half_even((1 - fraction) * 2048), half_even(fraction * 2048)};
+          static_cast<int>(std::nearbyint((1 - fraction) * 2048)),
+          static_cast<int>(std::nearbyint(fraction * 2048))};
 }
 
 std::vector<uint8_t> resize_by_formula(const std::vector<uint8_t> &in, const Plane &from,
