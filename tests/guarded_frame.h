@@ -4,6 +4,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <deque>
+
 #include "tests/support.h"
 
 namespace tavrine::test {
@@ -23,16 +25,9 @@ class GuardedMemory {
     EXPECT_EQ(mprotect(begin(), body, PROT_READ | PROT_WRITE), 0);
     data_ = edge == Edge::kFirst ? begin() : end() - bytes;
   }
-  GuardedMemory(GuardedMemory &&other) noexcept
-      : mapping_(std::exchange(other.mapping_, nullptr)),
-        mapped_(other.mapped_),
-        data_(other.data_) {}
-  GuardedMemory &operator=(GuardedMemory &&) = delete;
-  ~GuardedMemory() {
-    if (mapping_ != nullptr) {
-      munmap(mapping_, mapped_);
-    }
-  }
+  GuardedMemory(const GuardedMemory &) = delete;
+  GuardedMemory &operator=(const GuardedMemory &) = delete;
+  ~GuardedMemory() { munmap(mapping_, mapped_); }
 
   uint8_t *data() const { return data_; }
   // All that may be touched.
@@ -67,7 +62,7 @@ class GuardedFrame {
   tavrine_frame_t *get() const { return frame_.get(); }
 
  private:
-  std::vector<GuardedMemory> memory_;
+  std::deque<GuardedMemory> memory_;
   OwnedFrame frame_;
 };
 

@@ -73,26 +73,19 @@ void cvt_color(RandomSource &source, Digest &digest) {
             [=](auto *from, auto **out) { return tavrine_frame_cvt_color(from, out, format); });
 }
 
-template <typename Warp>
-void warp(RandomSource &source, Digest &digest, int numbers, Warp operation) {
+// The first numbers of the matrix vary.
+template <auto kOperation, int kNumbers>
+void warp(RandomSource &source, Digest &digest) {
   const uint32_t format = source.one_of(kEightBitFormats);
   const SharedFrame in = source.input(format);
   const OwnedFrame out = source.frame(format);
   float matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-  for (int i = 0; i < numbers; ++i) {
+  for (int i = 0; i < kNumbers; ++i) {
     const bool moves = i == 2 || i == 5;
     matrix[i] += moves ? source.real(40) : i < 6 ? source.odd_number() * 0.5F : source.real(0.02F);
   }
-  digest.add(source.attempt([&] { return operation(in.get(), out.get(), matrix); }));
+  digest.add(source.attempt([&] { return kOperation(in.get(), out.get(), matrix); }));
   digest.add(out.get());
-}
-
-void warp_affine(RandomSource &source, Digest &digest) {
-  warp(source, digest, 6, tavrine_frame_warpaffine);
-}
-
-void warp_perspective(RandomSource &source, Digest &digest) {
-  warp(source, digest, 9, tavrine_frame_warpperspective);
 }
 
 OwnedTensor make_tensor(RandomSource &source, int items, int32_t &elements) {
@@ -163,27 +156,19 @@ void batch_to_tensor(RandomSource &source, Digest &digest) {
   add_tensor(digest, tensor.get(), elements);
 }
 
-template <typename Find>
-void find(RandomSource &source, Digest &digest, Find operation) {
+template <auto kOperation>
+void find_transform(RandomSource &source, Digest &digest) {
   tavrine_point2f_t points[6];
   for (tavrine_point2f_t &point : points) {
     point = {source.real(500), source.real(500)};
   }
   tavrine_matrix3x3f_t forward;
   tavrine_matrix3x3f_t inverse;
-  operation(points, points + 3, &forward, &inverse);
+  kOperation(points, points + 3, &forward, &inverse);
   for (int i = 0; i < 9; ++i) {
     digest.add(forward.m[i]);
     digest.add(inverse.m[i]);
   }
-}
-
-void find_affine(RandomSource &source, Digest &digest) {
-  find(source, digest, tavrine_find_affine_transform);
-}
-
-void find_similarity(RandomSource &source, Digest &digest) {
-  find(source, digest, tavrine_find_similarity_transform);
 }
 
 // Through a picture file in memory and back.
@@ -218,12 +203,12 @@ const std::vector<RandomOperation> &random_operations() {
       {"tavrine_frame_rotate", 200, rotate},
       {"tavrine_frame_crop", 200, crop},
       {"tavrine_frame_cvt_color", 300, cvt_color},
-      {"tavrine_frame_warpaffine", 400, warp_affine},
-      {"tavrine_frame_warpperspective", 400, warp_perspective},
+      {"tavrine_frame_warpaffine", 400, warp<tavrine_frame_warpaffine, 6>},
+      {"tavrine_frame_warpperspective", 400, warp<tavrine_frame_warpperspective, 9>},
       {"tavrine_frame_to_tensor", 300, to_tensor},
       {"tavrine_frame_transform_to_tensor_batch", 200, batch_to_tensor},
-      {"tavrine_find_affine_transform", 300, find_affine},
-      {"tavrine_find_similarity_transform", 300, find_similarity},
+      {"tavrine_find_affine_transform", 300, find_transform<tavrine_find_affine_transform>},
+      {"tavrine_find_similarity_transform", 300, find_transform<tavrine_find_similarity_transform>},
       {"tavrine_frame_encode, tavrine_frame_load_from_memory", 60, encode_and_load},
   };
   return operations;

@@ -36,10 +36,11 @@ OwnedFrame make_frame(uint32_t format, int width, int height, int32_t memory = T
 struct PaddedFrame {
   OwnedFrame parent;
   OwnedFrame frame;
-  std::vector<uint8_t> parent_before;
+  std::vector<uint8_t> surroundings_before;
 
-  // True when no byte of the parent outside the frame has changed.
-  bool surroundings_unharmed() const;
+  // The parent's bytes, but for those of the frame.
+  std::vector<uint8_t> surroundings() const;
+  bool surroundings_unharmed() const { return surroundings() == surroundings_before; }
 };
 PaddedFrame make_padded_frame(uint32_t format, int width, int height, Random &random);
 

@@ -32,51 +32,48 @@ const ChannelNormalization kNormalizations[] = {
     {0, 0.001F, 0},
 };
 
-template <typename Element>
-using Fill = void (*)(const PlaneView &pixels, const ChannelNormalization channels[3],
-                      const ElementPlanes<Element> &image);
-template <typename Element>
-using Define = Element (*)(const uint8_t *pixel, int32_t channel,
-                           const ChannelNormalization channels[3]);
-
-template <typename Element>
+// Colour or grey pixels into as many planes, or colour pixels into one.
 struct Kernel {
   int32_t source_channels;
   int32_t image_channels;
-  Fill<Element> fill;
-  Define<Element> define;
+  ByteOrder order;
 };
 
-template <typename Element, int32_t kFirst>
-constexpr Kernel<Element> color_kernel() {
-  return {3, 3,
-          [](const PlaneView &pixels, const ChannelNormalization channels[3],
-             const ElementPlanes<Element> &image) {
-            constexpr int32_t kBytes[3] = {kFirst, 1, 2 - kFirst};
-            fill_color(pixels, kBytes, channels, image);
-          },
-          [](const uint8_t *pixel, int32_t channel, const ChannelNormalization channels[3]) {
-            const int32_t byte = kFirst == 0 ? channel : 2 - channel;
-            return scalar::color_element<Element>(pixel[byte], channels[channel]);
-          }};
-}
+const Kernel kKernels[] = {{3, 3, ByteOrder::kRedFirst},
+                           {3, 3, ByteOrder::kBlueFirst},
+                           {1, 1, ByteOrder::kRedFirst},
+                           {3, 1, ByteOrder::kRedFirst},
+                           {3, 1, ByteOrder::kBlueFirst}};
 
-template <typename Element, ByteOrder kOrder>
-constexpr Kernel<Element> weighted_kernel() {
-  return {3, 1,
-          [](const PlaneView &pixels, const ChannelNormalization channels[3],
-             const ElementPlanes<Element> &image) {
-            fill_weighted_grey(pixels, kOrder, channels[0], image);
-          },
-          [](const uint8_t *pixel, int32_t, const ChannelNormalization channels[3]) {
-            return scalar::weighted_element<Element>(pixel[red_byte(kOrder)], pixel[1],
-                                                     pixel[blue_byte(kOrder)], channels[0]);
-          }};
+template <typename Element>
+void fill(const Kernel &kernel, const PlaneView &pixels, const ChannelNormalization channels[3],
+          const ElementPlanes<Element> &image) {
+  if (kernel.image_channels == 3) {
+    const int32_t bytes[3] = {red_byte(kernel.order), 1, blue_byte(kernel.order)};
+    fill_color(pixels, bytes, channels, image);
+  } else if (kernel.source_channels == 3) {
+    fill_weighted_grey(pixels, kernel.order, channels[0], image);
+  } else {
+    fill_grey(pixels, channels[0], image);
+  }
 }
 
 template <typename Element>
-void expect_definition(const Kernel<Element> &kernel, int32_t columns, int32_t image_columns,
-                       const ChannelNormalization channels[3], std::mt19937 &random) {
+Element define(const Kernel &kernel, const uint8_t *pixel, int32_t channel,
+               const ChannelNormalization channels[3]) {
+  const int32_t red = red_byte(kernel.order);
+  if (kernel.image_channels == 3) {
+    return scalar::color_element<Element>(pixel[red == 0 ? channel : 2 - channel],
+                                          channels[channel]);
+  }
+  return kernel.source_channels == 3
+             ? scalar::weighted_element<Element>(pixel[red], pixel[1], pixel[2 - red], channels[0])
+             : scalar::grey_element<Element>(*pixel, channels[0]);
+}
+
+template <typename Element>
+void expect_definition(const Kernel &kernel, int32_t columns, int32_t image_columns,
+                       const ChannelNormalization channels[3], Random &random) {
   constexpr int32_t kRows = 2;
   constexpr int32_t kImageRows = 3;
   constexpr auto kSize = static_cast<int32_t>(sizeof(Element));
@@ -97,13 +94,14 @@ void expect_definition(const Kernel<Element> &kernel, int32_t columns, int32_t i
     const int32_t channel = row / kImageRows;
     const int32_t y = row % kImageRows;
     for (int32_t x = 0; x < image_columns; ++x) {
-      expected.push_back(
-          y < kRows && x < columns
-              ? kernel.define(in.view().row(y) + x * kernel.source_channels, channel, channels)
-              : scalar::to_element<Element>(channels[channel].padding));
+      expected.push_back(y < kRows && x < columns
+                             ? define<Element>(kernel,
+                                               in.view().row(y) + x * kernel.source_channels,
+                                               channel, channels)
+                             : scalar::to_element<Element>(channels[channel].padding));
     }
   }
-  kernel.fill(in.view(), channels, image);
+  fill(kernel, in.view(), channels, image);
   const std::vector<uint8_t> bytes = out.pixels();
   ASSERT_EQ(bytes.size(), expected.size() * kSize);
   for (size_t i = 0; std::memcmp(bytes.data(), expected.data(), bytes.size()) != 0; ++i) {
@@ -116,36 +114,24 @@ void expect_definition(const Kernel<Element> &kernel, int32_t columns, int32_t i
 
 template <typename Element>
 void expect_definitions() {
-  const Kernel<Element> kernels[] = {
-      color_kernel<Element, 0>(),
-      color_kernel<Element, 2>(),
-      {1, 1,
-       [](const PlaneView &pixels, const ChannelNormalization channels[3],
-          const ElementPlanes<Element> &image) { fill_grey(pixels, channels[0], image); },
-       [](const uint8_t *pixel, int32_t, const ChannelNormalization channels[3]) {
-         return scalar::grey_element<Element>(*pixel, channels[0]);
-       }},
-      weighted_kernel<Element, ByteOrder::kRedFirst>(),
-      weighted_kernel<Element, ByteOrder::kBlueFirst>(),
-  };
   constexpr size_t kCount = std::size(kNormalizations);
-  std::mt19937 random(9);
-  for (const Kernel<Element> &kernel : kernels) {
+  Random random(9);
+  for (const Kernel &kernel : kKernels) {
     for (size_t i = 0; i < kCount; ++i) {
-      SCOPED_TRACE("kernel " + std::to_string(&kernel - kernels) + " normalization " +
+      SCOPED_TRACE("kernel " + std::to_string(&kernel - kKernels) + " normalization " +
                    std::to_string(i));
       for (const size_t other : {i, (i + 1) % kCount}) {
         const ChannelNormalization channels[3] = {kNormalizations[i], kNormalizations[other],
                                                   kNormalizations[i]};
-        expect_definition(kernel, 300, 300, channels, random);
-        expect_definition(kernel, 40, 43, channels, random);
+        expect_definition<Element>(kernel, 300, 300, channels, random);
+        expect_definition<Element>(kernel, 40, 43, channels, random);
       }
       if (i < 5) {
         for (const int32_t columns : widths_to_try()) {
           const ChannelNormalization channels[3] = {kNormalizations[i], kNormalizations[2],
                                                     kNormalizations[4]};
-          expect_definition(kernel, columns, columns, channels, random);
-          expect_definition(kernel, columns, 33, channels, random);
+          expect_definition<Element>(kernel, columns, columns, channels, random);
+          expect_definition<Element>(kernel, columns, 33, channels, random);
         }
       }
       if (::testing::Test::HasFatalFailure()) {

@@ -26,10 +26,6 @@ uint32_t stored(int32_t element_type, double value) {
   }
 }
 
-uint32_t stored(int32_t element_type, float value) {
-  return stored(element_type, static_cast<double>(value));
-}
-
 PaddedTensor::PaddedTensor(int32_t element_type, std::array<int32_t, 4> shape)
     : element_type_(element_type) {
   const int32_t row = shape[3] + 3;

@@ -22,7 +22,6 @@ using Elements = std::vector<uint32_t>;
 
 // What an element of this type holds for a value.
 uint32_t stored(int32_t element_type, double value);
-uint32_t stored(int32_t element_type, float value);
 
 // A host tensor whose rows, channels and images are farther apart than they need to be, with
 // other elements around it.
