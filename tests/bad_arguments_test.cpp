@@ -104,7 +104,7 @@ TEST_F(BadArguments, FramesThatAreNone) {
     for (const bool spoils_input : {true, false}) {
       std::string codes;
       for (const Spoiling &spoiling : kSpoilings) {
-        int32_t result[2];
+        int32_t result[2] = {};
         for (const Edge edge : {Edge::kFirst, Edge::kLast}) {
           const GuardedFrame in(call.format, kWidth, kHeight, edge);
           const GuardedFrame out(call.format, kWidth, kHeight, edge);

@@ -58,6 +58,7 @@ struct PlacementCase {
 const PlacementCase kPlacements[] = {
     {1, {3, 4, 24, 16}, {3, 4, 24, 16}, {0, 0, 24, 16}},     // copied without scaling
     {1, {3, 0, 24, 30}, {3, 0, 24, 30}, {0, 0, 24, 16}},     // scaled along one axis
+    {1, {0, 3, 40, 16}, {0, 3, 40, 16}, {0, 0, 24, 16}},     // and along the other
     {1, {0, 0, 40, 30}, {0, 0, 40, 30}, {0, 0, 24, 16}},     // stretched
     {0, {1, 2, 36, 24}, {1, 2, 36, 24}, {0, 0, 24, 16}},     // the tensor's shape
     {0, {0, 0, 20, 30}, {0, 0, 20, 30}, {0, 0, 11, 16}},     // a band at the right
