@@ -73,18 +73,18 @@ constexpr int32_t reversed_pixels() {
   return 16 * blocks_in_step<kPixelBytes>() / kPixelBytes;
 }
 
-// Where each byte of reversed pixels comes from.
-template <size_t kPixelBytes>
+// Where each byte of reversed pixels comes from. They fill registers of kRegisterBytes.
+template <size_t kPixelBytes, int kBlocks, int kRegisterBytes>
 struct ReversalTables {
-  static constexpr int kBlocks = blocks_in_step<kPixelBytes>();
-  alignas(16) uint8_t order[kBlocks][kBlocks][16];  // block of the result, of the source
+  // Register of the result, block of the source.
+  alignas(kRegisterBytes) uint8_t order[16 * kBlocks / kRegisterBytes][kBlocks][kRegisterBytes];
 
   constexpr ReversalTables() : order() {
     constexpr int kPixel = kPixelBytes;
     for (int byte = 0; byte < 16 * kBlocks; ++byte) {
       const int from = 16 * kBlocks - kPixel - byte / kPixel * kPixel + byte % kPixel;
       for (int block = 0; block < kBlocks; ++block) {
-        order[byte / 16][block][byte % 16] =
+        order[byte / kRegisterBytes][block][byte % kRegisterBytes] =
             static_cast<uint8_t>(from / 16 == block ? from % 16 : 0x80);
       }
     }
@@ -93,7 +93,7 @@ struct ReversalTables {
 
 template <size_t kPixelBytes>
 HWY_INLINE void reverse_step(const uint8_t *in, uint8_t *out) {
-  static constexpr ReversalTables<kPixelBytes> kTables;
+  static constexpr ReversalTables<kPixelBytes, blocks_in_step<kPixelBytes>(), 16> kTables;
   const BytesInBlock d;
   const auto pick = [&](int part, int block) {
     return hn::TableLookupBytesOr0(hn::LoadU(d, in + 16 * block),
@@ -110,24 +110,9 @@ HWY_INLINE void reverse_step(const uint8_t *in, uint8_t *out) {
 
 #if HWY_TARGET == HWY_AVX2
 
-// Where each byte of two steps of pixels of three bytes comes from.
-struct DoubleReversalTables {
-  alignas(32) uint8_t order[3][6][32];  // register of the result, block of the source
-
-  constexpr DoubleReversalTables() : order() {
-    for (int byte = 0; byte < 96; ++byte) {
-      const int from = 93 - byte / 3 * 3 + byte % 3;
-      for (int block = 0; block < 6; ++block) {
-        order[byte / 32][block][byte % 32] =
-            static_cast<uint8_t>(from / 16 == block ? from % 16 : 0x80);
-      }
-    }
-  }
-};
-
 // Two steps of pixels of three bytes: half the shuffles outweigh the stores across cache lines.
 HWY_INLINE void reverse_two_steps(const uint8_t *in, uint8_t *out) {
-  static constexpr DoubleReversalTables kTables;
+  static constexpr ReversalTables<3, 6, 32> kTables;
   const Bytes d;
   const auto table = [&](int part, int block) { return hn::Load(d, kTables.order[part][block]); };
   const auto blocks = [&](int block) { return hn::LoadDup128(d, in + 16 * block); };
