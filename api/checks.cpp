@@ -1,7 +1,7 @@
 #include "api/checks.h"
 
-#include "core/formats.h"
-#include "core/log.h"
+#include "common/log.h"
+#include "common/pixel_format.h"
 
 namespace tavrine {
 namespace {

@@ -1,10 +1,10 @@
 #include <algorithm>
 
 #include "api/checks.h"
-#include "core/formats.h"
-#include "core/log.h"
-#include "core/numeric.h"
-#include "core/owned.h"
+#include "common/log.h"
+#include "common/numeric.h"
+#include "common/owned.h"
+#include "common/pixel_format.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {

@@ -1,5 +1,5 @@
 #include "api/dispatch.h"
-#include "core/formats.h"
+#include "common/pixel_format.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {

@@ -3,9 +3,9 @@
 // transfers: a copy that is missing shows as the host slot's refusal of a null frame.
 #pragma once
 
-#include "core/backend_ops.h"
-#include "core/log.h"
-#include "core/owned.h"
+#include "backend/operations.h"
+#include "common/log.h"
+#include "common/owned.h"
 
 namespace tavrine {
 

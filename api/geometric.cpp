@@ -1,7 +1,7 @@
 // Resize, scale, rotation and the two warps.
 #include "api/checks.h"
 #include "api/dispatch.h"
-#include "core/numeric.h"
+#include "common/numeric.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {

@@ -1,7 +1,7 @@
 #include "api/tensor_checks.h"
-#include "core/backend_ops.h"
-#include "core/log.h"
-#include "core/owned.h"
+#include "backend/operations.h"
+#include "common/log.h"
+#include "common/owned.h"
 #include "tavrine_aux.h"
 
 int32_t tavrine_frame_to_tensor(tavrine_tensor_t *tensor, uint32_t element_offset,

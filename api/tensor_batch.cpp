@@ -3,11 +3,11 @@
 #include <new>
 
 #include "api/tensor_checks.h"
-#include "core/allocate.h"
-#include "core/batch_item.h"
-#include "core/log.h"
-#include "core/owned.h"
-#include "core/tensor_color.h"
+#include "backend/batch_item.h"
+#include "common/allocate.h"
+#include "common/log.h"
+#include "common/owned.h"
+#include "common/tensor_color.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {

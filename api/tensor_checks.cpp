@@ -1,7 +1,7 @@
 #include "api/tensor_checks.h"
 
-#include "core/log.h"
-#include "core/tensor_color.h"
+#include "common/log.h"
+#include "common/tensor_color.h"
 
 namespace tavrine {
 

@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "bench/operations.h"
-#include "core/owned.h"
+#include "common/owned.h"
 
 namespace tavrine::bench {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <vector>
 
-#include "core/owned.h"
+#include "common/owned.h"
 #include "fuzz/harness.h"
 #include "fuzz/watch.h"
 #include "tavrine_aux.h"

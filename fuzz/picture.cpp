@@ -9,7 +9,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "core/owned.h"
+#include "common/owned.h"
 #include "fuzz/harness.h"
 #include "fuzz/watch.h"
 #include "tavrine_aux.h"

@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <optional>
 
-#include "core/log.h"
+#include "common/log.h"
 #include "hisvp/addresses.h"
 #include "hisvp/image_type.h"
-#include "hisvp/slots.h"
+#include "hisvp/operations.h"
 #include "hisvp/task.h"
 
 namespace tavrine {

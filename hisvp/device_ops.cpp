@@ -1,5 +1,5 @@
 // The image engine's table.
-#include "hisvp/slots.h"
+#include "hisvp/operations.h"
 
 namespace tavrine {
 namespace {

@@ -1,8 +1,8 @@
 // Bilinear resize of grey frames.
-#include "core/log.h"
+#include "common/log.h"
 #include "hisvp/addresses.h"
+#include "hisvp/operations.h"
 #include "hisvp/scratch_block.h"
-#include "hisvp/slots.h"
 #include "hisvp/task.h"
 
 namespace tavrine {

@@ -1,5 +1,5 @@
 // The CPU's table.
-#include "host/slots.h"
+#include "host/operations.h"
 
 namespace tavrine {
 

@@ -1,7 +1,7 @@
 // How the 8-bit formats lie in memory, for operations that treat every plane alike.
 #pragma once
 
-#include "host/plane_view.h"
+#include "host/frame_planes.h"
 
 namespace tavrine {
 

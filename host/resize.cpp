@@ -1,8 +1,8 @@
-#include "host/kernels/resize.h"
+#include "kernels/resize/resize.h"
 
-#include "core/log.h"
+#include "common/log.h"
+#include "host/operations.h"
 #include "host/plane_layout.h"
-#include "host/slots.h"
 
 namespace tavrine {
 

@@ -1,14 +1,14 @@
-#include "host/kernels/rotate.h"
+#include "kernels/rotate/rotate.h"
 
 #include <algorithm>
 #include <iterator>
 #include <optional>
 
-#include "core/formats.h"
-#include "core/log.h"
-#include "core/owned.h"
+#include "common/log.h"
+#include "common/owned.h"
+#include "common/pixel_format.h"
+#include "host/operations.h"
 #include "host/plane_layout.h"
-#include "host/slots.h"
 
 namespace tavrine {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <limits>
 
-#include "core/tavrine_core.h"
-#include "host/kernels/tensor.h"
+#include "kernels/tensor/tensor.h"
+#include "tavrine_core.h"
 
 namespace tavrine {
 

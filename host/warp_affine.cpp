@@ -1,10 +1,10 @@
-#include "host/kernels/warp_affine.h"
+#include "kernels/warp/warp_affine.h"
 
-#include "core/formats.h"
-#include "core/log.h"
-#include "host/kernels/warp_affine_semi_planar.h"
+#include "common/log.h"
+#include "common/pixel_format.h"
+#include "host/operations.h"
 #include "host/plane_layout.h"
-#include "host/slots.h"
+#include "kernels/warp/warp_affine_semi_planar.h"
 
 namespace tavrine {
 

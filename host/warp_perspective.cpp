@@ -1,13 +1,13 @@
-#include "host/kernels/warp_perspective.h"
+#include "kernels/warp/warp_perspective.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "core/formats.h"
-#include "core/log.h"
-#include "core/owned.h"
+#include "common/log.h"
+#include "common/owned.h"
+#include "common/pixel_format.h"
+#include "host/operations.h"
 #include "host/plane_layout.h"
-#include "host/slots.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {

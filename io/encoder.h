@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "core/owned.h"
+#include "common/owned.h"
 
 namespace tavrine {
 

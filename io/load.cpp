@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "core/formats.h"
-#include "core/log.h"
-#include "core/owned.h"
+#include "common/log.h"
+#include "common/owned.h"
+#include "common/pixel_format.h"
 #include "io/decoder.h"
 #include "tavrine_aux.h"
 

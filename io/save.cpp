@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-#include "core/log.h"
+#include "common/log.h"
 #include "io/encoder.h"
 #include "tavrine_aux.h"
 

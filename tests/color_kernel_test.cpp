@@ -1,9 +1,9 @@
 // Conversions of colour on every instruction set, held against their scalar definitions.
-#include "host/kernels/planes.h"
-#include "host/kernels/planes_scalar.h"
-#include "host/kernels/rgb_scalar.h"
-#include "host/kernels/yuv.h"
-#include "host/kernels/yuv_scalar.h"
+#include "kernels/color/planes.h"
+#include "kernels/color/planes_scalar.h"
+#include "kernels/color/rgb_scalar.h"
+#include "kernels/color/yuv.h"
+#include "kernels/color/yuv_scalar.h"
 #include "tests/kernel_support.h"
 
 namespace tavrine::test {

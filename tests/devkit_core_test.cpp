@@ -8,7 +8,7 @@
 #include <tuple>
 #include <vector>
 
-#include "core/owned.h"
+#include "common/owned.h"
 #include "tavrine_devkit.h"
 
 namespace {

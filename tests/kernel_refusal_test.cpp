@@ -4,13 +4,13 @@
 #include <functional>
 #include <vector>
 
-#include "host/kernels/contrast_stretch.h"
-#include "host/kernels/planes.h"
-#include "host/kernels/resize.h"
-#include "host/kernels/rotate.h"
-#include "host/kernels/warp_affine.h"
-#include "host/kernels/warp_perspective.h"
-#include "host/kernels/yuv.h"
+#include "kernels/color/contrast_stretch.h"
+#include "kernels/color/planes.h"
+#include "kernels/color/yuv.h"
+#include "kernels/resize/resize.h"
+#include "kernels/rotate/rotate.h"
+#include "kernels/warp/warp_affine.h"
+#include "kernels/warp/warp_perspective.h"
 
 namespace tavrine::test {
 namespace {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "host/kernels/plane_view.h"
+#include "kernels/plane_view.h"
 #include "tests/guarded_frame.h"
 
 namespace tavrine::test {

@@ -1,11 +1,11 @@
 // Floating point to integers, where machines differ.
-#include "core/numeric.h"
+#include "common/numeric.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "core/allocate.h"
+#include "common/allocate.h"
 
 namespace tavrine::test {
 namespace {

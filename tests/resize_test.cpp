@@ -1,6 +1,6 @@
 // Resize and scale, and their kernels on every instruction set, held against the formula written
 // out per pixel.
-#include "host/kernels/resize.h"
+#include "kernels/resize/resize.h"
 
 #include <cmath>
 

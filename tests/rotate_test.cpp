@@ -1,5 +1,5 @@
 // Rotation, and its kernels on every instruction set, held against the mapping of single pixels.
-#include "host/kernels/rotate.h"
+#include "kernels/rotate/rotate.h"
 #include "tests/kernel_support.h"
 
 namespace tavrine::test {

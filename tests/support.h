@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/owned.h"
+#include "common/owned.h"
 #include "tavrine_aux.h"
 #include "tavrine_devkit.h"
 

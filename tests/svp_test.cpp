@@ -7,7 +7,7 @@
 
 #include "hisvp/addresses.h"
 #include "hisvp/image_type.h"
-#include "hisvp/slots.h"
+#include "hisvp/operations.h"
 #include "tavrine_mpp_devkit.h"
 #include "tests/support.h"
 

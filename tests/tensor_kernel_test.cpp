@@ -1,9 +1,9 @@
 // Fills on every instruction set, held against their definition bit by bit.
-#include "host/kernels/tensor.h"
+#include "kernels/tensor/tensor.h"
 
 #include <cmath>
 
-#include "host/kernels/tensor_scalar.h"
+#include "kernels/tensor/tensor_scalar.h"
 #include "tests/kernel_support.h"
 
 namespace tavrine::test {

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "host/kernels/warp_affine.h"
-#include "host/kernels/warp_perspective.h"
+#include "kernels/warp/warp_affine.h"
+#include "kernels/warp/warp_perspective.h"
 #include "tests/kernel_support.h"
 
 namespace tavrine::test {

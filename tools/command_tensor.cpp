@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "commands.h"
+#include "common/pixel_format.h"
 #include "device_frames.h"
 #include "failure.h"
-#include "formats.h"
 #include "numpy_file.h"
 #include "output_file.h"
 #include "picture_file.h"

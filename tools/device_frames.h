@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "common/owned.h"
 #include "environment.h"
 #include "operations.h"
-#include "owned.h"
 
 namespace tavrine::tool {
 

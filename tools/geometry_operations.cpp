@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "common/pixel_format.h"
 #include "failure.h"
-#include "formats.h"
 #include "pixel_format.h"
 #include "refusal.h"
 #include "tavrine_aux.h"

@@ -3,7 +3,7 @@
 #include <sstream>
 #include <utility>
 
-#include "log.h"
+#include "common/log.h"
 #include "tavrine_devkit.h"
 
 namespace tavrine::tool {

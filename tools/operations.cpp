@@ -1,11 +1,11 @@
 #include "operations.h"
 
+#include "common/numeric.h"
+#include "common/pixel_format.h"
 #include "device_frames.h"
 #include "failure.h"
-#include "formats.h"
 #include "geometry_operations.h"
 #include "numbers.h"
-#include "numeric.h"
 #include "pixel_format.h"
 #include "refusal.h"
 #include "tavrine_aux.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "common/owned.h"
 #include "environment.h"
-#include "owned.h"
 
 namespace tavrine::tool {
 

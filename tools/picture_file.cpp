@@ -5,8 +5,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "common/pixel_format.h"
 #include "failure.h"
-#include "formats.h"
 #include "operations.h"
 #include "output_file.h"
 #include "pixel_format.h"

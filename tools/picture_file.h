@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "common/owned.h"
 #include "environment.h"
-#include "owned.h"
 #include "raw_frame.h"
 
 namespace tavrine::tool {

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "common/pixel_format.h"
 #include "failure.h"
-#include "formats.h"
 #include "numbers.h"
 #include "owned_file.h"
 #include "pixel_format.h"

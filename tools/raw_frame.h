@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "owned.h"
+#include "common/owned.h"
 
 namespace tavrine::tool {
 

@@ -1,6 +1,6 @@
 #include "refusal.h"
 
-#include "formats.h"
+#include "common/pixel_format.h"
 #include "pixel_format.h"
 #include "tavrine_core.h"
 

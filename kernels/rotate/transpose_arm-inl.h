@@ -1,0 +1,168 @@
+// Tiles of pixels, turned in the registers of armv7. Included once for each instruction set.
+#if defined(TAVRINE_KERNELS_ROTATE_TRANSPOSE_ARM_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef TAVRINE_KERNELS_ROTATE_TRANSPOSE_ARM_INL_H_
+#undef TAVRINE_KERNELS_ROTATE_TRANSPOSE_ARM_INL_H_
+#else
+#define TAVRINE_KERNELS_ROTATE_TRANSPOSE_ARM_INL_H_
+#endif
+
+#include "kernels/vector-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace tavrine {
+namespace HWY_NAMESPACE {
+
+#if TAVRINE_IS_ARMV7
+
+// What a tile covers of the destination. A source row fills a register, a destination row only
+// half of one where lanes are exchanged: square tiles would take another round of exchanges and
+// more registers than there are.
+template <size_t kPixelBytes>
+struct Tile {
+  static constexpr int32_t kRows = kPixelBytes == 3 ? 8 : 16 / kPixelBytes;
+  static constexpr int32_t kColumns = kPixelBytes % 2 == 0 ? 4 : 8;
+  static constexpr int32_t kLeastRows = kRows;  // that a plane must have
+};
+
+// Exchanges the odd lanes of `above` with the even ones of `below`.
+template <class Lane>
+HWY_INLINE void exchange_lanes(uint8x16_t &above, uint8x16_t &below) {
+  if constexpr (sizeof(Lane) == 1) {
+    const uint8x16x2_t both = vtrnq_u8(above, below);
+    above = both.val[0];
+    below = both.val[1];
+  } else if constexpr (sizeof(Lane) == 2) {
+    const uint16x8x2_t both = vtrnq_u16(vreinterpretq_u16_u8(above), vreinterpretq_u16_u8(below));
+    above = vreinterpretq_u8_u16(both.val[0]);
+    below = vreinterpretq_u8_u16(both.val[1]);
+  } else {
+    const uint32x4x2_t both = vtrnq_u32(vreinterpretq_u32_u8(above), vreinterpretq_u32_u8(below));
+    above = vreinterpretq_u8_u32(both.val[0]);
+    below = vreinterpretq_u8_u32(both.val[1]);
+  }
+}
+
+// Of every square of 2 * kDistance lanes, exchanges the quarters that are not on the diagonal.
+template <class Lane, int32_t kDistance, int32_t kCount>
+HWY_INLINE void exchange_rows(uint8x16_t (&rows)[kCount]) {
+  for (int32_t i = 0; i < kCount; ++i) {
+    if ((i & kDistance) == 0) {
+      exchange_lanes<Lane>(rows[i], rows[i + kDistance]);
+    }
+  }
+}
+
+// Four by four pixels of four bytes: a store that picks a lane of each row needs no exchange.
+HWY_INLINE void transpose_quadruples(const uint8_t *in, ptrdiff_t in_step, uint8_t *out,
+                                     ptrdiff_t out_step) {
+  uint32x4x4_t rows;
+  for (int32_t i = 0; i < 4; ++i) {
+    rows.val[i] = vreinterpretq_u32_u8(vld1q_u8(in + in_step * i));
+  }
+  // These stores take any address.
+  const auto row = [&](int32_t i) {
+    return static_cast<uint32_t *>(static_cast<void *>(out + out_step * i));
+  };
+  vst4q_lane_u32(row(0), rows, 0);
+  vst4q_lane_u32(row(1), rows, 1);
+  vst4q_lane_u32(row(2), rows, 2);
+  vst4q_lane_u32(row(3), rows, 3);
+}
+
+template <size_t kPixelBytes>
+HWY_INLINE void transpose_pixels(const uint8_t *in, ptrdiff_t in_step, uint8_t *out,
+                                 ptrdiff_t out_step) {
+  constexpr int32_t kCount = Tile<kPixelBytes>::kColumns;
+  uint8x16_t rows[kCount];
+  for (int32_t i = 0; i < kCount; ++i) {
+    rows[i] = vld1q_u8(in + in_step * i);
+  }
+  if constexpr (kPixelBytes == 1) {
+    exchange_rows<uint8_t, 1>(rows);
+    exchange_rows<uint16_t, 2>(rows);
+    exchange_rows<uint32_t, 4>(rows);
+  } else {
+    exchange_rows<uint16_t, 1>(rows);
+    exchange_rows<uint32_t, 2>(rows);
+  }
+  for (int32_t i = 0; i < kCount; ++i) {
+    vst1_u8(out + out_step * i, vget_low_u8(rows[i]));
+  }
+  for (int32_t i = 0; i < kCount; ++i) {
+    vst1_u8(out + out_step * (kCount + i), vget_high_u8(rows[i]));
+  }
+}
+
+// Eight by eight pixels of three bytes. Compilers copy the registers between the steps more often
+// than they work on them, so this one is spelled out: q0, q3, q6 and q9 hold the first bytes of
+// rows 0 to 3 in their lower halves and of rows 4 to 7 in their upper ones, q1 and q2 and so on
+// the second and third bytes.
+HWY_INLINE void transpose_triples(const uint8_t *in, ptrdiff_t in_step, uint8_t *out,
+                                  ptrdiff_t out_step) {
+  asm volatile(
+      "vld3.8 {d0, d2, d4}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d6, d8, d10}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d12, d14, d16}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d18, d20, d22}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d1, d3, d5}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d7, d9, d11}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d13, d15, d17}, [%[in]], %[in_step]\n\t"
+      "vld3.8 {d19, d21, d23}, [%[in]]\n\t"
+      "vtrn.8 q0, q3\n\t"
+      "vtrn.8 q1, q4\n\t"
+      "vtrn.8 q2, q5\n\t"
+      "vtrn.8 q6, q9\n\t"
+      "vtrn.8 q7, q10\n\t"
+      "vtrn.8 q8, q11\n\t"
+      "vtrn.16 q0, q6\n\t"
+      "vtrn.16 q1, q7\n\t"
+      "vtrn.16 q2, q8\n\t"
+      "vtrn.16 q3, q9\n\t"
+      "vtrn.16 q4, q10\n\t"
+      "vtrn.16 q5, q11\n\t"
+      "vtrn.32 d0, d1\n\t"
+      "vtrn.32 d2, d3\n\t"
+      "vtrn.32 d4, d5\n\t"
+      "vtrn.32 d6, d7\n\t"
+      "vtrn.32 d8, d9\n\t"
+      "vtrn.32 d10, d11\n\t"
+      "vtrn.32 d12, d13\n\t"
+      "vtrn.32 d14, d15\n\t"
+      "vtrn.32 d16, d17\n\t"
+      "vtrn.32 d18, d19\n\t"
+      "vtrn.32 d20, d21\n\t"
+      "vtrn.32 d22, d23\n\t"
+      "vst3.8 {d0, d2, d4}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d6, d8, d10}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d12, d14, d16}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d18, d20, d22}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d1, d3, d5}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d7, d9, d11}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d13, d15, d17}, [%[out]], %[out_step]\n\t"
+      "vst3.8 {d19, d21, d23}, [%[out]]\n\t"
+      : [in] "+r"(in), [out] "+r"(out)
+      : [in_step] "r"(in_step), [out_step] "r"(out_step)
+      : "q0", "q1", "q2", "q3", "q4", "q5", "q6", "q7", "q8", "q9", "q10", "q11", "memory");
+}
+
+// The tile's rows lie `in_step` bytes apart, upwards when negative, and its columns `out_step` in
+// the destination.
+template <size_t kPixelBytes>
+HWY_INLINE void transpose_tile(const uint8_t *in, ptrdiff_t in_step, uint8_t *out,
+                               ptrdiff_t out_step, bool /*reads_on*/, bool /*has_room*/) {
+  if constexpr (kPixelBytes == 3) {
+    transpose_triples(in, in_step, out, out_step);
+  } else if constexpr (kPixelBytes == 4) {
+    transpose_quadruples(in, in_step, out, out_step);
+  } else {
+    transpose_pixels<kPixelBytes>(in, in_step, out, out_step);
+  }
+}
+
+#endif  // TAVRINE_IS_ARMV7
+
+}  // namespace HWY_NAMESPACE
+}  // namespace tavrine
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard of this instruction set
