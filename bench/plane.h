@@ -1,7 +1,7 @@
 // One plane of a frame as the peers take it.
 #pragma once
 
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 
 namespace tavrine::bench {
 

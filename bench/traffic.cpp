@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 #include "tavrine_core.h"
 
 namespace tavrine::bench {

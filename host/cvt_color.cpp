@@ -2,7 +2,7 @@
 #include "common/owned.h"
 #include "common/pixel_format.h"
 #include "host/operations.h"
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 #include "kernels/color/contrast_stretch.h"
 #include "kernels/color/planes.h"
 #include "kernels/color/rgb.h"

@@ -17,7 +17,7 @@ PlaneView view_of_plane(const tavrine_frame_t *frame, int plane, int32_t columns
   if (row_bytes <= std::numeric_limits<int32_t>::max() && step >= row_bytes &&
       step <= std::numeric_limits<ptrdiff_t>::max() / rows) {
     view.data = static_cast<uint8_t *>(frame->planes[plane]);
-    view.step = static_cast<ptrdiff_t>(step);
+    view.stride = static_cast<ptrdiff_t>(step);
   }
   return view;
 }

@@ -2,7 +2,7 @@
 
 #include "common/log.h"
 #include "host/operations.h"
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 
 namespace tavrine {
 

@@ -8,7 +8,7 @@
 #include "common/owned.h"
 #include "common/pixel_format.h"
 #include "host/operations.h"
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 
 namespace tavrine {
 namespace {

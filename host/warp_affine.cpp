@@ -3,7 +3,7 @@
 #include "common/log.h"
 #include "common/pixel_format.h"
 #include "host/operations.h"
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 #include "kernels/warp/warp_affine_semi_planar.h"
 
 namespace tavrine {

@@ -7,7 +7,7 @@
 #include "common/owned.h"
 #include "common/pixel_format.h"
 #include "host/operations.h"
-#include "host/plane_layout.h"
+#include "host/frame_planes.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {

@@ -10,16 +10,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
-// Without vectors the scalar definitions do all the work.
-#undef TAVRINE_HAS_VECTORS
-#define TAVRINE_HAS_VECTORS (HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128)
+// The families that have files of their own: x_arm-inl.h and x_x86-inl.h. Every other target,
+// with vectors or without, is served by the scalar definitions.
 #undef TAVRINE_IS_NEON
 #define TAVRINE_IS_NEON (HWY_TARGET == HWY_NEON)
 #undef TAVRINE_IS_ARMV7
 #define TAVRINE_IS_ARMV7 (TAVRINE_IS_NEON && HWY_ARCH_ARM_V7)
 #undef TAVRINE_IS_X86
-#define TAVRINE_IS_X86 (TAVRINE_HAS_VECTORS && HWY_ARCH_X86)
+#define TAVRINE_IS_X86 (HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2)
+#undef TAVRINE_HAS_VECTORS
+#define TAVRINE_HAS_VECTORS (TAVRINE_IS_NEON || TAVRINE_IS_X86)
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
@@ -40,6 +42,48 @@ using Ints = hn::ScalableTag<int32_t>;
 
 inline ptrdiff_t byte_lanes() { return static_cast<ptrdiff_t>(hn::Lanes(Bytes())); }
 
+// Rows end in one of two ways.
+//
+// for_each_step: the last step overlaps the one before. Costs the least. Needs a row of at least
+// one step, and a destination that does not share memory with the source.
+//
+// PaddedInput and PaddedOutput: what is left of the row goes through the same step on a copy.
+// Serves rows of any length, in place too.
+
+// Calls step(x) until all columns, of which there are enough for one step, are done.
+template <class Step>
+HWY_INLINE void for_each_step(int32_t columns, int32_t columns_in_step, Step step) {
+  int32_t x = 0;
+  for (; x <= columns - columns_in_step; x += columns_in_step) {
+    step(x);
+  }
+  if (x != columns) {
+    step(columns - columns_in_step);
+  }
+}
+
+// The last bytes of a row, and zeros up to what a step reads.
+template <size_t kBytes>
+class PaddedInput {
+ public:
+  PaddedInput(const uint8_t *row, size_t count) { std::memcpy(bytes_, row, count); }
+  const uint8_t *data() const { return bytes_; }
+
+ private:
+  alignas(32) uint8_t bytes_[kBytes] = {};
+};
+
+// Room for all that a step writes, of which the last bytes of a row are taken.
+template <size_t kBytes>
+class PaddedOutput {
+ public:
+  uint8_t *data() { return bytes_; }
+  void store(uint8_t *row, size_t count) const { std::memcpy(row, bytes_, count); }
+
+ private:
+  alignas(32) uint8_t bytes_[kBytes];
+};
+
 // Saturates the sums in `low` and `high` to bytes, in their order.
 template <class V>
 HWY_INLINE hn::VFromD<BytesInBlock> saturate_to_bytes(V low, V high) {
@@ -51,18 +95,18 @@ HWY_INLINE hn::VFromD<BytesInBlock> saturate_to_bytes(V low, V high) {
 
 #if TAVRINE_IS_NEON
 
-// The compiler no longer knows how the value was calculated.
+// Hides from the compiler how the value was calculated.
 template <class T>
-HWY_INLINE void hide_origin(T &value) {
+HWY_INLINE void make_opaque(T &value) {
   asm("" : "+r"(value));
 }
 
-// Moves a pointer on for the next of some unrolled steps. The loads and stores then do it on the
-// way, instead of an addition for each of their addresses.
+// Advances a pointer opaquely, so that GCC keeps post-increment addressing instead of one addition
+// for each access.
 template <class T>
-HWY_INLINE void move_on(T *&pointer, ptrdiff_t distance) {
+HWY_INLINE void advance(T *&pointer, ptrdiff_t distance) {
   pointer += distance;
-  hide_origin(pointer);
+  make_opaque(pointer);
 }
 
 #endif  // TAVRINE_IS_NEON
@@ -103,7 +147,7 @@ HWY_INLINE hn::VFromD<Bytes> pack_in_order(hn::VFromD<Words> a, hn::VFromD<Words
 #endif
 }
 
-// A block for each half of the register, the second `distance` bytes behind the first.
+// A block for each half of the register, the second `distance` bytes after the first.
 HWY_INLINE hn::VFromD<Bytes> load_blocks(const uint8_t *bytes, ptrdiff_t distance) {
 #if HWY_TARGET == HWY_AVX2
   return hn::Combine(Bytes(), hn::LoadU(BytesInBlock(), bytes + distance),

@@ -120,7 +120,7 @@ TEST(Kernels, RefusePlanesThatAreMissingOrDoNotFit) {
       {"fewer columns", kSize, [](PlaneView &view) { view.columns -= 2; }},
       {"fewer rows", kSize, [](PlaneView &view) { view.rows -= 2; }},
       {"another channel", kChannels, [](PlaneView &view) { --view.channels; }},
-      {"another step", kStep, [](PlaneView &view) { view.step += 8; }},
+      {"another step", kStep, [](PlaneView &view) { view.stride += 8; }},
   };
   for (const Kernel &kernel : kKernels) {
     for (size_t plane = 0; plane < kernel.channels.size(); ++plane) {

@@ -85,7 +85,7 @@ void expect_definition(const Kernel &kernel, int32_t columns, int32_t image_colu
     }
   }
   GuardedPlane out(image_columns, kImageRows * kernel.image_channels, kSize, 3 * kSize);
-  const ptrdiff_t stride = out.view().step / kSize;
+  const ptrdiff_t stride = out.view().stride / kSize;
   const ElementPlanes<Element> image = {
       static_cast<Element *>(static_cast<void *>(out.view().data)), image_columns, kImageRows,
       stride, stride * kImageRows};

@@ -6,8 +6,6 @@
 #define TAVRINE_KERNELS_COLOR_PACKED_PIXELS_INL_H_
 #endif
 
-#include <cstring>
-
 #include "kernels/vector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -22,12 +20,11 @@ constexpr int32_t kPixelsInStep = 32;
 template <class Step>
 HWY_INLINE void finish_row(const uint8_t *pixels, int32_t columns, uint8_t *out, Step step) {
   if (columns > 0) {
-    alignas(32) uint8_t copy[3 * kPixelsInStep] = {};
-    alignas(32) uint8_t result[kPixelsInStep];
     const auto count = static_cast<size_t>(columns);
-    std::memcpy(copy, pixels, 3 * count);
-    step(copy, result);
-    std::memcpy(out, result, count);
+    const PaddedInput<3 * kPixelsInStep> copy(pixels, 3 * count);
+    PaddedOutput<kPixelsInStep> result;
+    step(copy.data(), result.data());
+    result.store(out, count);
   }
 }
 

@@ -21,8 +21,8 @@ void copy_bytes(const uint8_t *in, size_t count, uint8_t *out) {
   for (; count >= 128; count -= 128) {
     for (int i = 0; i < 4; ++i) {
       vst2q_u8(out, vld2q_u8(in));
-      move_on(in, 32);
-      move_on(out, 32);
+      advance(in, 32);
+      advance(out, 32);
     }
   }
   std::memcpy(out, in, count);
@@ -35,8 +35,8 @@ int32_t swap_most(const uint8_t *in, int32_t pairs, uint8_t *out) {
     for (int i = 0; i < 4; ++i) {
       const uint8x16x2_t v = vld2q_u8(in);
       vst2q_u8(out, uint8x16x2_t{{v.val[1], v.val[0]}});
-      move_on(in, 32);
-      move_on(out, 32);
+      advance(in, 32);
+      advance(out, 32);
     }
   }
   return x;
@@ -50,9 +50,9 @@ int32_t interleave_most(const uint8_t *first, const uint8_t *second, int32_t col
       const uint8x16x2_t a = vld2q_u8(first);
       const uint8x16x2_t b = vld2q_u8(second);
       vst4q_u8(pairs, uint8x16x4_t{{a.val[0], b.val[0], a.val[1], b.val[1]}});
-      move_on(first, 32);
-      move_on(second, 32);
-      move_on(pairs, 64);
+      advance(first, 32);
+      advance(second, 32);
+      advance(pairs, 64);
     }
   }
   return x;
@@ -65,9 +65,9 @@ int32_t deinterleave_most(const uint8_t *pairs, int32_t columns, uint8_t *first,
       const uint8x16x2_t v = vld2q_u8(pairs);
       vst1q_u8(first, v.val[0]);
       vst1q_u8(second, v.val[1]);
-      move_on(first, 16);
-      move_on(second, 16);
-      move_on(pairs, 32);
+      advance(first, 16);
+      advance(second, 16);
+      advance(pairs, 32);
     }
   }
   return x;

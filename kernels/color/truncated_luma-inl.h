@@ -113,12 +113,12 @@ HWY_INLINE uint8x16_t store_whole_parts(const uint8_t *&pixels, uint8_t *&lumas)
   uint8x16_t parts[2];
   for (uint8x16_t &half : parts) {
     const uint8x8x3_t rgb = vld3_u8(pixels);
-    move_on(pixels, 24);
+    advance(pixels, 24);
     half = vreinterpretq_u8_u16(luma_parts(rgb.val[kRed], rgb.val[1], rgb.val[2 - kRed]));
   }
   const uint8x16x2_t split = vuzpq_u8(parts[0], parts[1]);
   vst1q_u8(lumas, split.val[1]);
-  move_on(lumas, 16);
+  advance(lumas, 16);
   return split.val[0];
 }
 

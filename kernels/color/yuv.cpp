@@ -31,9 +31,9 @@ template <int32_t kRed>
 HWY_INLINE void luma_step(const uint8_t *pixels, uint8_t *luma) {
   for (int32_t x = 0; x < kPixelsInStep; x += 8) {
     const uint8x8x3_t v = vld3_u8(pixels);
-    move_on(pixels, 24);
+    advance(pixels, 24);
     vst1_u8(luma, luma_of<kRed>(v.val[0], v.val[1], v.val[2]));
-    move_on(luma, 8);
+    advance(luma, 8);
   }
 }
 
@@ -43,13 +43,13 @@ HWY_INLINE void luma_and_chroma_step(const uint8_t *pixels, uint8_t *luma, uint8
   const uint16x8_t neutral = vdupq_n_u16(128 << 7);
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
     const uint8x16x3_t v = vld3q_u8(pixels);
-    move_on(pixels, 48);
+    advance(pixels, 48);
     vst1q_u8(
         luma,
         vcombine_u8(
             luma_of<kRed>(vget_low_u8(v.val[0]), vget_low_u8(v.val[1]), vget_low_u8(v.val[2])),
             luma_of<kRed>(vget_high_u8(v.val[0]), vget_high_u8(v.val[1]), vget_high_u8(v.val[2]))));
-    move_on(luma, 16);
+    advance(luma, 16);
     // Narrowing words to bytes keeps the even pixels.
     const uint8x8_t r = vmovn_u16(vreinterpretq_u16_u8(v.val[kRed]));
     const uint8x8_t g = vmovn_u16(vreinterpretq_u16_u8(v.val[1]));
@@ -59,7 +59,7 @@ HWY_INLINE void luma_and_chroma_step(const uint8_t *pixels, uint8_t *luma, uint8
     const uint8x8_t u = vqrshrn_n_u16(vqsubq_u16(vmlal_u8(neutral, b, vdup_n_u8(65)), less_u), 7);
     const uint8x8_t v8 = vqrshrn_n_u16(vqsubq_u16(vmlal_u8(neutral, r, vdup_n_u8(67)), less_v), 7);
     vst2_u8(chroma, kU == 0 ? uint8x8x2_t{{u, v8}} : uint8x8x2_t{{v8, u}});
-    move_on(chroma, 16);
+    advance(chroma, 16);
   }
 }
 
@@ -67,9 +67,9 @@ template <int32_t kRed, int32_t kU>
 HWY_INLINE void packed_step(const uint8_t *luma, const uint8_t *chroma, uint8_t *pixels) {
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
     const uint8x8x2_t pairs = vld2_u8(chroma);
-    move_on(chroma, 16);
+    advance(chroma, 16);
     const uint8x8x2_t lumas = vld2_u8(luma);
-    move_on(luma, 16);
+    advance(luma, 16);
     const auto centred = [](uint8x8_t bytes) {
       return vreinterpretq_s16_u16(vsubl_u8(bytes, vdup_n_u8(128)));
     };
@@ -90,7 +90,7 @@ HWY_INLINE void packed_step(const uint8_t *luma, const uint8_t *chroma, uint8_t 
     const uint8x16_t green = channel(to_green);
     const uint8x16_t third = channel(kRed == 0 ? to_blue : to_red);
     vst3q_u8(pixels, uint8x16x3_t{{first, green, third}});
-    move_on(pixels, 48);
+    advance(pixels, 48);
   }
 }
 
@@ -204,14 +204,13 @@ void luma_and_chroma_row(const uint8_t *pixels, int32_t columns, uint8_t *luma, 
     luma_and_chroma_step<kRed, kU>(pixels + 3 * x, luma + x, chroma + x);
   }
   if (x < columns) {
-    alignas(32) uint8_t copy[3 * kPixelsInStep] = {};
-    alignas(32) uint8_t lumas[kPixelsInStep];
-    alignas(32) uint8_t pairs[kPixelsInStep];
     const auto count = static_cast<size_t>(columns - x);  // even
-    std::memcpy(copy, pixels + 3 * x, 3 * count);
-    luma_and_chroma_step<kRed, kU>(copy, lumas, pairs);
-    std::memcpy(luma + x, lumas, count);
-    std::memcpy(chroma + x, pairs, count);
+    const PaddedInput<3 * kPixelsInStep> copy(pixels + 3 * x, 3 * count);
+    PaddedOutput<kPixelsInStep> lumas;
+    PaddedOutput<kPixelsInStep> pairs;
+    luma_and_chroma_step<kRed, kU>(copy.data(), lumas.data(), pairs.data());
+    lumas.store(luma + x, count);
+    pairs.store(chroma + x, count);
   }
 #else
   scalar::luma_row(pixels, kRed, columns, luma);
@@ -227,14 +226,12 @@ void packed_row(const uint8_t *luma, const uint8_t *chroma, int32_t columns, uin
     packed_step<kRed, kU>(luma + x, chroma + x, pixels + 3 * x);
   }
   if (x < columns) {
-    alignas(32) uint8_t lumas[kPixelsInStep] = {};
-    alignas(32) uint8_t pairs[kPixelsInStep] = {};
-    alignas(32) uint8_t result[3 * kPixelsInStep];
     const auto count = static_cast<size_t>(columns - x);  // even
-    std::memcpy(lumas, luma + x, count);
-    std::memcpy(pairs, chroma + x, count);
-    packed_step<kRed, kU>(lumas, pairs, result);
-    std::memcpy(pixels + 3 * x, result, 3 * count);
+    const PaddedInput<kPixelsInStep> lumas(luma + x, count);
+    const PaddedInput<kPixelsInStep> pairs(chroma + x, count);
+    PaddedOutput<3 * kPixelsInStep> result;
+    packed_step<kRed, kU>(lumas.data(), pairs.data(), result.data());
+    result.store(pixels + 3 * x, 3 * count);
   }
 #else
   scalar::packed_row(luma, chroma, kU, columns, pixels, kRed);
@@ -293,7 +290,7 @@ HWY_EXPORT(yuv_to_rgb);
 bool fit_each_other(const PlaneView &packed, const PlaneView &luma, const PlaneView &chroma) {
   return packed.is_usable() && luma.is_usable() && chroma.is_usable() && luma.columns % 2 == 0 &&
          luma.rows % 2 == 0 && have_same_size(packed, luma) && chroma.columns == luma.columns / 2 &&
-         chroma.rows == luma.rows / 2 && chroma.step == luma.step;
+         chroma.rows == luma.rows / 2 && chroma.stride == luma.stride;
 }
 
 }  // namespace

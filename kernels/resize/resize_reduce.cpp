@@ -92,14 +92,14 @@ HWY_INLINE int32_t halve_row<1>(const uint8_t *upper, const uint8_t *lower, int3
                                 uint8_t *out) {
   const auto halve = [&]() {
     const uint16x8x2_t above = load_pairs(upper);
-    move_on(upper, 32);
+    advance(upper, 32);
     const uint16x8x2_t below = load_pairs(lower);
-    move_on(lower, 32);
+    advance(lower, 32);
     const auto means = [&](int32_t i) {
       return means_of_pairs(vreinterpretq_u8_u16(above.val[i]), vreinterpretq_u8_u16(below.val[i]));
     };
     vst2_u8(out, {{means(0), means(1)}});
-    move_on(out, 16);
+    advance(out, 16);
   };
   int32_t left = columns;
   for (; left >= 64; left -= 64) {
@@ -255,7 +255,7 @@ void reduce(const PlaneView &source, const PlaneView &destination) {
   const int32_t columns = destination.columns;
   for (int32_t y = 0; y < destination.rows; ++y) {
     const uint8_t *upper = source.row(y * kRatio + kSkipped) + kSkipped * kChannels;
-    const uint8_t *lower = upper + source.step;
+    const uint8_t *lower = upper + source.stride;
     uint8_t *out = destination.row(y);
     int32_t x = 0;
 #if TAVRINE_HAS_VECTORS

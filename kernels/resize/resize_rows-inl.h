@@ -141,18 +141,18 @@ HWY_NOINLINE void resample_groups(const uint8_t *source, const GroupTables &tabl
   const int16_t *weights = tables.weights;
   for (; samples > 0; samples -= 8) {
     const uint8x16_t control = vld1q_u8(controls);
-    move_on(controls, 16);
+    advance(controls, 16);
     const int16x8_t low_weights = vld1q_s16(weights);
-    move_on(weights, 8);
+    advance(weights, 8);
     const int16x8_t high_weights = vld1q_s16(weights);
-    move_on(weights, 8);
+    advance(weights, 8);
     const uint8x8_t low = look_up<kWindows>(source, bases, vget_low_u8(control));
     const uint8x8_t high = look_up<kWindows>(source, bases + kWindows, vget_high_u8(control));
     bases += 2 * kWindows;
     const int16x4x2_t sums = {
         {resample_group(low, low_weights), resample_group(high, high_weights)}};
     vst1q_s16(row, same_bytes<int16x8_t>(sums));
-    move_on(row, 8);
+    advance(row, 8);
   }
 }
 

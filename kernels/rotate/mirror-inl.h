@@ -45,14 +45,14 @@ HWY_INLINE int32_t reverse_most(const uint8_t *in, int32_t columns, uint8_t *out
   if (columns >= 5 * kStep) {
     in += kPixelBytes * (columns - kStep);
     ptrdiff_t back = -kBytes;
-    hide_origin(back);
+    make_opaque(back);
     for (; x <= columns - 5 * kStep; x += 4 * kStep) {
       for (int32_t i = 0; i < 4; ++i) {
         reverse_step<kPixelBytes>(in, out);
         in += back;
-        hide_origin(in);
+        make_opaque(in);
         out += kBytes;
-        hide_origin(out);
+        make_opaque(out);
       }
     }
   }

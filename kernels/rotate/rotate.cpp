@@ -49,7 +49,7 @@ class QuarterTurn {
  public:
   QuarterTurn(const PlaneView &source, bool is_clockwise, const PlaneView &destination)
       : destination_(destination),
-        along_row_(is_clockwise ? -source.step : source.step),
+        along_row_(is_clockwise ? -source.stride : source.stride),
         along_column_(is_clockwise ? kPixel : -kPixel),
         origin_(is_clockwise ? source.row(source.rows - 1)
                              : source.data + (source.row_bytes() - kPixel)) {}
@@ -96,7 +96,7 @@ class QuarterTurn {
     const int32_t start = std::min(left, destination_.columns - kColumns);
     // Source pixels run along destination columns, to the right or to the left.
     const bool runs_down = along_column_ > 0;
-    const ptrdiff_t out_step = runs_down ? destination_.step : -destination_.step;
+    const ptrdiff_t out_step = runs_down ? destination_.stride : -destination_.stride;
     for (int32_t y = top; y < bottom; y += kRows) {
       const int32_t row = std::min(y, destination_.rows - kRows);
       const int32_t first = runs_down ? row : row + kRows - 1;

@@ -50,8 +50,8 @@ struct ElementOfByte {
       bytes[byte] = static_cast<uint8_t>(byte);
     }
     Element made[256];
-    cover_row(256, kPixelsInFill,
-              [&](int32_t x) { normalize_grey(bytes + x, normalize, made + x); });
+    for_each_step(256, kPixelsInFill,
+                  [&](int32_t x) { normalize_grey(bytes + x, normalize, made + x); });
     return std::memcmp(made, of, sizeof(made)) == 0;
   }
 #endif
@@ -71,7 +71,7 @@ void repeat(Element value, int32_t columns, Element *out) {
   const auto lanes = static_cast<int32_t>(hn::Lanes(d));
   if (columns >= 4 * lanes) {
     const auto values = hn::Set(d, value);
-    cover_row(columns, 4 * lanes, [&](int32_t x) {
+    for_each_step(columns, 4 * lanes, [&](int32_t x) {
       hn::StoreU(values, d, out + x);
       hn::StoreU(values, d, out + x + lanes);
       hn::StoreU(values, d, out + x + 2 * lanes);
@@ -138,7 +138,7 @@ void fill_color_rows(const PlaneView &pixels, const int32_t bytes[3],
     const auto lanes = static_cast<int32_t>(byte_lanes());
     if (columns >= lanes && all([&](int32_t byte) { return tables[byte].is_identity(); })) {
       fill([&](const uint8_t *row, int32_t, uint8_t *const out[3]) {
-        cover_row(columns, lanes, [&](int32_t x) {
+        for_each_step(columns, lanes, [&](int32_t x) {
           hn::VFromD<Bytes> first, second, third;
           hn::LoadInterleaved3(d, row + 3 * x, first, second, third);
           hn::StoreU(first, d, out[0] + x);
@@ -186,8 +186,8 @@ void fill_grey_rows(const PlaneView &pixels, const ChannelNormalization &channel
   const Quotient quotient(channel);
   if (std::min(pixels.columns, image.columns) >= kPixelsInFill && table.is_made_by(quotient)) {
     fill([&](const uint8_t *row, int32_t columns, Element *out) {
-      cover_row(columns, kPixelsInFill,
-                [&](int32_t x) { normalize_grey(row + x, quotient, out + x); });
+      for_each_step(columns, kPixelsInFill,
+                    [&](int32_t x) { normalize_grey(row + x, quotient, out + x); });
     });
     return;
   }
@@ -221,7 +221,8 @@ void fill_weighted_grey_rows(const PlaneView &pixels, ByteOrder order,
       weighs_in_vectors<Element>(channel)) {
     const WeightedQuotient quotient(red, channel);
     fill([&](const uint8_t *row, int32_t columns, Element *out) {
-      cover_row(columns, kPixelsInFill, [&](int32_t x) { quotient.fill(row + 3 * x, out + x); });
+      for_each_step(columns, kPixelsInFill,
+                    [&](int32_t x) { quotient.fill(row + 3 * x, out + x); });
     });
     return;
   }

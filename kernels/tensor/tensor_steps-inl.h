@@ -21,19 +21,6 @@ namespace HWY_NAMESPACE {
 using Floats = hn::ScalableTag<float>;
 using FloatVector = hn::VFromD<Floats>;
 
-// Calls step(x) until all columns, of which there are enough for one step, are done. The last
-// step overlaps the one before.
-template <class Step>
-HWY_INLINE void cover_row(int32_t columns, int32_t columns_in_step, Step step) {
-  int32_t x = 0;
-  for (; x <= columns - columns_in_step; x += columns_in_step) {
-    step(x);
-  }
-  if (x != columns) {
-    step(columns - columns_in_step);
-  }
-}
-
 // (byte - mean) * (1 / scale)
 class Product {
  public:
@@ -132,7 +119,7 @@ HWY_INLINE void normalize_color_row(const uint8_t *pixels, int32_t columns,
   const Product first = products[0];
   const Product second = products[1];
   const Product third = products[2];
-  cover_row(columns, kPixelsInFill, [&](int32_t x) {
+  for_each_step(columns, kPixelsInFill, [&](int32_t x) {
     const uint8x16x3_t bytes = vld3q_u8(pixels + 3 * x);
     normalize_16(bytes.val[0], first, out[0] + x);
     normalize_16(bytes.val[1], second, out[1] + x);
@@ -212,7 +199,7 @@ HWY_INLINE void normalize_in_turns(const uint8_t *pixels, int32_t columns,
   Element *const first_out = out[0];
   Element *const second_out = out[1];
   Element *const third_out = out[2];
-  cover_row(columns, kCount, [&](int32_t x) {
+  for_each_step(columns, kCount, [&](int32_t x) {
     SplitPixels parts[kCount / kLanes];
     for (int32_t i = 0; i < kCount; i += kLanes) {
       const int32_t inside = i % kPixelsInFill;

@@ -127,7 +127,7 @@ class Warp {
     constexpr int32_t kLimit = std::numeric_limits<int16_t>::max();
     return source_.columns >= 2 && source_.rows >= 2 && source_.columns <= kLimit &&
            source_.rows <= kLimit &&
-           source_.step <= std::numeric_limits<int32_t>::max() / source_.rows;
+           source_.stride <= std::numeric_limits<int32_t>::max() / source_.rows;
   }
 
   // Offsets rise or fall, so that the ends tell.

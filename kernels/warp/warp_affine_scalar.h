@@ -83,7 +83,7 @@ inline void warp_pixels(PlaneView source, Offset row_start, const int32_t *x_off
     const int32_t row = whole_pixels(y);
     if (column >= 0 && column < source.columns - 1 && row >= 0 && row < source.rows - 1) {
       const uint8_t *upper = source.row(row) + static_cast<ptrdiff_t>(column) * kChannels;
-      const uint8_t *lower = upper + source.step;
+      const uint8_t *lower = upper + source.stride;
       blend<kChannels>(upper, upper + kChannels, lower, lower + kChannels, step_of(x), step_of(y),
                        out);
     } else {

@@ -59,7 +59,7 @@ HWY_INLINE Positions settle(const PlaneView &source, scalar::Offset row, const i
                      : kChannels == 2 ? hn::ShiftLeft<1>(column)
                      : kChannels == 4 ? hn::ShiftLeft<2>(column)
                                       : hn::Add(hn::ShiftLeft<1>(column), column);
-  return {hn::Add(hn::Mul(line, hn::Set(d, static_cast<int32_t>(source.step))), start),
+  return {hn::Add(hn::Mul(line, hn::Set(d, static_cast<int32_t>(source.stride))), start),
           steps<kClamps>(x, column), steps<kClamps>(y, line)};
 }
 
@@ -98,7 +98,7 @@ HWY_INLINE void warp_step(const PlaneView &source, scalar::Offset row, const int
   const uint8x8_t right_weight = vmovn_u16(vreinterpretq_u16_s16(words(low.u, high.u)));
   const uint8x8_t left_weight = vsub_u8(vdup_n_u8(scalar::kSteps), right_weight);
   const auto upper = load_pairs<kChannels>(source.data, offsets);
-  const auto lower = load_pairs<kChannels>(source.data + source.step, offsets);
+  const auto lower = load_pairs<kChannels>(source.data + source.stride, offsets);
   const auto channel = [&](int i) {
     return blend(upper.left[i], upper.right[i], lower.left[i], lower.right[i], left_weight,
                  right_weight, v_256);
@@ -154,7 +154,7 @@ HWY_INLINE void warp_step(const PlaneView &source, scalar::Offset row, const int
   const Positions positions = settle<kChannels, kClamps>(source, row, x_offsets, y_offsets);
   alignas(32) int32_t offsets[kPixelsInWarpStep];
   hn::Store(positions.offset, d, offsets);
-  const uint8_t *lower = source.data + source.step;
+  const uint8_t *lower = source.data + source.stride;
   const auto along_row = row_weights(positions.u);
   if constexpr (kChannels == 1) {
     const auto pixels = blend_lanes(load_grey_neighbours<!kClamps>(source.data, lower, offsets),

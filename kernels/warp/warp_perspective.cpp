@@ -20,8 +20,8 @@ void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
 #if TAVRINE_HAS_VECTORS
   // Offsets of source pixels fit 32 bits, and four bytes lie in the plane.
   if (destination.columns >= kPixelsInWarpStep && is_fit_for_vectors(matrix) &&
-      source.step <= std::numeric_limits<int32_t>::max() / source.rows &&
-      (source.rows > 1 ? source.step : source.row_bytes()) >= 4) {
+      source.stride <= std::numeric_limits<int32_t>::max() / source.rows &&
+      (source.rows > 1 ? source.stride : source.row_bytes()) >= 4) {
     for (int32_t y = 0; y < destination.rows; ++y) {
       warp_row<kChannels>(source, matrix, y, destination.columns, destination.row(y));
     }

@@ -98,7 +98,7 @@ template <int kChannels>
 HWY_INLINE IntVector source_offsets(const PlaneView &source, const Located &at) {
   const Ints d;
   const auto start = kChannels == 1 ? at.column : hn::Add(hn::ShiftLeft<1>(at.column), at.column);
-  return hn::Add(hn::Mul(at.row, hn::Set(d, static_cast<int32_t>(source.step))), start);
+  return hn::Add(hn::Mul(at.row, hn::Set(d, static_cast<int32_t>(source.stride))), start);
 }
 
 // Negative where a neighbour, or what loading looks at beyond it, is no pixel of the source.
@@ -214,7 +214,7 @@ HWY_INLINE void warp_step(const PlaneView &source, const RowTerms &terms, int32_
     vst1q_s32(offsets, source_offsets<kChannels>(source, low).raw);
     vst1q_s32(offsets + 4, source_offsets<kChannels>(source, high).raw);
     const auto upper = load_pairs<kChannels>(source.data, offsets);
-    const auto lower = load_pairs<kChannels>(source.data + source.step, offsets);
+    const auto lower = load_pairs<kChannels>(source.data + source.stride, offsets);
     for (int i = 0; i < kChannels; ++i) {
       results[i] = channel(upper.left[i], upper.right[i], lower.left[i], lower.right[i]);
     }
@@ -315,7 +315,7 @@ class PixelGatherer {
 
   explicit PixelGatherer(const PlaneView &plane)
       : data_(plane.data),
-        last_(static_cast<int32_t>(plane.step * (plane.rows - 1) + plane.row_bytes()) - kBytes) {}
+        last_(static_cast<int32_t>(plane.stride * (plane.rows - 1) + plane.row_bytes()) - kBytes) {}
 
   HWY_INLINE IntVector operator()(IntVector offset) const {
     const Ints d;
@@ -351,7 +351,7 @@ HWY_INLINE void warp_edge_step(const PlaneView &source, Located at, uint8_t *out
   const auto along_row = [](IntVector column) {
     return kChannels == 1 ? column : hn::Add(hn::ShiftLeft<1>(column), column);
   };
-  const auto step = hn::Set(d, static_cast<int32_t>(source.step));
+  const auto step = hn::Set(d, static_cast<int32_t>(source.stride));
   const auto left = along_row(first(at.column, source.columns));
   const auto right = along_row(second(at.column, source.columns));
   const auto upper = hn::Mul(first(at.row, source.rows), step);
@@ -397,7 +397,7 @@ class LocatedSteps {
     const int32_t i = step * kPixelsInWarpStep;
     const Weights weights(hn::Load(Floats(), u_ + i), hn::Load(Floats(), v_ + i));
     const int32_t *offsets = offsets_ + i;
-    const uint8_t *lower = source.data + source.step;
+    const uint8_t *lower = source.data + source.stride;
     if constexpr (kChannels == 1) {
       const auto neighbours = load_grey_neighbours<true>(source.data, lower, offsets);
       const auto grey = blend_lanes(hn::BitCast(d, neighbours), weights);
