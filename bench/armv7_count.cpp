@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "bench/calls.h"
+#include "bench/memory.h"
 
 namespace tavrine::bench {
 namespace {
@@ -28,7 +29,8 @@ int run(int argc, char **argv) {
   const long times = std::strtol(argv[2], nullptr, 10);
   for (const Operation &operation : operations) {
     if (operation.name == name) {
-      Pictures pictures;
+      Memory memory(0);
+      Pictures pictures(Memory::provide, &memory);
       const Call call = library_call(operation, pictures);
       for (long i = 0; i < times; ++i) {
         if (!call()) {

@@ -14,6 +14,7 @@
 
 #include "bench/calls.h"
 #include "bench/heap_peak.h"
+#include "bench/memory.h"
 #include "bench/traffic.h"
 #include "tavrine_aux.h"
 
@@ -90,7 +91,8 @@ int run(int argc, char **argv) {
   benchmark::AddCustomContext("compiler", TAVRINE_BENCH_COMPILER);
   benchmark::AddCustomContext("opencv", CV_VERSION);
   benchmark::AddCustomContext("libyuv", std::to_string(LIBYUV_VERSION));
-  Pictures pictures;
+  Memory memory(0);
+  Pictures pictures(Memory::provide, &memory);
   std::vector<uint8_t> from;
   std::vector<uint8_t> to;
   register_all(pictures, from, to);
