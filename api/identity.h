@@ -3,7 +3,6 @@
 
 #include "build_description.h"
 
-#define TAVRINE_VERSION_TEXT "1.2.0"
 #define TAVRINE_REVISION_TEXT "1b2e6d4f90a3c5e7d8f60a1b2c3d4e5f60718293"
 
 namespace tavrine {

@@ -1,13 +1,13 @@
-# Header-only dependencies, taken from where the distribution puts them, so that one set of
-# packages serves every target. Their headers are system headers: no warnings from them.
+# Dependencies from the distribution's packages. All but Highway's run-time dispatch are headers,
+# so one set of packages serves every target. They are system headers: no warnings from them.
 function(tavrine_header_library name header)
   find_path(${name}_INCLUDE_DIR ${header} ${ARGN} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
   add_library(${name} INTERFACE IMPORTED)
   if(NOT ${name}_INCLUDE_DIR STREQUAL "/usr/include")
     target_include_directories(${name} SYSTEM INTERFACE ${${name}_INCLUDE_DIR})
   else()
-    # /usr/include itself must not come before a cross compiler's own headers.
-    set(link_dir ${CMAKE_BINARY_DIR}/dependencies/${name})
+    # /usr/include itself must not precede a cross compiler's own headers.
+    set(link_dir ${PROJECT_BINARY_DIR}/dependencies/${name})
     get_filename_component(folder ${header} DIRECTORY)
     file(MAKE_DIRECTORY ${link_dir})
     file(CREATE_LINK /usr/include/${folder} ${link_dir}/${folder} SYMBOLIC)
@@ -16,14 +16,12 @@ function(tavrine_header_library name header)
 endfunction()
 
 tavrine_header_library(eigen Eigen/Dense PATH_SUFFIXES eigen3)
-# The camera's build runs on NEON alone and needs no code of the library; elsewhere it chooses
-# the instruction set when the program runs.
 tavrine_header_library(highway hwy/highway.h)
 if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+  # Chooses the instruction set at run time. An armv7 build has NEON alone and does not need it.
   find_library(highway_LIBRARY hwy REQUIRED)
   target_link_libraries(highway INTERFACE ${highway_LIBRARY})
 endif()
-
 tavrine_header_library(stb stb_image.h PATH_SUFFIXES stb)
 if(TAVRINE_BUILD_TOOLS)
   tavrine_header_library(cli11 CLI/CLI.hpp)

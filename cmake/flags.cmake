@@ -1,12 +1,13 @@
 # What every target of this project is compiled with.
 add_library(tavrine_flags INTERFACE)
-# Fused multiply-adds would change bits between machines.
-target_compile_options(tavrine_flags INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
-                                               -Wcast-align -Wformat=2)
+target_compile_options(tavrine_flags INTERFACE
+  # A fused multiply-add rounds once instead of twice, so results would differ between machines.
+  -ffp-contract=off
+  -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wformat=2 -Wconversion -Wsign-conversion)
 if(TAVRINE_WERROR)
   target_compile_options(tavrine_flags INTERFACE -Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
-  # The note that GCC 7 changed an ABI detail says nothing to anybody here.
+  # GCC notes an ABI change of version 7; no older compiler can build this project.
   target_compile_options(tavrine_flags INTERFACE -Wno-psabi)
 endif()

@@ -26,6 +26,11 @@
 
 #include "tavrine_types.h"
 
+/* The version of this header; tavrine_aux_version() returns that of the library. */
+#define TAVRINE_AUX_VERSION_MAJOR 1
+#define TAVRINE_AUX_VERSION_MINOR 2
+#define TAVRINE_AUX_VERSION_PATCH 0
+
 #ifdef __cplusplus
 extern "C" {
 #endif

@@ -9,8 +9,14 @@ extern "C" const char *version_seen_from_c();
 namespace tavrine::test {
 namespace {
 
+std::string header_version() {
+  return std::to_string(TAVRINE_AUX_VERSION_MAJOR) + "." +
+         std::to_string(TAVRINE_AUX_VERSION_MINOR) + "." +
+         std::to_string(TAVRINE_AUX_VERSION_PATCH);
+}
+
 TEST(Identity, Texts) {
-  EXPECT_STREQ(version_seen_from_c(), "1.2.0");
+  EXPECT_EQ(version_seen_from_c(), header_version());
   EXPECT_STREQ(tavrine_aux_revision(), "1b2e6d4f90a3c5e7d8f60a1b2c3d4e5f60718293");
   EXPECT_STREQ(__plugin_name(), "tavrine_aux");
 }
@@ -22,7 +28,7 @@ TEST(Identity, BannerHasItsLines) {
     lines.push_back(line);
   }
   ASSERT_EQ(lines.size(), 14U);
-  EXPECT_EQ(lines[0], "TAVRINE 1.2.0");
+  EXPECT_EQ(lines[0], "TAVRINE " + header_version());
   EXPECT_EQ(lines[3], "Component    : tavrine_aux ");
   EXPECT_EQ(lines[4], std::string("Revision     : ") + tavrine_aux_revision());
   EXPECT_EQ(lines[6].rfind("System       : Linux-", 0), 0U);
@@ -39,7 +45,7 @@ TEST(Identity, BannerHasItsLines) {
                           std::to_string(__GNUC_PATCHLEVEL__));
 #endif
   EXPECT_EQ(lines[12].rfind("Contact      : ", 0), 0U);
-  for (const int empty : {2, 5, 11, 13}) {
+  for (const size_t empty : {2U, 5U, 11U, 13U}) {
     EXPECT_EQ(lines[empty], "");
   }
 }

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# The library as a file: its name, what it needs, what it exports, and that it runs.
-# Arguments: library, readelf, nm, list of exported functions, "run" or "no-run", emulator...
+# Tests the library as a file: its names, the libraries it needs, its exports, and its start as a
+# program.
+# Arguments: library, version, readelf, nm, list of exported functions, "run" or "no-run", emulator...
 set -euo pipefail
 export LC_ALL=C
-library=$1 readelf=$2 nm=$3 exports=$4 run=$5
-shift 5
+library=$1 version=$2 readelf=$3 nm=$4 exports=$5 run=$6
+shift 6
 failed=0
 
 expect() { # what, expected, actual
@@ -14,17 +15,17 @@ expect() { # what, expected, actual
   fi
 }
 
+expect "file name" "libtavrine_aux.so.$version" "$(basename "$(realpath "$library")")"
 dynamic=$("$readelf" -d "$library")
-expect soname libtavrine_aux.so.1 "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")"
+expect soname "libtavrine_aux.so.${version%%.*}" "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")"
 needed=$(sed -n 's/.*(NEEDED).*\[\(libtavrine.*\)\]/\1/p' <<<"$dynamic" | sort | tr '\n' ' ')
 expect needed "libtavrine.so.1 libtavrine_core.so.1 libtavrine_mpp.so.1 " "$needed"
 
-# Names of functions, and with their kind what is none.
+# Functions with their version, and anything else with its kind.
 exported=$("$nm" -D --defined-only "$library" | awk '{print $2 == "T" ? $3 : $2 " " $3}')
-missing=$(comm -23 <(sort "$exports") <(sort <<<"$exported"))
-additional=$(comm -13 <(sort "$exports") <(sort <<<"$exported"))
-expect "exported functions that are missing" "" "$missing"
-expect "exported beside the functions" "" "$additional"
+expected=$(sed 's/$/@@TAVRINE_AUX_1/' "$exports"; echo 'A TAVRINE_AUX_1')
+expect "exports that are missing" "" "$(comm -23 <(sort <<<"$expected") <(sort <<<"$exported"))"
+expect "unexpected exports" "" "$(comm -13 <(sort <<<"$expected") <(sort <<<"$exported"))"
 
 # How floats are passed.
 attributes=$("$readelf" -A "$library")
@@ -36,7 +37,7 @@ if [ "$run" = run ]; then
   status=0
   banner=$("$@" "$library" 2>&1 >/dev/null) || status=$?
   expect "exit status" 0 "$status"
-  expect banner "TAVRINE 1.2.0" "$(head -n 1 <<<"$banner")"
+  expect banner "TAVRINE $version" "$(head -n 1 <<<"$banner")"
   expect "standard output" "" "$("$@" "$library" 2>/dev/null)"
 fi
 exit $failed

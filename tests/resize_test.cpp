@@ -144,7 +144,7 @@ TEST_F(Resize, RefusesWhatItCannotRead) {
   expect_log(4, "aux.host", "Resizing a frame in format [Y16] is not supported yet!\n");
 
   // Planes before the faulty one are done, those behind it are not touched.
-  const auto resize_with = [this](int plane, int32_t stride, bool missing) {
+  const auto resize_with = [](int plane, int32_t stride, bool missing) {
     OwnedFrame source = make_frame(TAVRINE_FORMAT_YU12, 16, 16);
     fill(source.get(), 50);
     OwnedFrame destination = make_frame(TAVRINE_FORMAT_YU12, 10, 10);

@@ -176,7 +176,8 @@ TEST_F(Svp, ConversionRefusesInItsOrder) {
   const std::pair<uint32_t, int> types[] = {{TAVRINE_FORMAT_GREY, 0},  {TAVRINE_FORMAT_NV12, 2},
                                             {TAVRINE_FORMAT_YU12, 4},  {TAVRINE_FORMAT_RGB24, 10},
                                             {TAVRINE_FORMAT_NV21, 16}, {0, 16}};
-  for (const auto &[format, type] : types) {
+  for (const auto &[code, type] : types) {
+    const uint32_t format = code;  // C++17 lambdas do not capture structured bindings
     EXPECT_EQ(run([&] { return static_cast<int32_t>(hisvp_image_type(format)); }), type);
     EXPECT_EQ(printed_, type == 16 ? "Do not support this pixel format!\n" : "");
   }

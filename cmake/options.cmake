@@ -1,0 +1,43 @@
+# Options, and the settings that every folder shares. A project that includes this one gets the
+# library alone, and none of its global settings change.
+option(TAVRINE_SIMD "Vectorise the kernels" ON)
+option(TAVRINE_WERROR "Treat warnings as errors" OFF)
+option(TAVRINE_BUILD_TOOLS "Build the command-line tool and the examples" ${PROJECT_IS_TOP_LEVEL})
+option(TAVRINE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(TAVRINE_BUILD_BENCH "Build the benchmarks" OFF)
+option(TAVRINE_BENCH_PEERS "Build the comparison with OpenCV and libyuv, too" ON)
+option(TAVRINE_BUILD_FUZZERS "Build the fuzzers; needs clang, see the preset fuzz" OFF)
+option(TAVRINE_TRACE_PATHS "Record which code path each kernel takes, for tests" OFF)
+set(TAVRINE_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources")
+
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+include(GNUInstallDirs)
+if(PROJECT_IS_TOP_LEVEL)
+  enable_testing()
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+  set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+  # Installed programs find the libraries beside them, wherever the folder is moved.
+  set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN")
+  find_program(CCACHE_EXECUTABLE ccache)
+  mark_as_advanced(CCACHE_EXECUTABLE)
+  if(CCACHE_EXECUTABLE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE_EXECUTABLE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_EXECUTABLE})
+  endif()
+endif()
+
+if(TAVRINE_BUILD_TESTS AND NOT EXISTS ${TAVRINE_GOOGLETEST_DIR}/CMakeLists.txt)
+  message(WARNING "Tests are not built: no GoogleTest in ${TAVRINE_GOOGLETEST_DIR}. Install the "
+    "package googletest or set TAVRINE_GOOGLETEST_DIR.")
+  set(TAVRINE_BUILD_TESTS OFF)
+endif()

@@ -1,0 +1,12 @@
+# The version stands in the public header and nowhere else.
+set(tavrine_aux_header ${CMAKE_CURRENT_SOURCE_DIR}/include/tavrine_aux.h)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${tavrine_aux_header})
+set(tavrine_aux_version)
+foreach(part MAJOR MINOR PATCH)
+  file(STRINGS ${tavrine_aux_header} line REGEX "^#define TAVRINE_AUX_VERSION_${part} +[0-9]+")
+  if(NOT line MATCHES "VERSION_${part} +([0-9]+)")
+    message(FATAL_ERROR "${tavrine_aux_header} does not define TAVRINE_AUX_VERSION_${part}")
+  endif()
+  list(APPEND tavrine_aux_version ${CMAKE_MATCH_1})
+endforeach()
+list(JOIN tavrine_aux_version "." tavrine_aux_version)
