@@ -41,7 +41,7 @@ uint8_t *bytes_of(const OwnedFrame &frame, int32_t plane) {
   return static_cast<uint8_t *>(frame->planes[plane]);
 }
 
-// Asks the system, which answers where this process would fault.
+// The system call fails where an access by this process would crash.
 bool is_readable(const void *path) {
   return access(static_cast<const char *>(path), F_OK) == 0 || errno != EFAULT;
 }
@@ -84,7 +84,7 @@ TEST_F(DevkitCore, PlacesThePlanesOfNewFrames) {
   }
 }
 
-TEST_F(DevkitCore, RefusesFramesAndAreasThatCannotBe) {
+TEST_F(DevkitCore, RefusesImpossibleFramesAndAreas) {
   const Request requests[] = {
       {2, TAVRINE_FORMAT_GREY, 4, 4, {}},         {kHost, 0, 4, 4, {}},
       {kHost, TAVRINE_FORMAT_GREY, 0, 4, {}},     {kHost, TAVRINE_FORMAT_GREY, 4, -1, {}},
@@ -98,7 +98,7 @@ TEST_F(DevkitCore, RefusesFramesAndAreasThatCannotBe) {
   }
   EXPECT_FALSE(make({kHost, TAVRINE_FORMAT_GREY, 1, 1, {}}, nullptr, &released));
   EXPECT_EQ(released, 0);
-  // Bytes of a row, and of a frame, that would wrap to few.
+  // The bytes of a row, and of a frame, would overflow to small numbers.
   EXPECT_FALSE(alloc({kDevice, TAVRINE_FORMAT_BGR24, INT32_MAX / 3, 1, {}}));
   EXPECT_FALSE(alloc({kHost, TAVRINE_FORMAT_ARGB, 65536, 16384, {}}));
 
@@ -108,12 +108,12 @@ TEST_F(DevkitCore, RefusesFramesAndAreasThatCannotBe) {
   for (const tavrine_area2d_t &a : areas) {
     EXPECT_EQ(tavrine_frame_roi(frame.get(), a.x, a.y, a.width, a.height), nullptr) << &a - areas;
   }
-  // The odd corner has no chroma: there is nothing of it to touch.
+  // The odd corner has luma only.
   const OwnedFrame corner(tavrine_frame_roi(frame.get(), 6, 6, 1, 1));
   EXPECT_EQ(tavrine_frame_reset(corner.get(), 0), 0);
 }
 
-TEST_F(DevkitCore, RecordsShareWrappedPixelsUntilTheLastGoes) {
+TEST_F(DevkitCore, RecordsShareWrappedPixelsUntilTheLastIsFreed) {
   std::vector<uint8_t> pixels(54);
   int released = 0;
   OwnedFrame frame = make({kHost, TAVRINE_FORMAT_YU12, 6, 6, {}}, pixels.data(), &released);
@@ -135,7 +135,7 @@ TEST_F(DevkitCore, RecordsShareWrappedPixelsUntilTheLastGoes) {
   EXPECT_EQ(released, 1);
 }
 
-TEST_F(DevkitCore, TransfersPixelsAndNothingElse) {
+TEST_F(DevkitCore, TransfersOnlyPixels) {
   for (const uint32_t format : {TAVRINE_FORMAT_YU12, TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_RGB24}) {
     std::vector<uint8_t> pixels(tavrine_frame_inferred_size(format, 22, 6));
     std::vector<uint8_t> result(pixels.size(), 7);
@@ -144,29 +144,29 @@ TEST_F(DevkitCore, TransfersPixelsAndNothingElse) {
     }
     const OwnedFrame whole = make({kHost, format, 22, 6, {}}, pixels.data());
     const OwnedFrame source(tavrine_frame_roi(whole.get(), 2, 2, 18, 4));
-    OwnedFrame device, moved;
+    OwnedFrame device, copy;
     OwnedFrame target = make({kHost, format, 22, 6, {}}, result.data());
     tavrine_devkit_guard_device_memory(1);
     ASSERT_EQ(tavrine_frame_upload(source.get(), device.slot()), 0);
-    ASSERT_EQ(tavrine_frame_copy(device.get(), moved.slot()), 0);
-    ASSERT_EQ(tavrine_frame_download(moved.get(), target.slot()), 0);
+    ASSERT_EQ(tavrine_frame_copy(device.get(), copy.slot()), 0);
+    ASSERT_EQ(tavrine_frame_download(copy.get(), target.slot()), 0);
     ASSERT_EQ(tavrine_frame_copy(target.get(), target.slot()), 0);
-    EXPECT_EQ(moved->extra, kExtra);
-    EXPECT_FALSE(is_readable(moved->planes[0]));
+    EXPECT_EQ(copy->extra, kExtra);
+    EXPECT_FALSE(is_readable(copy->planes[0]));
     tavrine_devkit_guard_device_memory(0);
-    EXPECT_TRUE(is_readable(moved->planes[0]));
+    EXPECT_TRUE(is_readable(copy->planes[0]));
 
-    // It arrived in the top left part of the larger picture, whose other bytes stayed.
+    // The pixels are in the top left part of the larger frame; its other bytes are unchanged.
     OwnedFrame part(tavrine_frame_roi(target.get(), 0, 0, 18, 4));
     part = OwnedFrame(tavrine_frame_duplicate(part.get()));
-    moved = OwnedFrame(tavrine_frame_duplicate(source.get()));
+    copy = OwnedFrame(tavrine_frame_duplicate(source.get()));
     const size_t bytes = tavrine_frame_inferred_size(format, 18, 4);
-    EXPECT_TRUE(std::equal(bytes_of(part, 0), bytes_of(part, 0) + bytes, bytes_of(moved, 0)));
+    EXPECT_TRUE(std::equal(bytes_of(part, 0), bytes_of(part, 0) + bytes, bytes_of(copy, 0)));
     EXPECT_EQ(std::count(result.begin(), result.end(), 7), result.size() - bytes);
   }
 }
 
-TEST_F(DevkitCore, RefusesTransfersThatDoNotMatch) {
+TEST_F(DevkitCore, RefusesMismatchedTransfers) {
   OwnedFrame host = alloc({kHost, TAVRINE_FORMAT_NV12, 4, 4, {}}), none;
   OwnedFrame small = alloc({kHost, TAVRINE_FORMAT_NV12, 4, 2, {}});
   OwnedFrame device = alloc({kDevice, TAVRINE_FORMAT_NV12, 4, 4, {}});
@@ -192,7 +192,7 @@ TEST_F(DevkitCore, RefusesTransfersThatDoNotMatch) {
   EXPECT_FALSE(none);
 }
 
-TEST_F(DevkitCore, BuffersKeepWhatFits) {
+TEST_F(DevkitCore, BuffersKeepTheirBytesWhenResized) {
   uint8_t bytes[4] = {1, 2, 3, 4};
   const OwnedBuffer wrap(tavrine_buffer_make(bytes, 4, kHost, nullptr, nullptr));
   EXPECT_EQ(tavrine_buffer_resize(wrap.get(), 5), -1);
@@ -202,8 +202,8 @@ TEST_F(DevkitCore, BuffersKeepWhatFits) {
     const OwnedBuffer buffer(tavrine_buffer_alloc(0, mem_type));
     ASSERT_EQ(tavrine_buffer_resize(buffer.get(), 10), 0);
     ASSERT_EQ(tavrine_buffer_set(buffer.get(), 5), 0);
-    // Bytes that were cut off do not come back, neither in place nor after a move.
-    for (const size_t size : {4, 8, 4, 5000}) {
+    // Bytes that a shrink cut off do not reappear, in place or after reallocation.
+    for (const size_t size : {4U, 8U, 4U, 5000U}) {
       ASSERT_EQ(tavrine_buffer_resize(buffer.get(), size), 0);
     }
     EXPECT_EQ(tavrine_buffer_resize(buffer.get(), SIZE_MAX), -4);
@@ -214,7 +214,7 @@ TEST_F(DevkitCore, BuffersKeepWhatFits) {
   }
 }
 
-TEST_F(DevkitCore, TensorViewsAddressTheirPart) {
+TEST_F(DevkitCore, TensorViewsAddressTheirElements) {
   const int32_t shape[4] = {2, 3, 4, 5}, begin[4] = {1, 1, 2, 3}, end[4] = {2, 3, 4, 5};
   const int32_t padded[4] = {0, 40, 8, 1}, thin[4] = {0, 0, 4, 1}, huge[4] = {65536, 65536, 1, 1};
   float values[2 * 109];
@@ -230,7 +230,7 @@ TEST_F(DevkitCore, TensorViewsAddressTheirPart) {
   EXPECT_EQ(tavrine_tensor_make(kHost, 51, values, shape, thin, nullptr, nullptr), nullptr);
 }
 
-TEST_F(DevkitCore, OrderedCallsFailOnce) {
+TEST_F(DevkitCore, InjectedFaultsHappenOnce) {
   const OwnedFrame frame = alloc({kHost, TAVRINE_FORMAT_GREY, 2, 2, {}});
   tavrine_devkit_reset_call_counts();
   EXPECT_EQ(tavrine_devkit_fail_call("tavrine_frame_reset", 2), 0);
@@ -238,7 +238,7 @@ TEST_F(DevkitCore, OrderedCallsFailOnce) {
   for (const int32_t code : {0, -77, 0, 0, -77, 0}) {
     EXPECT_EQ(tavrine_frame_reset(frame.get(), 0), code);
   }
-  // The core's own allocations are no calls.
+  // The core's own allocations do not count.
   EXPECT_EQ(tavrine_devkit_fail_call("tavrine_frame_alloc", 1), 0);
   EXPECT_TRUE(OwnedFrame(tavrine_frame_duplicate(frame.get())));
   EXPECT_EQ(tavrine_devkit_clear_failures(), 1);

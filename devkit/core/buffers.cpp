@@ -2,18 +2,18 @@
 #include <cstring>
 #include <new>
 
+#include "core_api.h"
 #include "device_memory.h"
-#include "exported.h"
 #include "faults.h"
 #include "live_objects.h"
-#include "memory_block.h"
+#include "owned_memory.h"
 
 using namespace tavrine::devkit;
 
-// Either owns a block, of which `size` bytes are in use, or wraps memory.
+// Either owns memory, of which `size` bytes are in use, or wraps a caller's.
 struct tavrine_buffer {
-  tavrine_buffer(int32_t type, MemoryBlock owned, size_t bytes)
-      : mem_type(type), data(owned.data()), size(bytes), block(std::move(owned)) {}
+  tavrine_buffer(int32_t type, OwnedMemory owned, size_t bytes)
+      : mem_type(type), data(owned.data()), size(bytes), memory(std::move(owned)) {}
   tavrine_buffer(int32_t type, void *wrapped, size_t bytes, tavrine_release_fn callback,
                  void *callback_arg)
       : mem_type(type),
@@ -31,7 +31,7 @@ struct tavrine_buffer {
   const int32_t mem_type;
   void *data;
   size_t size;
-  MemoryBlock block;
+  OwnedMemory memory;
   const bool wraps = false;
   const tavrine_release_fn release = nullptr;
   void *const arg = nullptr;
@@ -46,32 +46,33 @@ void synchronize(const tavrine_buffer_t &buffer) {
   }
 }
 
-// Larger than asked for, so that a buffer that grows in small steps is not copied each time.
-MemoryBlock grown_block(const tavrine_buffer_t &buffer, size_t size) {
-  const uint64_t capacity = buffer.block.size();
-  MemoryBlock block =
-      MemoryBlock::allocate(buffer.mem_type, std::max<uint64_t>(size, capacity + capacity / 2));
-  return block.data() != nullptr ? std::move(block) : MemoryBlock::allocate(buffer.mem_type, size);
+// Allocates half as much again, so that a buffer that grows in small steps is rarely copied.
+OwnedMemory grown_memory(const tavrine_buffer_t &buffer, size_t size) {
+  const uint64_t capacity = buffer.memory.size();
+  OwnedMemory memory =
+      OwnedMemory::allocate(buffer.mem_type, std::max<uint64_t>(size, capacity + capacity / 2));
+  return memory.data() != nullptr ? std::move(memory)
+                                  : OwnedMemory::allocate(buffer.mem_type, size);
 }
 
 int32_t resize_owned(tavrine_buffer_t &buffer, size_t size) {
   const DeviceAccess access(buffer.mem_type == TAVRINE_MEMORY_DEVICE);
   if (size == 0) {
-    buffer.block = MemoryBlock();
-  } else if (size > buffer.block.size()) {
-    MemoryBlock block = grown_block(buffer, size);
-    if (block.data() == nullptr) {
+    buffer.memory = OwnedMemory();
+  } else if (size > buffer.memory.size()) {
+    OwnedMemory memory = grown_memory(buffer, size);
+    if (memory.data() == nullptr) {
       return TAVRINE_FAILURE;
     }
     if (buffer.size > 0) {
-      std::memcpy(block.data(), buffer.data, buffer.size);
+      std::memcpy(memory.data(), buffer.data, buffer.size);
     }
-    buffer.block = std::move(block);
+    buffer.memory = std::move(memory);
   } else if (size > buffer.size) {
-    // Bytes that were cut off do not come back.
-    std::memset(buffer.block.data() + buffer.size, kFreshByte, size - buffer.size);
+    // Bytes that a shrink cut off do not reappear.
+    std::memset(buffer.memory.data() + buffer.size, kFreshByte, size - buffer.size);
   }
-  buffer.data = buffer.block.data();
+  buffer.data = buffer.memory.data();
   buffer.size = size;
   synchronize(buffer);
   return TAVRINE_OK;
@@ -81,7 +82,7 @@ int32_t resize_owned(tavrine_buffer_t &buffer, size_t size) {
 
 tavrine_buffer_t *tavrine_buffer_make(void *data, size_t size, int32_t mem_type,
                                       tavrine_release_fn release, void *arg) {
-  if (must_fail(Operation::tavrine_buffer_make) || !is_memory_type(mem_type) ||
+  if (should_inject_fault(Operation::tavrine_buffer_make) || !is_memory_type(mem_type) ||
       (data == nullptr && size > 0)) {
     return nullptr;
   }
@@ -89,18 +90,18 @@ tavrine_buffer_t *tavrine_buffer_make(void *data, size_t size, int32_t mem_type,
 }
 
 tavrine_buffer_t *tavrine_buffer_alloc(size_t size, int32_t mem_type) {
-  if (must_fail(Operation::tavrine_buffer_alloc) || !is_memory_type(mem_type)) {
+  if (should_inject_fault(Operation::tavrine_buffer_alloc) || !is_memory_type(mem_type)) {
     return nullptr;
   }
-  MemoryBlock block = MemoryBlock::allocate(mem_type, size);
-  if (block.data() == nullptr && size > 0) {
+  OwnedMemory memory = OwnedMemory::allocate(mem_type, size);
+  if (memory.data() == nullptr && size > 0) {
     return nullptr;
   }
-  return new (std::nothrow) tavrine_buffer(mem_type, std::move(block), size);
+  return new (std::nothrow) tavrine_buffer(mem_type, std::move(memory), size);
 }
 
 int32_t tavrine_buffer_set(tavrine_buffer_t *buffer, int32_t value) {
-  if (must_fail(Operation::tavrine_buffer_set)) {
+  if (should_inject_fault(Operation::tavrine_buffer_set)) {
     return TAVRINE_DEVKIT_INJECTED_FAILURE;
   }
   if (buffer == nullptr) {
@@ -128,7 +129,7 @@ size_t tavrine_buffer_size(const tavrine_buffer_t *buffer) {
 }
 
 int32_t tavrine_buffer_resize(tavrine_buffer_t *buffer, size_t size) {
-  if (must_fail(Operation::tavrine_buffer_resize)) {
+  if (should_inject_fault(Operation::tavrine_buffer_resize)) {
     return TAVRINE_DEVKIT_INJECTED_FAILURE;
   }
   if (buffer == nullptr) {

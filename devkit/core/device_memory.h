@@ -1,5 +1,5 @@
-// Device memory: blocks of the platform's media memory. Frames in it are reached through
-// transfers, and while the guard is on through nothing else.
+// Device memory: blocks of the platform's media memory. While the guard is on, only the core's own
+// operations can reach them.
 #pragma once
 
 #include <cstddef>
@@ -10,12 +10,11 @@ namespace tavrine::devkit {
 void *allocate_device_memory(size_t size);
 void free_device_memory(void *data);
 
-// Makes what this CPU wrote there visible to the engine, and the other way round: after the
-// one and before the other is read. Memory that is not the platform's is left alone.
+// Flushes the cache: call it after the CPU has written and before it reads what the engine wrote.
+// Does nothing for memory that is not the platform's.
 void synchronize_device_memory(const void *data, size_t size);
 
-// Opens the device memory to this process, when an operation needs it, for as long as one
-// of these lives in any thread.
+// Makes device memory accessible, if `needed`, while an object of this class exists in any thread.
 class DeviceAccess {
  public:
   explicit DeviceAccess(bool needed);

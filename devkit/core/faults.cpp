@@ -3,19 +3,19 @@
 #include <atomic>
 #include <cstring>
 
-#include "exported.h"
+#include "core_api.h"
 
 namespace tavrine::devkit {
 namespace {
 
-// Calls until the failure; 0: none ordered.
-using Order = std::atomic<int32_t>;
+// Calls until the one that fails; 0: none will.
+using CallsUntilFault = std::atomic<int32_t>;
 
 struct OperationState {
   const char *name;
   bool can_fail;
   std::atomic<int32_t> calls{0};
-  Order order{0};
+  CallsUntilFault fault{0};
 };
 
 #define TAVRINE_FALLIBLE(name) {#name, true},
@@ -24,7 +24,7 @@ OperationState states[] = {TAVRINE_OPERATIONS(TAVRINE_FALLIBLE, TAVRINE_INFALLIB
 #undef TAVRINE_FALLIBLE
 #undef TAVRINE_INFALLIBLE
 
-Order any_order{0};
+CallsUntilFault fault_of_any{0};
 
 OperationState &state_of(Operation operation) { return states[static_cast<size_t>(operation)]; }
 
@@ -39,11 +39,11 @@ OperationState *find(const char *name) {
 
 bool is_any(const char *name) { return std::strcmp(name, "*") == 0; }
 
-// True for the one call that the order is about, also when several threads call.
-bool falls_due(Order &order) {
-  int32_t left = order.load();
+// True for exactly one of the calls, also when several threads call at once.
+bool consume_fault(CallsUntilFault &fault) {
+  int32_t left = fault.load();
   while (left > 0) {
-    if (order.compare_exchange_weak(left, left - 1)) {
+    if (fault.compare_exchange_weak(left, left - 1)) {
       return left == 1;
     }
   }
@@ -52,10 +52,10 @@ bool falls_due(Order &order) {
 
 }  // namespace
 
-bool must_fail(Operation operation) {
+bool should_inject_fault(Operation operation) {
   count_call(operation);
-  const bool named = falls_due(state_of(operation).order);
-  return falls_due(any_order) || named;
+  const bool named = consume_fault(state_of(operation).fault);
+  return consume_fault(fault_of_any) || named;
 }
 
 void count_call(Operation operation) { ++state_of(operation).calls; }
@@ -69,7 +69,7 @@ int32_t tavrine_devkit_fail_call(const char *name, int32_t n) {
     return TAVRINE_INVALID_ARGUMENT;
   }
   if (is_any(name)) {
-    any_order = n;
+    fault_of_any = n;
     return TAVRINE_OK;
   }
   OperationState *state = find(name);
@@ -79,16 +79,16 @@ int32_t tavrine_devkit_fail_call(const char *name, int32_t n) {
   if (!state->can_fail) {
     return TAVRINE_NOT_SUPPORTED;
   }
-  state->order = n;
+  state->fault = n;
   return TAVRINE_OK;
 }
 
 int32_t tavrine_devkit_clear_failures() {
-  int32_t open = any_order.exchange(0) > 0 ? 1 : 0;
+  int32_t pending = fault_of_any.exchange(0) > 0 ? 1 : 0;
   for (OperationState &state : states) {
-    open += state.order.exchange(0) > 0 ? 1 : 0;
+    pending += state.fault.exchange(0) > 0 ? 1 : 0;
   }
-  return open;
+  return pending;
 }
 
 int32_t tavrine_devkit_call_count(const char *name) {

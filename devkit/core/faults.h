@@ -1,8 +1,8 @@
-// Every public operation announces itself here when it is called; tests read the counts
-// and order failures by name.
+// Fault injection: every public operation reports its calls here. Tests read the counts, and make
+// a call fail by its operation's name.
 #pragma once
 
-// Operations that a test can make fail, and those that only release or answer.
+// Operations that a test can make fail, and those that have no way to fail.
 #define TAVRINE_OPERATIONS(FALLIBLE, INFALLIBLE) \
   FALLIBLE(tavrine_frame_alloc)                  \
   FALLIBLE(tavrine_frame_make)                   \
@@ -41,8 +41,8 @@ namespace tavrine::devkit {
 enum class Operation { TAVRINE_OPERATIONS(TAVRINE_ENUMERATOR, TAVRINE_ENUMERATOR) };
 #undef TAVRINE_ENUMERATOR
 
-// Counts a call; true when a test ordered that it fails.
-bool must_fail(Operation operation);
+// Counts a call. True if a test wants this one to fail.
+bool should_inject_fault(Operation operation);
 
 void count_call(Operation operation);
 

@@ -3,7 +3,7 @@
 namespace tavrine::devkit {
 namespace {
 
-// Every size is settled in 64 bits before it becomes a size_t, which has 32 on the camera.
+// Sizes are computed in 64 bits; size_t has 32 on the camera.
 constexpr uint64_t kAddressableBytes = PTRDIFF_MAX;
 
 constexpr int32_t kDeviceRowPixels = 16;
@@ -91,7 +91,7 @@ std::optional<FrameRows> frame_rows(const tavrine_frame_t &frame) {
     if (stride < extent.row_bytes || (data == nullptr && !extent.is_empty())) {
       return std::nullopt;
     }
-    // No plane is this large, so the record is wrong.
+    // No plane can be this large: the record is invalid.
     if (static_cast<uint64_t>(stride) * static_cast<uint64_t>(extent.rows) > kAddressableBytes) {
       return std::nullopt;
     }

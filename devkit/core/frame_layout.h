@@ -1,10 +1,10 @@
-// Where the planes of a new frame go, and where those of an existing record are.
+// Places the planes of a new frame, and finds those of an existing record.
 #pragma once
 
 #include <cstddef>
 #include <optional>
 
-#include "exported.h"
+#include "core_api.h"
 #include "pixel_formats.h"
 
 namespace tavrine::devkit {
@@ -16,13 +16,13 @@ struct FrameLayout {
   size_t total_bytes;
 };
 
-// Each of these is empty when there is no such frame: unknown format, empty size, a stride
-// that does not hold a row, more bytes than can be addressed. Null `strides` are all 0.
+// These return nothing for an unknown format, an empty size, a stride shorter than a row, or more
+// bytes than can be addressed. Null `strides` means that all are 0.
 std::optional<FrameLayout> tight_layout(uint32_t format, int32_t width, int32_t height);
-// Strides of 0 are tight.
+// A stride of 0 means tightly packed rows.
 std::optional<FrameLayout> wrapped_layout(uint32_t format, int32_t width, int32_t height,
                                           const int32_t *strides);
-// Strides of 0 are what suits the memory type; chroma rows keep the padding of luma rows.
+// A stride of 0 means the memory type's default; chroma rows are padded like luma rows.
 std::optional<FrameLayout> default_layout(int32_t mem_type, uint32_t format, int32_t width,
                                           int32_t height, const int32_t *strides);
 
@@ -38,8 +38,8 @@ struct FrameRows {
   PlaneRows planes[TAVRINE_MAX_PLANES];
 };
 
-// The planes by the public fields of a record alone, which applications may have changed;
-// empty when those describe no pixels.
+// Reads the planes from the public fields, which applications may have changed. Returns nothing
+// when these do not describe pixels.
 std::optional<FrameRows> frame_rows(const tavrine_frame_t &frame);
 
 }  // namespace tavrine::devkit

@@ -1,5 +1,5 @@
-// How a frame record is made: memory type and storage stand in the core's words, all else
-// in the public fields.
+// Frame records. The core's words hold the memory type and the storage; everything else is in the
+// public fields.
 #pragma once
 
 #include "frame_layout.h"
@@ -7,7 +7,7 @@
 
 namespace tavrine::devkit {
 
-// A frame of its own memory, placed as `layout` says; null when memory is exhausted.
+// A frame with new memory in the given layout; null when memory is exhausted.
 tavrine_frame_t *allocate_frame(int32_t mem_type, const FrameLayout &layout, int32_t width,
                                 int32_t height, uint64_t extra);
 

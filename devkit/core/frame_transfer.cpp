@@ -10,7 +10,7 @@ namespace {
 void copy_rows(const PlaneRows &from, const PlaneRows &to) {
   for (int32_t row = 0; row < from.rows && from.row_bytes > 0; ++row) {
     const auto index = static_cast<size_t>(row);
-    // The rows may be the same ones.
+    // Source and destination may be the same rows.
     std::memmove(to.data + index * to.stride, from.data + index * from.stride, from.row_bytes);
   }
 }
@@ -43,12 +43,12 @@ void copy_pixels(const tavrine_frame_t &from, const FrameRows &from_rows, const 
   synchronize(to, to_rows);
 }
 
-bool receives(const tavrine_frame_t &destination, const tavrine_frame_t &source) {
+bool can_hold(const tavrine_frame_t &destination, const tavrine_frame_t &source) {
   return destination.pixel_format == source.pixel_format && destination.width >= source.width &&
          destination.height >= source.height;
 }
 
-// Copies into a new frame that is placed as `layout` says; null when there is no memory.
+// Copies into a new frame with the given layout; null when memory is exhausted.
 tavrine_frame_t *copy_into_new(const tavrine_frame_t &source, const FrameRows &rows,
                                int32_t mem_type, const std::optional<FrameLayout> &layout) {
   tavrine_frame_t *copy =
@@ -74,7 +74,7 @@ int32_t transfer(const tavrine_frame_t &source, int32_t from, tavrine_frame_t **
     return *destination != nullptr ? TAVRINE_OK : TAVRINE_FAILURE;
   }
   const std::optional<FrameRows> rows = frame_rows(**destination);
-  if (!rows || memory_type(**destination) != to || !receives(**destination, source)) {
+  if (!rows || memory_type(**destination) != to || !can_hold(**destination, source)) {
     return TAVRINE_INVALID_ARGUMENT;
   }
   copy_pixels(source, *source_rows, **destination, *rows);
@@ -87,7 +87,7 @@ int32_t transfer(const tavrine_frame_t &source, int32_t from, tavrine_frame_t **
 using namespace tavrine::devkit;
 
 int32_t tavrine_frame_copy(const tavrine_frame_t *source, tavrine_frame_t **destination) {
-  if (must_fail(Operation::tavrine_frame_copy)) {
+  if (should_inject_fault(Operation::tavrine_frame_copy)) {
     return TAVRINE_DEVKIT_INJECTED_FAILURE;
   }
   if (source == nullptr || destination == nullptr) {
@@ -97,7 +97,7 @@ int32_t tavrine_frame_copy(const tavrine_frame_t *source, tavrine_frame_t **dest
 }
 
 tavrine_frame_t *tavrine_frame_duplicate(const tavrine_frame_t *frame) {
-  if (must_fail(Operation::tavrine_frame_duplicate) || frame == nullptr) {
+  if (should_inject_fault(Operation::tavrine_frame_duplicate) || frame == nullptr) {
     return nullptr;
   }
   const std::optional<FrameRows> rows = frame_rows(*frame);
@@ -109,7 +109,7 @@ tavrine_frame_t *tavrine_frame_duplicate(const tavrine_frame_t *frame) {
 }
 
 int32_t tavrine_frame_download(const tavrine_frame_t *device, tavrine_frame_t **host) {
-  if (must_fail(Operation::tavrine_frame_download)) {
+  if (should_inject_fault(Operation::tavrine_frame_download)) {
     return TAVRINE_DEVKIT_INJECTED_FAILURE;
   }
   if (device == nullptr || host == nullptr) {
@@ -119,7 +119,7 @@ int32_t tavrine_frame_download(const tavrine_frame_t *device, tavrine_frame_t **
 }
 
 int32_t tavrine_frame_upload(const tavrine_frame_t *host, tavrine_frame_t **device) {
-  if (must_fail(Operation::tavrine_frame_upload)) {
+  if (should_inject_fault(Operation::tavrine_frame_upload)) {
     return TAVRINE_DEVKIT_INJECTED_FAILURE;
   }
   if (host == nullptr || device == nullptr) {
@@ -129,7 +129,7 @@ int32_t tavrine_frame_upload(const tavrine_frame_t *host, tavrine_frame_t **devi
 }
 
 int32_t tavrine_frame_reset(tavrine_frame_t *frame, int32_t value) {
-  if (must_fail(Operation::tavrine_frame_reset)) {
+  if (should_inject_fault(Operation::tavrine_frame_reset)) {
     return TAVRINE_DEVKIT_INJECTED_FAILURE;
   }
   const std::optional<FrameRows> rows = frame != nullptr ? frame_rows(*frame) : std::nullopt;

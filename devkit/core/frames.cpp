@@ -12,7 +12,7 @@ struct FrameRecord : tavrine_frame_t {
   const LiveCount live{ObjectKind::kFrame};
 };
 
-// A record with the public fields of `fields` that holds `storage`.
+// A record with the public fields of `fields` and a reference to `storage`.
 tavrine_frame_t *new_record(const tavrine_frame_t &fields, StorageRef storage) {
   if (!storage) {
     return nullptr;
@@ -58,7 +58,7 @@ using namespace tavrine::devkit;
 
 tavrine_frame_t *tavrine_frame_alloc(int32_t mem_type, uint32_t format, int32_t width,
                                      int32_t height, const int32_t strides[4], uint64_t extra) {
-  if (must_fail(Operation::tavrine_frame_alloc)) {
+  if (should_inject_fault(Operation::tavrine_frame_alloc)) {
     return nullptr;
   }
   const std::optional<FrameLayout> layout =
@@ -69,7 +69,8 @@ tavrine_frame_t *tavrine_frame_alloc(int32_t mem_type, uint32_t format, int32_t 
 tavrine_frame_t *tavrine_frame_make(int32_t mem_type, uint32_t format, void *data, int32_t width,
                                     int32_t height, const int32_t strides[4], uint64_t extra,
                                     tavrine_release_fn release, void *arg) {
-  if (must_fail(Operation::tavrine_frame_make) || !is_memory_type(mem_type) || data == nullptr) {
+  if (should_inject_fault(Operation::tavrine_frame_make) || !is_memory_type(mem_type) ||
+      data == nullptr) {
     return nullptr;
   }
   const std::optional<FrameLayout> layout = wrapped_layout(format, width, height, strides);
@@ -80,7 +81,7 @@ tavrine_frame_t *tavrine_frame_make(int32_t mem_type, uint32_t format, void *dat
   Storage *wrapped = storage.get();
   tavrine_frame_t *frame =
       new_record(describe(mem_type, *layout, data, width, height, extra), std::move(storage));
-  // Only now, since a failure leaves the memory to the caller.
+  // Set last: after a failure the memory stays the caller's.
   if (frame != nullptr) {
     wrapped->set_release(release, arg);
   }
@@ -88,7 +89,7 @@ tavrine_frame_t *tavrine_frame_make(int32_t mem_type, uint32_t format, void *dat
 }
 
 tavrine_frame_t *tavrine_frame_ref(const tavrine_frame_t *frame) {
-  if (must_fail(Operation::tavrine_frame_ref) || frame == nullptr) {
+  if (should_inject_fault(Operation::tavrine_frame_ref) || frame == nullptr) {
     return nullptr;
   }
   return new_record(*frame, StorageRef::share_word(frame->core_words[0]));
@@ -128,7 +129,7 @@ int32_t tavrine_frame_is_contiguous(const tavrine_frame_t *frame) {
 
 tavrine_frame_t *tavrine_frame_roi(const tavrine_frame_t *frame, int32_t x, int32_t y,
                                    int32_t width, int32_t height) {
-  if (must_fail(Operation::tavrine_frame_roi) || frame == nullptr) {
+  if (should_inject_fault(Operation::tavrine_frame_roi) || frame == nullptr) {
     return nullptr;
   }
   const std::optional<FrameRows> parent = frame_rows(*frame);
@@ -145,9 +146,9 @@ tavrine_frame_t *tavrine_frame_roi(const tavrine_frame_t *frame, int32_t x, int3
   area.height = height;
   for (int32_t index = 0; index < format.plane_count; ++index) {
     const PlaneRows &plane = parent->planes[index];
-    // A stride of 0 would mean the new width.
+    // Stored explicitly: a stride of 0 would now mean the smaller width.
     area.strides[index] = static_cast<int32_t>(plane.stride);
-    // An odd remainder has no chroma, and may begin beyond the parent's.
+    // An area one pixel wide or high may have no chroma, and would start past the parent's.
     if (!plane_extent(format, index, width, height).is_empty()) {
       const PlaneExtent before = plane_extent(format, index, x, y);
       area.planes[index] = plane.data + static_cast<size_t>(before.rows) * plane.stride +

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstddef>
 
-#include "exported.h"
+#include "core_api.h"
 
 namespace tavrine::devkit {
 namespace {

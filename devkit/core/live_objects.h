@@ -1,11 +1,11 @@
-// Counts of what is alive, so that a test can show that nothing leaked.
+// Counts live objects, so that tests can detect leaks.
 #pragma once
 
 namespace tavrine::devkit {
 
 enum class ObjectKind { kFrame, kBuffer, kTensor, kStorageBlock };
 
-// A member of each object that is counted.
+// Every counted object has one as a member.
 class LiveCount {
  public:
   explicit LiveCount(ObjectKind kind);

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <mutex>
 
-#include "exported.h"
+#include "core_api.h"
 
 namespace {
 
@@ -15,11 +15,11 @@ struct Sink {
   void *arg;
 };
 
-// Recursive, because a sink may call what logs again.
+// Recursive, because a sink may call functions that log.
 std::recursive_mutex sink_mutex;
 Sink sink = {};
 
-// Records of several threads must not share a line.
+// One fprintf per record, so that records of several threads do not share a line.
 void write_to_standard_error(int32_t level, const char *tag, int32_t line, char *text) {
   size_t length = std::strlen(text);
   while (length > 0 && text[length - 1] == '\n') {
@@ -37,7 +37,7 @@ void tavrine_log(int32_t level, const char tag[16], int32_t line, const char *fo
   char text[kTextBytes];
   va_list arguments;
   va_start(arguments, format);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is just above
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is above
   if (std::vsnprintf(text, sizeof(text), format, arguments) < 0) {
     text[0] = '\0';
   }

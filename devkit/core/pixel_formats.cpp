@@ -1,6 +1,6 @@
 #include "pixel_formats.h"
 
-#include "exported.h"
+#include "core_api.h"
 #include "faults.h"
 #include "frame_layout.h"
 

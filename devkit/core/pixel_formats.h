@@ -1,4 +1,4 @@
-// The pixel formats of this core, one row of a table each.
+// The table of pixel formats.
 #pragma once
 
 #include <cstdint>
@@ -10,13 +10,13 @@ struct PixelFormat {
   const char *name;
   int32_t plane_count;
   int32_t pixel_bytes[3];  // of each plane
-  int32_t chroma_divisor;  // planes after the first have a part of the width and height
+  int32_t chroma_divisor;  // of the width and height of the planes after the first
 };
 
 // Null for an unknown format.
 const PixelFormat *find_pixel_format(uint32_t code);
 
-// Pixels of one plane without row padding.
+// The size of one plane without row padding.
 struct PlaneExtent {
   int64_t row_bytes;
   int32_t rows;

@@ -5,11 +5,11 @@
 namespace tavrine::devkit {
 
 StorageRef Storage::allocate(int32_t mem_type, uint64_t size) {
-  MemoryBlock block = MemoryBlock::allocate(mem_type, size);
-  if (block.data() == nullptr) {
+  OwnedMemory memory = OwnedMemory::allocate(mem_type, size);
+  if (memory.data() == nullptr) {
     return {};
   }
-  return StorageRef(new (std::nothrow) Storage(std::move(block)));
+  return StorageRef(new (std::nothrow) Storage(std::move(memory)));
 }
 
 StorageRef Storage::wrap(void *data) { return StorageRef(new (std::nothrow) Storage(data)); }

@@ -1,13 +1,13 @@
-// The memory behind frames and tensors, shared by all records over it.
+// The memory of frames and tensors, shared by reference counting.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <utility>
 
-#include "exported.h"
+#include "core_api.h"
 #include "live_objects.h"
-#include "memory_block.h"
+#include "owned_memory.h"
 
 namespace tavrine::devkit {
 
@@ -18,10 +18,10 @@ class Storage {
   // Empty when memory is exhausted.
   static StorageRef allocate(int32_t mem_type, uint64_t size);
 
-  // Memory that somebody else owns.
+  // Wraps memory that the caller owns.
   static StorageRef wrap(void *data);
 
-  // Calls `release` when the last reference goes.
+  // Calls `release` when the last reference is dropped.
   void set_release(tavrine_release_fn release, void *arg) {
     release_ = release;
     release_arg_ = arg;
@@ -32,19 +32,19 @@ class Storage {
  private:
   friend class StorageRef;
 
-  explicit Storage(MemoryBlock block) : block_(std::move(block)), data_(block_.data()) {}
+  explicit Storage(OwnedMemory memory) : memory_(std::move(memory)), data_(memory_.data()) {}
   explicit Storage(void *data) : data_(data) {}
   ~Storage();
 
   std::atomic<int32_t> references_{1};
   const LiveCount live_{ObjectKind::kStorageBlock};
-  const MemoryBlock block_;
+  const OwnedMemory memory_;
   void *const data_;
   tavrine_release_fn release_ = nullptr;
   void *release_arg_ = nullptr;
 };
 
-// One reference; a record keeps it as a plain word.
+// One reference. Records store it as an integer.
 class StorageRef {
  public:
   StorageRef() = default;

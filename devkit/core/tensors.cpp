@@ -1,7 +1,7 @@
 #include <new>
 #include <optional>
 
-#include "exported.h"
+#include "core_api.h"
 #include "faults.h"
 #include "storage.h"
 
@@ -16,7 +16,7 @@ struct TensorRecord : tavrine_tensor_t {
   const LiveCount live{ObjectKind::kTensor};
 };
 
-// A record over the elements from `data` on, which stands in the second core word.
+// A record of the elements that start at `data`, which the second core word holds.
 tavrine_tensor_t *new_record(const tavrine_tensor_t &fields, StorageRef storage, void *data) {
   if (!storage) {
     return nullptr;
@@ -51,8 +51,8 @@ struct TensorLayout {
   uint64_t bytes;
 };
 
-// Empty for an unknown type, an empty shape, strides that do not hold the dimensions inside,
-// and more bytes than can be addressed. Null `strides` are all 0.
+// Returns nothing for an unknown type, an empty shape, strides that make elements overlap, or more
+// bytes than can be addressed. Null `strides` means that all are 0.
 std::optional<TensorLayout> make_layout(int32_t mem_type, int32_t element_type,
                                         const int32_t *shape, const int32_t *strides) {
   if (!is_memory_type(mem_type) || element_bytes(element_type) == 0 || shape == nullptr) {
@@ -61,7 +61,7 @@ std::optional<TensorLayout> make_layout(int32_t mem_type, int32_t element_type,
   tavrine_tensor_t fields = {};
   fields.core_word = static_cast<uint32_t>(mem_type);
   fields.element_type = element_type;
-  int64_t elements = 1;  // from the first to the last of the dimensions so far
+  int64_t elements = 1;  // between the first and the last, over the dimensions so far
   for (int32_t dimension = kDimensions - 1; dimension >= 0; --dimension) {
     const int64_t given = strides != nullptr ? strides[dimension] : 0;
     const int64_t stride = given != 0 ? given : elements;
@@ -104,7 +104,7 @@ using namespace tavrine::devkit;
 
 tavrine_tensor_t *tavrine_tensor_alloc(int32_t mem_type, int32_t element_type,
                                        const int32_t shape[4]) {
-  if (must_fail(Operation::tavrine_tensor_alloc)) {
+  if (should_inject_fault(Operation::tavrine_tensor_alloc)) {
     return nullptr;
   }
   const std::optional<TensorLayout> layout = make_layout(mem_type, element_type, shape, nullptr);
@@ -119,20 +119,20 @@ tavrine_tensor_t *tavrine_tensor_alloc(int32_t mem_type, int32_t element_type,
 tavrine_tensor_t *tavrine_tensor_make(int32_t mem_type, int32_t element_type, void *data,
                                       const int32_t shape[4], const int32_t strides[4],
                                       tavrine_release_fn release, void *arg) {
-  if (must_fail(Operation::tavrine_tensor_make)) {
+  if (should_inject_fault(Operation::tavrine_tensor_make)) {
     return nullptr;
   }
   const std::optional<TensorLayout> layout = make_layout(mem_type, element_type, shape, strides);
   const auto address = reinterpret_cast<uintptr_t>(data);
   if (!layout || data == nullptr ||
-      // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): a layout has a known element type
+      // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): a valid layout has a known element type
       address % static_cast<uintptr_t>(element_bytes(element_type)) != 0) {
     return nullptr;
   }
   StorageRef storage = Storage::wrap(data);
   Storage *wrapped = storage.get();
   tavrine_tensor_t *tensor = new_record(layout->fields, std::move(storage), data);
-  // Only now, since a failure leaves the memory to the caller.
+  // Set last: after a failure the memory stays the caller's.
   if (tensor != nullptr) {
     wrapped->set_release(release, arg);
   }
@@ -162,7 +162,7 @@ void *tavrine_tensor_data_at(const tavrine_tensor_t *tensor, int32_t n, int32_t 
 
 tavrine_tensor_t *tavrine_tensor_roi(const tavrine_tensor_t *tensor, const int32_t begin[4],
                                      const int32_t end[4]) {
-  if (must_fail(Operation::tavrine_tensor_roi) || tensor == nullptr || begin == nullptr ||
+  if (should_inject_fault(Operation::tavrine_tensor_roi) || tensor == nullptr || begin == nullptr ||
       end == nullptr || !is_inside(*tensor, begin)) {
     return nullptr;
   }

@@ -1,12 +1,12 @@
-// The picture-range matrices of BT.601 in 1024ths.
-#include "engine_work.h"
+// The limited-range BT.601 matrices, in units of 1/1024.
+#include "engine_operations.h"
 
 namespace tavrine::devkit {
 namespace {
 
-constexpr uint32_t kMaximumWidth = 1920;
+constexpr uint32_t kMaxWidth = 1920;
 
-// Rounds halves up.
+// Rounds to nearest, halves up.
 template <int Divisor>
 int32_t divide(int32_t sum) {
   const int32_t raised = sum + Divisor / 2;
@@ -29,13 +29,13 @@ constexpr Weights kLuma = {263, 516, 100};
 constexpr Weights kU = {-152, -298, 450};
 constexpr Weights kV = {450, -377, -73};
 
-// Of two by two pixels.
+// Over two by two pixels.
 int32_t sum_of_block(const Weights &weights, const uint8_t *upper, const uint8_t *lower) {
   return weights.of(upper) + weights.of(upper + 3) + weights.of(lower) + weights.of(lower + 3);
 }
 
 void write_luma_row(const EngineImage &source, const EngineImage &destination, uint32_t y) {
-  uint8_t luma[kMaximumWidth];
+  uint8_t luma[kMaxWidth];
   const uint8_t *pixels = source.planes[0].row(y);
   for (uint32_t x = 0; x < source.width; ++x) {
     luma[x] = saturate(divide<1024>(kLuma.of(pixels + 3 * x)) + 16);
@@ -46,7 +46,7 @@ void write_luma_row(const EngineImage &source, const EngineImage &destination, u
 }  // namespace
 
 void convert_yuv_to_rgb(const EngineImage &source, const EngineImage &destination) {
-  uint8_t pixels[3 * kMaximumWidth];
+  uint8_t pixels[3 * kMaxWidth];
   for (uint32_t y = 0; y < source.height; ++y) {
     const uint8_t *luma = source.planes[0].row(y);
     const uint8_t *chroma = source.planes[1].row(y / 2);
@@ -63,7 +63,7 @@ void convert_yuv_to_rgb(const EngineImage &source, const EngineImage &destinatio
 }
 
 void convert_rgb_to_yuv(const EngineImage &source, const EngineImage &destination) {
-  uint8_t chroma[kMaximumWidth];
+  uint8_t chroma[kMaxWidth];
   for (uint32_t y = 0; y < source.height; y += 2) {
     write_luma_row(source, destination, y);
     write_luma_row(source, destination, y + 1);

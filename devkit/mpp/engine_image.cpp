@@ -5,11 +5,11 @@ namespace {
 
 constexpr uint32_t kAlignment = 16;
 
-// A row of chroma pairs is as long as one of luma, and so are their strides.
+// A row of chroma pairs has as many bytes as a luma row, and the same stride.
 struct TypeShape {
   IVE_IMAGE_TYPE_E type;
-  uint32_t bytes_of_pixel;
-  uint32_t size_unit;  // width and height are multiples of this
+  uint32_t pixel_bytes;
+  uint32_t size_unit;  // width and height must be multiples of this
   int plane_count;
   uint32_t row_divisor[2];  // of each plane
 };
@@ -35,8 +35,8 @@ bool has_size(const IVE_IMAGE_S &image, uint32_t unit) {
 }
 
 std::optional<EnginePlane> find_plane(const IVE_IMAGE_S &image, const TypeShape &shape, int plane) {
-  const uint64_t pitch = uint64_t{image.au32Stride[plane]} * shape.bytes_of_pixel;
-  const uint64_t row_bytes = uint64_t{image.u32Width} * shape.bytes_of_pixel;
+  const uint64_t pitch = uint64_t{image.au32Stride[plane]} * shape.pixel_bytes;
+  const uint64_t row_bytes = uint64_t{image.u32Width} * shape.pixel_bytes;
   const uint64_t rows = image.u32Height / shape.row_divisor[plane];
   const std::optional<EngineRange> range =
       find_engine_range(image.au64PhyAddr[plane], pitch * (rows - 1) + row_bytes);

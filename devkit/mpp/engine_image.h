@@ -1,4 +1,4 @@
-// An image that the engine has accepted: planes in its memory.
+// An image that the engine has accepted, as planes of its memory.
 #pragma once
 
 #include "mmz.h"
@@ -21,7 +21,7 @@ struct EngineImage {
   EnginePlane planes[2];  // grey, packed, or luma and chroma pairs
 };
 
-// Answers why an image cannot be used, or finds its memory.
+// Finds the memory of an image; returns an error code if the engine cannot use it.
 HI_S32 find_image(const IVE_IMAGE_S &image, EngineImage *found);
 
 }  // namespace tavrine::devkit

@@ -1,26 +1,27 @@
-// The platform's calls for the engine.
+// The platform's engine functions.
+#include "calls.h"
 #include "mmz.h"
-#include "switchboard.h"
 #include "task_queue.h"
 
 using namespace tavrine::devkit;
 
 namespace {
 
-std::optional<Work> find_conversion(const IVE_IMAGE_S &source, const IVE_IMAGE_S &destination,
-                                    IVE_CSC_MODE_E mode) {
+std::optional<EngineOperation> find_conversion(const IVE_IMAGE_S &source,
+                                               const IVE_IMAGE_S &destination,
+                                               IVE_CSC_MODE_E mode) {
   if (mode == IVE_CSC_MODE_PIC_BT601_YUV2RGB && source.enType == IVE_IMAGE_TYPE_YUV420SP &&
       destination.enType == IVE_IMAGE_TYPE_U8C3_PACKAGE) {
-    return Work::kYuvToRgb;
+    return EngineOperation::kYuvToRgb;
   }
   if (mode == IVE_CSC_MODE_PIC_BT601_RGB2YUV && source.enType == IVE_IMAGE_TYPE_U8C3_PACKAGE &&
       destination.enType == IVE_IMAGE_TYPE_YUV420SP) {
-    return Work::kRgbToYuv;
+    return EngineOperation::kRgbToYuv;
   }
   return std::nullopt;
 }
 
-// The arguments that both submissions have. Null images stay empty.
+// Records the arguments that both operations have. Null images stay zero.
 tavrine_devkit_mpp_call_t submission(const IVE_IMAGE_S *source, const IVE_IMAGE_S *destination,
                                      HI_BOOL is_instant) {
   tavrine_devkit_mpp_call_t call = {};
@@ -32,12 +33,13 @@ tavrine_devkit_mpp_call_t submission(const IVE_IMAGE_S *source, const IVE_IMAGE_
   return call;
 }
 
-// Puts a task of one of the kinds into the queue.
-HI_S32 submit(std::optional<Work> work, tavrine_devkit_mpp_call_t &call, IVE_HANDLE *handle) {
-  if (!work) {
+// Queues a task; nothing means an unsupported operation.
+HI_S32 submit(std::optional<EngineOperation> operation, tavrine_devkit_mpp_call_t &call,
+              IVE_HANDLE *handle) {
+  if (!operation) {
     return TAVRINE_DEVKIT_IVE_NOT_SUPPORTED;
   }
-  const HI_S32 code = submit_task({*work, call.source, call.destination}, handle);
+  const HI_S32 code = submit_task({*operation, call.source, call.destination}, handle);
   if (code == HI_SUCCESS) {
     call.handle = *handle;
   }
@@ -81,7 +83,9 @@ HI_S32 HI_MPI_IVE_Resize(IVE_HANDLE *handle, const IVE_IMAGE_S sources[],
                      !find_engine_range(control->stMem.u64PhyAddr, control->stMem.u32Size))) {
       return TAVRINE_DEVKIT_IVE_BAD_ADDRESS;
     }
-    return submit(is_known ? std::optional<Work>(Work::kResize) : std::nullopt, call, handle);
+    return submit(
+        is_known ? std::optional<EngineOperation>(EngineOperation::kResize) : std::nullopt, call,
+        handle);
   });
 }
 

@@ -4,23 +4,23 @@
 
 #include <new>
 
+#include "calls.h"
 #include "mmz_pages.h"
-#include "switchboard.h"
 
 namespace tavrine::devkit {
 namespace {
 
 constexpr uint64_t kFirstPhysicalAddress = 0x80000000;
 
-struct Block {
+struct MmzBlock {
   uint64_t physical = 0;
   uint32_t requested_bytes = 0;
   MmzPages pages;
-  Block *next = nullptr;
+  MmzBlock *next = nullptr;
 };
 
-// By physical address.
-Block *blocks = nullptr;
+// Sorted by physical address.
+MmzBlock *blocks = nullptr;
 tavrine_devkit_mmz_usage_t usage = {};
 
 uint64_t round_up_to_pages(uint32_t size) {
@@ -28,20 +28,20 @@ uint64_t round_up_to_pages(uint32_t size) {
   return (size + page - 1) / page * page;
 }
 
-// Whether `size` bytes that begin `offset` bytes after the beginning are inside.
-bool holds(const Block &block, uint64_t offset, uint64_t size) {
+// Whether `size` bytes at `offset` lie inside the block.
+bool holds(const MmzBlock &block, uint64_t offset, uint64_t size) {
   const uint64_t bytes = block.pages.size();
   return offset < bytes && size <= bytes - offset;
 }
 
-// Below the beginning the offset wraps to more than a block holds.
-uint64_t offset_of(const Block &block, const void *address) {
+// For an address below the block, the offset wraps to more than any block holds.
+uint64_t offset_of(const MmzBlock &block, const void *address) {
   return uint64_t{reinterpret_cast<uintptr_t>(address)} -
          uint64_t{reinterpret_cast<uintptr_t>(block.pages.address())};
 }
 
-Block *find_block(const void *address) {
-  for (Block *block = blocks; block != nullptr; block = block->next) {
+MmzBlock *find_block(const void *address) {
+  for (MmzBlock *block = blocks; block != nullptr; block = block->next) {
     if (holds(*block, offset_of(*block, address), 1)) {
       return block;
     }
@@ -49,10 +49,10 @@ Block *find_block(const void *address) {
   return nullptr;
 }
 
-// Puts the block into the first gap of physical addresses that has room for it.
-void insert(Block *block) {
+// Gives the block the lowest free range of physical addresses that fits.
+void insert(MmzBlock *block) {
   block->physical = kFirstPhysicalAddress;
-  Block **link = &blocks;
+  MmzBlock **link = &blocks;
   while (*link != nullptr && (*link)->physical - block->physical < block->pages.size()) {
     block->physical = (*link)->physical + (*link)->pages.size();
     link = &(*link)->next;
@@ -74,7 +74,7 @@ HI_S32 allocate_mmz(uint32_t size, uint64_t *physical, void **address) {
   if (bytes > PTRDIFF_MAX) {
     return TAVRINE_DEVKIT_SYS_NO_MEMORY;
   }
-  auto *block = new (std::nothrow) Block;
+  auto *block = new (std::nothrow) MmzBlock;
   if (block == nullptr || !block->pages.allocate(static_cast<size_t>(bytes))) {
     delete block;
     return TAVRINE_DEVKIT_SYS_NO_MEMORY;
@@ -89,8 +89,8 @@ HI_S32 allocate_mmz(uint32_t size, uint64_t *physical, void **address) {
 }
 
 HI_S32 free_mmz(uint64_t physical, const void *address) {
-  for (Block **link = &blocks; *link != nullptr; link = &(*link)->next) {
-    Block *block = *link;
+  for (MmzBlock **link = &blocks; *link != nullptr; link = &(*link)->next) {
+    MmzBlock *block = *link;
     if (block->physical == physical && block->pages.address() == address) {
       *link = block->next;
       --usage.blocks;
@@ -103,7 +103,7 @@ HI_S32 free_mmz(uint64_t physical, const void *address) {
 }
 
 HI_S32 flush_mmz(uint64_t physical, const void *address, uint32_t size) {
-  Block *block = find_block(address);
+  MmzBlock *block = find_block(address);
   if (block == nullptr) {
     return TAVRINE_DEVKIT_SYS_ILLEGAL_PARAM;
   }
@@ -116,7 +116,7 @@ HI_S32 flush_mmz(uint64_t physical, const void *address, uint32_t size) {
 }
 
 std::optional<uint64_t> physical_address_of(const void *address) {
-  const Block *block = find_block(address);
+  const MmzBlock *block = find_block(address);
   if (block == nullptr) {
     return std::nullopt;
   }
@@ -124,7 +124,7 @@ std::optional<uint64_t> physical_address_of(const void *address) {
 }
 
 std::optional<EngineRange> find_engine_range(uint64_t physical, uint64_t size) {
-  for (Block *block = blocks; block != nullptr; block = block->next) {
+  for (MmzBlock *block = blocks; block != nullptr; block = block->next) {
     const uint64_t offset = physical - block->physical;
     if (holds(*block, offset, size)) {
       return EngineRange(block->pages, static_cast<size_t>(offset));

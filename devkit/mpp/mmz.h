@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "exported.h"
+#include "mpp_api.h"
 
 namespace tavrine::devkit {
 
@@ -15,7 +15,7 @@ HI_S32 allocate_mmz(uint32_t size, uint64_t *physical, void **address);
 HI_S32 free_mmz(uint64_t physical, const void *address);
 HI_S32 flush_mmz(uint64_t physical, const void *address, uint32_t size);
 
-// Empty when the address lies in no block.
+// Nothing if the address is not in a block.
 std::optional<uint64_t> physical_address_of(const void *address);
 
 // A range of one block, as the engine sees it.
@@ -32,7 +32,7 @@ class EngineRange {
   size_t offset_ = 0;
 };
 
-// Empty when the range does not lie in one block.
+// Nothing if the range is not within one block.
 std::optional<EngineRange> find_engine_range(uint64_t physical, uint64_t size);
 
 }  // namespace tavrine::devkit

@@ -49,7 +49,7 @@ void MmzPages::flush(size_t offset, size_t size) {
   if (size == 0) {
     return;
   }
-  // Blocks are whole pages, so their lines are whole.
+  // Blocks are whole pages, so rounding stays inside.
   const size_t begin = offset / kLineBytes * kLineBytes;
   const size_t end = (offset + size + kLineBytes - 1) / kLineBytes * kLineBytes;
   std::memcpy(engine_ + begin, cpu_inside_ + begin, end - begin);

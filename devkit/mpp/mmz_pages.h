@@ -13,14 +13,14 @@ class MmzPages {
   MmzPages(const MmzPages &) = delete;
   MmzPages &operator=(const MmzPages &) = delete;
 
-  // False when memory is exhausted. Both views begin as zeros.
+  // False when memory is exhausted. Both views are filled with zeros.
   bool allocate(size_t size);
 
-  // The CPU's view, where its caller may take access to it away.
+  // The CPU's view, which the caller may protect against access.
   uint8_t *address() const { return cpu_; }
   size_t size() const { return size_; }
 
-  // Writes back the cache lines that the range touches.
+  // Writes back the cache lines that overlap the range.
   void flush(size_t offset, size_t size);
 
   const uint8_t *engine_bytes() const { return engine_; }

@@ -1,6 +1,6 @@
-// The platform's calls for memory.
+// The platform's memory functions.
+#include "calls.h"
 #include "mmz.h"
-#include "switchboard.h"
 
 using namespace tavrine::devkit;
 

@@ -1,11 +1,11 @@
 #include "task_queue.h"
 
-#include "engine_work.h"
+#include "engine_operations.h"
 
 namespace tavrine::devkit {
 namespace {
 
-// Handles count the tasks, so that a task's place follows from its handle.
+// Handles are consecutive numbers, so that a handle gives its task's place.
 Task queue[TAVRINE_DEVKIT_IVE_QUEUE_DEPTH];
 IVE_HANDLE oldest = 0;
 IVE_HANDLE next = 0;
@@ -17,19 +17,19 @@ HI_S32 find_images(const Task &task, EngineImage *source, EngineImage *destinati
   return found_source != HI_SUCCESS ? found_source : find_image(task.destination, destination);
 }
 
-void carry_out_oldest() {
+void run_oldest() {
   const Task &task = place_of(oldest++);
   EngineImage source = {};
   EngineImage destination = {};
   if (find_images(task, &source, &destination) != HI_SUCCESS) {
-    return;  // freed since
+    return;  // their memory was freed meanwhile
   }
-  switch (task.work) {
-    case Work::kYuvToRgb:
+  switch (task.operation) {
+    case EngineOperation::kYuvToRgb:
       return convert_yuv_to_rgb(source, destination);
-    case Work::kRgbToYuv:
+    case EngineOperation::kRgbToYuv:
       return convert_rgb_to_yuv(source, destination);
-    case Work::kResize:
+    case EngineOperation::kResize:
       return resize_grey(source, destination);
   }
 }
@@ -44,7 +44,7 @@ HI_S32 submit_task(const Task &task, IVE_HANDLE *handle) {
     return found;
   }
   if (next - oldest == TAVRINE_DEVKIT_IVE_QUEUE_DEPTH) {
-    carry_out_oldest();
+    run_oldest();
     return HI_ERR_IVE_BUF_FULL;
   }
   place_of(next) = task;
@@ -60,10 +60,10 @@ HI_S32 query_task(IVE_HANDLE handle, HI_BOOL *is_finished, HI_BOOL is_blocking) 
     return TAVRINE_DEVKIT_IVE_ILLEGAL_PARAM;
   }
   if (is_blocking == HI_FALSE && oldest <= handle) {
-    carry_out_oldest();
+    run_oldest();
   }
   while (is_blocking != HI_FALSE && oldest <= handle) {
-    carry_out_oldest();
+    run_oldest();
   }
   *is_finished = oldest > handle ? HI_TRUE : HI_FALSE;
   return HI_SUCCESS;

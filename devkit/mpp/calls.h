@@ -1,11 +1,11 @@
-// Every call of the platform goes through here: one at a time, as a test has ordered, and
-// seen by its observer.
+// Every call of the platform goes through serve(): one at a time, with the faults that a test
+// injects, and reported to its observer.
 #pragma once
 
 #include <mutex>
 #include <optional>
 
-#include "exported.h"
+#include "mpp_api.h"
 
 namespace tavrine::devkit {
 
@@ -23,7 +23,7 @@ namespace tavrine::devkit {
 enum class MppFunction { TAVRINE_MPP_FUNCTIONS(TAVRINE_ENUMERATOR) };
 #undef TAVRINE_ENUMERATOR
 
-struct OrderedAnswer {
+struct Fault {
   HI_S32 code;
   bool does_its_work;
 };
@@ -32,22 +32,22 @@ struct OrderedAnswer {
 std::recursive_mutex &platform_mutex();
 
 const char *name_of(MppFunction function);
-std::optional<OrderedAnswer> take_order(MppFunction function);
-void show_to_observer(const tavrine_devkit_mpp_call_t &call);
+std::optional<Fault> consume_fault(MppFunction function);
+void notify_observer(const tavrine_devkit_mpp_call_t &call);
 
-// Serves a call whose record holds its arguments. `work` answers the code and may add results.
+// Serves a call whose record holds the arguments. `work` returns the code and may add results.
 template <typename Work>
 HI_S32 serve(MppFunction function, tavrine_devkit_mpp_call_t &call, Work work) {
   const std::lock_guard<std::recursive_mutex> lock(platform_mutex());
   call.name = name_of(function);
-  const std::optional<OrderedAnswer> ordered = take_order(function);
-  if (!ordered || ordered->does_its_work) {
+  const std::optional<Fault> fault = consume_fault(function);
+  if (!fault || fault->does_its_work) {
     call.code = work();
   }
-  if (ordered) {
-    call.code = ordered->code;
+  if (fault) {
+    call.code = fault->code;
   }
-  show_to_observer(call);
+  notify_observer(call);
   return call.code;
 }
 

@@ -1,4 +1,4 @@
-// Memory of either type, owned by whoever holds the block.
+// A block of host or device memory with one owner.
 #pragma once
 
 #include <cstddef>
@@ -9,36 +9,36 @@
 
 namespace tavrine::devkit {
 
-// What fresh memory holds: code that counts on zeros shows itself.
+// Fills new memory, so that code which relies on zeros fails visibly.
 inline constexpr uint8_t kFreshByte = 0xA5;
 
 constexpr bool is_memory_type(int32_t mem_type) {
   return mem_type == TAVRINE_MEMORY_HOST || mem_type == TAVRINE_MEMORY_DEVICE;
 }
 
-class MemoryBlock {
+class OwnedMemory {
  public:
-  MemoryBlock() = default;
-  MemoryBlock(MemoryBlock &&other) noexcept
+  OwnedMemory() = default;
+  OwnedMemory(OwnedMemory &&other) noexcept
       : mem_type_(other.mem_type_),
         data_(std::exchange(other.data_, nullptr)),
         size_(std::exchange(other.size_, 0)) {}
-  MemoryBlock &operator=(MemoryBlock &&other) noexcept {
+  OwnedMemory &operator=(OwnedMemory &&other) noexcept {
     std::swap(mem_type_, other.mem_type_);
     std::swap(data_, other.data_);
     std::swap(size_, other.size_);
     return *this;
   }
-  ~MemoryBlock();
+  ~OwnedMemory();
 
-  // Null data when the memory is exhausted, the memory type unknown or the size 0.
-  static MemoryBlock allocate(int32_t mem_type, uint64_t size);
+  // data() is null when memory is exhausted, the memory type unknown or the size 0.
+  static OwnedMemory allocate(int32_t mem_type, uint64_t size);
 
   uint8_t *data() const { return data_; }
   size_t size() const { return size_; }
 
  private:
-  MemoryBlock(int32_t mem_type, uint8_t *data, size_t size)
+  OwnedMemory(int32_t mem_type, uint8_t *data, size_t size)
       : mem_type_(mem_type), data_(data), size_(size) {}
 
   int32_t mem_type_ = TAVRINE_MEMORY_HOST;

@@ -1,4 +1,4 @@
-#include "switchboard.h"
+#include "calls.h"
 
 #include <cstring>
 
@@ -7,9 +7,9 @@ namespace {
 
 struct FunctionState {
   const char *name;
-  int32_t calls_before;  // that the order does not concern
-  int32_t calls_left;    // that it does; 0: none ordered
-  OrderedAnswer answer;
+  int32_t calls_before;  // calls that still succeed
+  int32_t calls_left;    // calls that fail after these; 0: no fault pending
+  Fault fault;
 };
 
 #define TAVRINE_STATE(name) {#name, 0, 0, {}},
@@ -30,7 +30,7 @@ std::recursive_mutex &platform_mutex() {
 
 const char *name_of(MppFunction function) { return state_of(function).name; }
 
-std::optional<OrderedAnswer> take_order(MppFunction function) {
+std::optional<Fault> consume_fault(MppFunction function) {
   FunctionState &state = state_of(function);
   if (state.calls_left == 0) {
     return std::nullopt;
@@ -40,10 +40,10 @@ std::optional<OrderedAnswer> take_order(MppFunction function) {
     return std::nullopt;
   }
   --state.calls_left;
-  return state.answer;
+  return state.fault;
 }
 
-void show_to_observer(const tavrine_devkit_mpp_call_t &call) {
+void notify_observer(const tavrine_devkit_mpp_call_t &call) {
   if (observer != nullptr) {
     observer(observer_arg, &call);
   }
@@ -60,7 +60,7 @@ int32_t tavrine_devkit_mpp_order(const char *name, int32_t first, int32_t count,
     if (name != nullptr && std::strcmp(state.name, name) == 0 && first >= 1 && count >= 1) {
       state.calls_before = first - 1;
       state.calls_left = count;
-      state.answer = {code, does != TAVRINE_DEVKIT_MPP_NOTHING};
+      state.fault = {code, does != TAVRINE_DEVKIT_MPP_NOTHING};
       return 0;
     }
   }
@@ -69,12 +69,12 @@ int32_t tavrine_devkit_mpp_order(const char *name, int32_t first, int32_t count,
 
 int32_t tavrine_devkit_mpp_clear_orders() {
   const std::lock_guard<std::recursive_mutex> lock(platform_mutex());
-  int32_t open = 0;
+  int32_t pending = 0;
   for (FunctionState &state : states) {
-    open += state.calls_left > 0 ? 1 : 0;
+    pending += state.calls_left > 0 ? 1 : 0;
     state.calls_left = 0;
   }
-  return open;
+  return pending;
 }
 
 void tavrine_devkit_mpp_set_observer(tavrine_devkit_mpp_observer_fn function, void *arg) {

@@ -1,4 +1,4 @@
-// What the engine does to pixels. Images are of the types and sizes that each work needs.
+// What the engine does to pixels. The caller has checked types and sizes.
 #pragma once
 
 #include "engine_image.h"

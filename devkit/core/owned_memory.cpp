@@ -1,4 +1,4 @@
-#include "memory_block.h"
+#include "owned_memory.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -8,13 +8,13 @@
 namespace tavrine::devkit {
 namespace {
 
-// What the camera can address at most: a picture too large there is too large everywhere.
-constexpr uint64_t kMaximumBytes = INT32_MAX;
+// The camera's limit: what is too large there is too large everywhere.
+constexpr uint64_t kMaxBytes = INT32_MAX;
 
 // A cache line.
 constexpr size_t kHostAlignment = 64;
 
-// The size is not rounded up, so that memory checkers see the first byte too far.
+// The size is not rounded up, so that memory checkers detect the first byte past the end.
 void *allocate_host_memory(size_t size) {
   void *data = nullptr;
   return posix_memalign(&data, kHostAlignment, size) == 0 ? data : nullptr;
@@ -22,8 +22,8 @@ void *allocate_host_memory(size_t size) {
 
 }  // namespace
 
-MemoryBlock MemoryBlock::allocate(int32_t mem_type, uint64_t size) {
-  if (!is_memory_type(mem_type) || size == 0 || size > kMaximumBytes) {
+OwnedMemory OwnedMemory::allocate(int32_t mem_type, uint64_t size) {
+  if (!is_memory_type(mem_type) || size == 0 || size > kMaxBytes) {
     return {};
   }
   const auto bytes = static_cast<size_t>(size);
@@ -40,7 +40,7 @@ MemoryBlock MemoryBlock::allocate(int32_t mem_type, uint64_t size) {
   return {mem_type, static_cast<uint8_t *>(data), bytes};
 }
 
-MemoryBlock::~MemoryBlock() {
+OwnedMemory::~OwnedMemory() {
   if (data_ == nullptr) {
     return;
   }
