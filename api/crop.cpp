@@ -10,28 +10,26 @@
 namespace tavrine {
 namespace {
 
-// A new frame's plane is cleared as one block: its padding is nobody else's picture.
-bool clear_plane(const tavrine_frame_t *frame, int plane, int32_t rows, int32_t tight_stride) {
-  const int32_t stride = frame->strides[plane] != 0 ? frame->strides[plane] : tight_stride;
-  const size_t bytes = static_cast<size_t>(stride) * static_cast<size_t>(rows);
-  OwnedBuffer buffer(tavrine_buffer_make(frame->planes[plane], bytes, tavrine_frame_mem_type(frame),
-                                         nullptr, nullptr));
+// Clears a plane as one block, its padding too: nobody shares the memory of a new frame.
+bool clear_plane(const tavrine_frame_t *frame, int plane) {
+  const PlaneRows rows = plane_rows(frame, plane);
+  const size_t bytes = static_cast<size_t>(rows.stride) * static_cast<size_t>(rows.rows);
+  OwnedBuffer buffer(
+      tavrine_buffer_make(rows.data, bytes, tavrine_frame_mem_type(frame), nullptr, nullptr));
   return buffer && tavrine_buffer_set(buffer.get(), 0) == TAVRINE_OK;
 }
 
-// What the source does not cover is byte 0, in chroma too. Four-byte formats stay as they are.
+// Sets what the source will not cover to byte 0, chroma included. BGRA, ARGB and Y16 are not
+// cleared, and a failure is not reported: callers rely on both.
 void clear_new_frame(tavrine_frame_t *frame) {
-  const uint32_t format = frame->pixel_format;
-  if (is_packed_rgb(format) || format == TAVRINE_FORMAT_GREY) {
+  const FormatLayout layout = layout_of(frame->pixel_format);
+  if (is_packed_rgb(frame->pixel_format) || frame->pixel_format == TAVRINE_FORMAT_GREY) {
     tavrine_frame_reset(frame, 0);
-  } else if (is_semi_planar(format)) {
-    if (clear_plane(frame, 0, frame->height, frame->width)) {
-      clear_plane(frame, 1, frame->height / 2, frame->width);
-    }
-  } else if (format == TAVRINE_FORMAT_YU12) {
-    if (clear_plane(frame, 0, frame->height, frame->width) &&
-        clear_plane(frame, 1, frame->height / 2, frame->width / 2)) {
-      clear_plane(frame, 2, frame->height / 2, frame->width / 2);
+    return;
+  }
+  for (int plane = 0; plane < layout.plane_count && is_yuv420(layout.code); ++plane) {
+    if (!clear_plane(frame, plane)) {
+      return;
     }
   }
 }
@@ -42,7 +40,7 @@ bool is_wholly_inside(const tavrine_frame_t *frame, const tavrine_area2d_t &area
 }
 
 // One axis of the part that area and source share: where it starts in the source and in the
-// destination, and its length, which is not positive when they do not meet.
+// destination, and its length. The length is not positive when they do not overlap.
 struct Overlap {
   int32_t source;
   int32_t destination;
@@ -90,8 +88,8 @@ int32_t tavrine_frame_crop(const tavrine_frame_t *in, tavrine_frame_t **out,
                    "Size2D{ %d, %d }!\n",
                    __func__, area.x, area.y, area.width, area.height, in->width, in->height);
   }
-  // The destination's part shares its pixels, so the copy lands in the destination. Without
-  // that part nothing may be copied, and the core answers so for a null source.
+  // The destination's part shares its pixels, so the copy writes the destination itself. Without
+  // that part the core is given a null source: it must copy nothing and return a code.
   const int32_t result =
       tavrine_frame_copy(destination_part ? source_part.get() : nullptr, destination_part.slot());
   if (allocated_here && result != TAVRINE_OK) {

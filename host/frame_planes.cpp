@@ -4,22 +4,28 @@
 
 namespace tavrine {
 
-PlaneView view_of_plane(const tavrine_frame_t *frame, int plane, int32_t columns, int32_t rows,
-                        int32_t channels) {
-  PlaneView view = {nullptr, channels, columns, rows, 0};
-  if (frame == nullptr || columns <= 0 || rows <= 0) {
+PlaneView view_of_plane(const tavrine_frame_t *frame, int plane, const PlaneLayout &layout,
+                        int32_t width, int32_t height) {
+  // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): every layout says 1 or 2
+  PlaneView view = {nullptr, layout.channels, width / layout.subsampling,
+                    height / layout.subsampling, 0};
+  if (frame == nullptr || view.columns <= 0 || view.rows <= 0) {
     return view;
   }
-  const int64_t row_bytes = static_cast<int64_t>(columns) * channels;
-  const int64_t step = frame->strides[plane] != 0 ? frame->strides[plane] : row_bytes;
-  // A plane that the address space cannot hold is no plane either; kernels count in 32 bits
-  // within a row.
-  if (row_bytes <= std::numeric_limits<int32_t>::max() && step >= row_bytes &&
-      step <= std::numeric_limits<ptrdiff_t>::max() / rows) {
-    view.data = static_cast<uint8_t *>(frame->planes[plane]);
-    view.stride = static_cast<ptrdiff_t>(step);
+  const PlaneRows rows = plane_rows(frame, plane, layout, width, height);
+  // Kernels count in 32 bits within a row, and a plane that the address space cannot hold is not
+  // one.
+  if (rows.row_bytes <= std::numeric_limits<int32_t>::max() && rows.stride >= rows.row_bytes &&
+      rows.stride <= std::numeric_limits<ptrdiff_t>::max() / rows.rows) {
+    view.data = rows.data;
+    view.stride = static_cast<ptrdiff_t>(rows.stride);
   }
   return view;
+}
+
+PlaneView view_of_plane(const tavrine_frame_t *frame, int plane) {
+  return view_of_plane(frame, plane, layout_of(frame->pixel_format).planes[plane], frame->width,
+                       frame->height);
 }
 
 }  // namespace tavrine

@@ -19,7 +19,8 @@ struct Request {
 Request make_request(int32_t color_type, const tavrine_frame_t *in,
                      const Normalization &normalization, const float padding[3]) {
   const int32_t pixel_bytes = is_packed_rgb(in->pixel_format) ? 3 : 1;
-  Request request = {color_type, in, view_of_plane(in, 0, in->width, in->height, pixel_bytes), {}};
+  Request request = {
+      color_type, in, view_of_plane(in, 0, {pixel_bytes, 1}, in->width, in->height), {}};
   for (int32_t i = 0; i < 3; ++i) {
     request.channels[i] = {normalization.mean[i], normalization.scale[i], padding[i]};
   }

@@ -223,6 +223,33 @@ TEST_F(CvtColor, RefusesOddSizesAndPlanesThatDoNotFit) {
   EXPECT_TRUE(take_log().empty());
 }
 
+// Half-size chroma of odd sizes is rounded down, but an odd width's last byte is neutral too where
+// the rows have room for it.
+TEST_F(CvtColor, NeutralChromaFillsRowsOfOddWidth) {
+  for (const auto &[width, height] : {std::pair{5, 4}, {7, 5}, {1, 4}, {4, 1}, {33, 6}, {6, 4}}) {
+    for (const uint32_t format : {TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV21}) {
+      OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, width, height);
+      fill_random(in.get(), random_);
+      const int32_t strides[4] = {width + 3, width + 2, 0, 0};
+      OwnedFrame out(tavrine_frame_alloc(0, format, width, height, strides, 0));
+      auto *chroma = static_cast<uint8_t *>(out->planes[1]);
+      const auto bytes = static_cast<size_t>(strides[1]) * static_cast<size_t>(height / 2);
+      std::fill_n(chroma, bytes, uint8_t{7});
+      ASSERT_EQ(tavrine_frame_cvt_color(in.get(), out.slot(), format), 0);
+      for (size_t i = 0; i < bytes; ++i) {
+        const bool is_padding = i % static_cast<size_t>(strides[1]) >= static_cast<size_t>(width);
+        ASSERT_EQ(chroma[i], is_padding ? 7 : 128) << width << "x" << height << " byte " << i;
+      }
+      // Rows without that room, up to the end of their memory.
+      OwnedFrame tight;
+      ASSERT_EQ(tavrine_frame_cvt_color(in.get(), tight.slot(), format), 0);
+      std::vector<uint8_t> expected = pixels_of(in.get());
+      expected.resize(expected.size() + static_cast<size_t>(width / 2 * 2 * (height / 2)), 128);
+      ASSERT_EQ(pixels_of(tight.get()), expected) << width << "x" << height;
+    }
+  }
+}
+
 class ContrastStretch : public LibraryTest {
  protected:
   std::vector<uint8_t> stretch(int width, const std::vector<uint16_t> &samples) {
