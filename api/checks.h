@@ -1,15 +1,15 @@
-// The two checks at the head of the geometric and crop entry points. They answer alike
-// faults differently on purpose: -1 where a destination is prepared, -4 where two existing
-// frames are compared.
+// The two checks at the head of the geometric and crop entry points. They return different codes
+// for the same fault, on purpose: TAVRINE_INVALID_ARGUMENT where a destination is prepared,
+// TAVRINE_FAILURE where two existing frames are compared.
 #pragma once
 
 #include "tavrine_types.h"
 
 namespace tavrine {
 
-// Fills an empty slot with a frame like `in` of the given size, or proves that the caller's
-// frame can take the result: same format and memory type, at least as large. Odd sizes of
-// 4:2:0 formats are refused; a frame allocated here stays in the slot then.
+// Allocates a frame like `in` of the given size into an empty slot, or checks that the caller's
+// frame can take the result: same format and memory type, at least as large. Odd sizes of 4:2:0
+// formats are refused; a frame allocated here then stays in the slot.
 int32_t prepare_dst_frame(const tavrine_frame_t *in, tavrine_frame_t **out, int32_t width,
                           int32_t height, const char *caller);
 

@@ -19,7 +19,7 @@ int32_t reference_luma(const tavrine_frame_t *in, tavrine_frame_t **out) {
   return result;
 }
 
-// Unlike the geometric operations, conversion wants a destination of exactly the source's size.
+// Unlike the geometric operations, a conversion needs a destination of exactly the source's size.
 bool can_take_conversion(const tavrine_frame_t *in, const tavrine_frame_t *given, uint32_t format,
                          const char *caller) {
   const int32_t required_memory = tavrine_frame_mem_type(in);

@@ -1,4 +1,4 @@
-// Resize, scale, rotation and the two warps.
+// Resize, scale, rotate and the two warps.
 #include "api/checks.h"
 #include "api/dispatch.h"
 #include "common/numeric.h"
@@ -7,7 +7,8 @@
 namespace tavrine {
 namespace {
 
-// Both checks, in their order, for an operation whose destination is a slot.
+// Both checks, in their order, for an operation with a destination slot. The second repeats what
+// the first has established, and catches a core that allocated something else.
 int32_t prepare_slot(const tavrine_frame_t *in, tavrine_frame_t **out, int32_t width,
                      int32_t height, const char *caller) {
   const int32_t prepared = prepare_dst_frame(in, out, width, height, caller);
@@ -68,25 +69,25 @@ int32_t tavrine_frame_scale(const tavrine_frame_t *in, tavrine_frame_t **out, fl
 }
 
 int32_t tavrine_frame_rotate(const tavrine_frame_t *in, tavrine_frame_t **out, int32_t code) {
-  struct Turn {
+  struct Rotation {
     float degrees;
     bool swaps_sides;
   };
-  constexpr Turn kTurns[] = {{90.0F, true}, {180.0F, false}, {270.0F, true}};
+  constexpr Rotation kRotations[] = {{90.0F, true}, {180.0F, false}, {270.0F, true}};
   if (in == nullptr || out == nullptr || code < 0 || code > 2) {
     return TAVRINE_INVALID_ARGUMENT;
   }
-  const Turn &turn = kTurns[code];
+  const Rotation &rotation = kRotations[code];
   const Destination destination =
       *out == nullptr ? Destination::kAllocatedHere : Destination::kCallers;
   const int32_t prepared =
-      tavrine::prepare_slot(in, out, turn.swaps_sides ? in->height : in->width,
-                            turn.swaps_sides ? in->width : in->height, __func__);
+      tavrine::prepare_slot(in, out, rotation.swaps_sides ? in->height : in->width,
+                            rotation.swaps_sides ? in->width : in->height, __func__);
   if (prepared != TAVRINE_OK) {
     return prepared;
   }
   return tavrine::dispatch(&BackendOps::rotate, {__func__, 758}, in, out, destination,
-                           turn.degrees);
+                           rotation.degrees);
 }
 
 int32_t tavrine_frame_warpaffine(const tavrine_frame_t *in, tavrine_frame_t *out,

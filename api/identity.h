@@ -1,4 +1,4 @@
-// What the library says about itself.
+// The texts by which the library identifies itself.
 #pragma once
 
 #include "build_description.h"

@@ -1,4 +1,4 @@
-// The library file is a program too: started as one, it prints its banner and ends.
+// The library file can be started as a program: it prints its banner and exits.
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,8 +7,8 @@
 
 #if defined(__x86_64__)
 #define TAVRINE_LOADER "/lib64/ld-linux-x86-64.so.2"
-// The loader jumps here without a call, so the stack stands eight bytes off what a compiled
-// function expects.
+// The loader jumps here without a call, so the stack is eight bytes off the alignment that a
+// compiled function expects.
 #define TAVRINE_ENTRY_ATTRIBUTES __attribute__((force_align_arg_pointer, noreturn, used))
 #elif defined(__arm__)
 #define TAVRINE_LOADER "/lib/ld-linux-armhf.so.3"

@@ -1,9 +1,8 @@
-#include <algorithm>
 #include <memory>
 #include <new>
 
+#include "api/batch_items.h"
 #include "api/tensor_checks.h"
-#include "backend/batch_item.h"
 #include "common/allocate.h"
 #include "common/log.h"
 #include "common/owned.h"
@@ -15,7 +14,7 @@ namespace {
 
 constexpr char kName[] = "tavrine_frame_transform_to_tensor_batch";
 
-// What the caller passed, as far as several steps need it.
+// The arguments that several steps need.
 struct Batch {
   tavrine_tensor_t *tensor;
   int32_t color_type;
@@ -25,58 +24,8 @@ struct Batch {
   tavrine_buffer_t **workspace;
 };
 
-struct Ratios {
-  float vertical;
-  float horizontal;
-};
-
-Ratios ratios_of(const tavrine_area2d_t &area, const tavrine_tensor_t *tensor,
-                 int32_t resize_mode) {
-  const float vertical = static_cast<float>(area.height) / static_cast<float>(tensor->shape[2]);
-  const float horizontal = static_cast<float>(area.width) / static_cast<float>(tensor->shape[3]);
-  if (resize_mode == TAVRINE_RESIZE_STRETCH) {
-    return {vertical, horizontal};
-  }
-  const float larger = std::max(horizontal, vertical);
-  return {larger, larger};
-}
-
-bool touches(const tavrine_area2d_t &area, const tavrine_frame_t *frame) {
-  return area.x < frame->width && area.y < frame->height && int64_t{area.x} + area.width >= 1 &&
-         int64_t{area.y} + area.height >= 1;
-}
-
-void set_order(int32_t order[3], bool is_reversed) {
-  for (int32_t i = 0; i < 3; ++i) {
-    order[i] = is_reversed ? 2 - i : i;
-  }
-}
-
-BatchItem make_item(const tavrine_frame_t *frame, const tavrine_area2d_t &area,
-                    const Ratios &ratios, int32_t color_type, const float *padding) {
-  BatchItem item = {};
-  item.pixels = frame->planes[0];
-  item.pixel_bytes = tavrine_frame_pixel_size(frame->pixel_format);
-  item.frame_height = frame->height;
-  item.frame_width = frame->width;
-  item.stride = frame->strides[0];
-  if (item.pixel_bytes == 3) {
-    const bool is_blue_first = frame->pixel_format == TAVRINE_FORMAT_BGR24;
-    set_order(item.output_channels, is_blue_first != (color_type == TAVRINE_TENSOR_BGR));
-    set_order(item.source_channels, is_blue_first);
-  }
-  item.vertical_ratio = ratios.vertical;
-  item.horizontal_ratio = ratios.horizontal;
-  if (padding != nullptr) {
-    std::copy_n(padding, 3, item.padding);
-  }
-  item.area = area;
-  item.pixel_format = frame->pixel_format;
-  return item;
-}
-
-// A workspace of the wrong memory is of no use and goes; its size does not matter, since the
-// slot sets it for each item.
+// Replaces a workspace of the wrong memory type. The size does not matter: the operation sets it
+// for each item.
 bool prepare_workspace(tavrine_buffer_t **workspace, int32_t memory) {
   constexpr size_t kFirstBytes = 1024;
   if (*workspace != nullptr && tavrine_buffer_mem_type(*workspace) != memory) {
@@ -88,8 +37,8 @@ bool prepare_workspace(tavrine_buffer_t **workspace, int32_t memory) {
   return *workspace != nullptr;
 }
 
-// Frames that live for one call. Their count has been held in larger records before, so it
-// cannot wrap here.
+// Frames that live for one call. No overflow check: BatchItem is larger, and `count` of those
+// have been allocated already.
 class TemporaryFrames {
  public:
   explicit TemporaryFrames(int32_t count)
@@ -132,7 +81,7 @@ int32_t run_on_uploaded_frames(const Batch &batch, BatchItem *items) {
   return run(device_ops, batch, items, uploaded.get()) == TAVRINE_OK ? TAVRINE_OK : TAVRINE_FAILURE;
 }
 
-// Settles where frames and workspace live, and hands over.
+// Brings frames and workspace into the memory that the tensor needs, and runs the operation.
 int32_t place_and_run(const Batch &batch, BatchItem *items) {
   const int32_t tensor_memory = tavrine_tensor_mem_type(batch.tensor);
   const int32_t frame_memory = tavrine_frame_mem_type(batch.frames[0]);

@@ -1,5 +1,7 @@
-// One region of a batch, as the entry point settled it. A backend that scales and fills in one
-// pass finds everything here; one that goes through frames needs only a part.
+// One region of a batch, prepared by the entry point.
+//
+// The record is complete for an engine that scales and fills in one pass. The CPU goes through
+// frames and reads only the sizes, the ratios, the padding and the area.
 #pragma once
 
 #include "backend/operations.h"

@@ -1,6 +1,6 @@
-// The seven operations that a backend offers. The tables are constant data; a slot answers
-// 0, a negative code, or TAVRINE_NOT_SUPPORTED for what its backend lacks. Slots 0 to 4
-// receive frames that exist already: a slot only fills pixels.
+// The seven operations of a backend. The tables are constant data. An operation returns 0, a
+// negative code, or TAVRINE_NOT_SUPPORTED for what its backend lacks. The first five receive
+// frames that exist already and only fill pixels.
 #pragma once
 
 #include "tavrine_types.h"
@@ -13,7 +13,7 @@ struct Normalization {
   float scale[3];
 };
 
-// One region of a batch, settled by the entry point.
+// One region of a batch: backend/batch_item.h.
 struct BatchItem;
 
 struct BackendOps {
@@ -21,6 +21,7 @@ struct BackendOps {
   int32_t (*rotate)(const tavrine_frame_t *in, tavrine_frame_t *out, float degrees);
   int32_t (*warpaffine)(const tavrine_frame_t *in, tavrine_frame_t *out, const float *matrix);
   int32_t (*warpperspective)(const tavrine_frame_t *in, tavrine_frame_t *out, const float *matrix);
+  // `format` is what the caller asked for; the destination's record has the target.
   int32_t (*cvt_color)(const tavrine_frame_t *in, tavrine_frame_t *out, uint32_t format);
   int32_t (*to_tensor)(tavrine_tensor_t *tensor, uint32_t element_offset, int32_t color_type,
                        const tavrine_frame_t *in, const Normalization &normalization,

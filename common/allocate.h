@@ -1,4 +1,4 @@
-// Scratch memory that a call needs and may not get.
+// Scratch memory; null instead of an exception when there is none.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace tavrine {
 
-// Null when memory ran out or the address space cannot hold that many.
+// Null when memory ran out or the address space cannot hold that many elements.
 template <typename Element>
 std::unique_ptr<Element[]> allocate(int64_t count) {
   if (count > static_cast<int64_t>(std::numeric_limits<ptrdiff_t>::max() / sizeof(Element))) {

@@ -1,4 +1,4 @@
-// Log records of this library: the tags of its layers, and the line that goes with a text.
+// Log records: levels, the tag of each layer, and line numbers.
 #pragma once
 
 #include "tavrine_core.h"
@@ -13,7 +13,7 @@ inline constexpr char kTagHisvp[16] = "aux.hisvp";
 
 }  // namespace tavrine
 
-// Support staff search for text and line together: texts with an assigned line pass it,
-// the others the line of the call.
+// Support staff search for a text together with its line number. A text with an assigned number
+// passes that; the others pass the line of the call.
 #define TAVRINE_LOG(level, tag, ...) tavrine_log((level), (tag), __LINE__, __VA_ARGS__)
 #define TAVRINE_LOG_AT(line, level, tag, ...) tavrine_log((level), (tag), (line), __VA_ARGS__)

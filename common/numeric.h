@@ -1,12 +1,15 @@
-// The conversions whose result the machine would otherwise decide.
+// Float-to-integer conversions, defined for every input (C++ leaves out-of-range values
+// undefined).
 #pragma once
 
 #include <cstdint>
 #include <limits>
 
+#include "common/strict_floating_point.h"
+
 namespace tavrine {
 
-// Toward zero, saturated, NaN as 0: what the camera's floating-point unit does.
+// Toward zero, saturated, NaN to 0: as the camera's floating-point unit does it.
 constexpr int32_t truncate_to_int32(double value) {
   if (!(value > std::numeric_limits<int32_t>::min())) {
     return value != value ? 0 : std::numeric_limits<int32_t>::min();
@@ -17,7 +20,7 @@ constexpr int32_t truncate_to_int32(double value) {
   return static_cast<int32_t>(value);
 }
 
-// The same, without a detour through double precision.
+// The same in single precision.
 constexpr int32_t truncate_to_int32(float value) {
   constexpr float kEnd = 2147483648.0F;
   if (!(value > -kEnd)) {
@@ -26,7 +29,7 @@ constexpr int32_t truncate_to_int32(float value) {
   return value >= kEnd ? std::numeric_limits<int32_t>::max() : static_cast<int32_t>(value);
 }
 
-// The same without a sign: what is below 0 becomes 0.
+// The same to an unsigned integer: values below 0 become 0.
 constexpr uint32_t truncate_to_uint32(double value) {
   if (!(value > 0)) {
     return 0;
@@ -37,8 +40,8 @@ constexpr uint32_t truncate_to_uint32(double value) {
   return static_cast<uint32_t>(value);
 }
 
-// To the nearest, halves away from zero; otherwise as the truncation. In double precision the
-// half that is added never lifts a float to an integer that it is not nearest to.
+// To the nearest integer, halves away from zero; saturated, NaN to 0. In single precision the sum
+// could round up to an integer that is not the nearest; in double precision it cannot.
 constexpr int32_t round_to_int32(float value) {
   return truncate_to_int32(static_cast<double>(value) + (value < 0 ? -0.5 : 0.5));
 }

@@ -1,4 +1,4 @@
-// Owners of core handles: what a call creates is released when it returns, on every path.
+// Owners of core handles: they release what a call creates, on every path.
 #pragma once
 
 #include <utility>
@@ -24,7 +24,7 @@ class Owned {
   Handle *operator->() const { return handle_; }
   explicit operator bool() const { return handle_ != nullptr; }
 
-  // For operations that fill or use a slot.
+  // For core operations that take a slot.
   Handle **slot() { return &handle_; }
 
   Handle *release() { return std::exchange(handle_, nullptr); }

@@ -1,4 +1,4 @@
-// What a tensor's colour type asks of its tensor and of its frames.
+// What a tensor's colour type requires of the tensor and of the frames.
 #pragma once
 
 #include "common/pixel_format.h"
@@ -6,7 +6,7 @@
 
 namespace tavrine {
 
-// The channels that a fill writes; 0 for an unknown type.
+// How many channels a fill writes; 0 for an unknown type.
 constexpr int32_t channel_count_of(int32_t color_type) {
   switch (color_type) {
     case TAVRINE_TENSOR_BGR:

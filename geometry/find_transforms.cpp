@@ -1,5 +1,5 @@
-// Transforms from three pairs of points. Points that determine none are no fault: the solvers
-// answer something finite, and the inverse tells.
+// Transforms from three pairs of points. Degenerate points are not an error: the result is finite
+// and the inverse is not.
 #include <Eigen/Dense>
 #include <algorithm>
 #include <cmath>
@@ -45,7 +45,7 @@ Eigen::Matrix<float, 6, 1> solve_affine(const tavrine_point2f_t *source,
 
 Eigen::Vector4f solve_similarity(const tavrine_point2f_t *source,
                                  const tavrine_point2f_t *destination) {
-  // The decomposition gives up on other numbers without having written its result.
+  // JacobiSVD leaves its result uninitialised for non-finite input.
   if (!are_finite(source)) {
     return Eigen::Vector4f::Constant(std::numeric_limits<float>::quiet_NaN());
   }
@@ -56,7 +56,7 @@ Eigen::Vector4f solve_similarity(const tavrine_point2f_t *source,
   }
   Eigen::VectorXf targets(2 * kPoints);
   stack_coordinates(destination, targets);
-  // Of bounded size, the decomposition asks for no memory: it frees some twice when it gets none.
+  // Bounded sizes keep the decomposition from allocating: when that fails it frees memory twice.
   using Bounded =
       Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, 2 * kPoints, 4>;
   return Eigen::JacobiSVD<Bounded>(equations, Eigen::ComputeThinU | Eigen::ComputeThinV)

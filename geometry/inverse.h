@@ -1,11 +1,11 @@
 // The general inverse of a 3 x 3 matrix, by cofactors.
 //
-// Everything is single precision and nothing is left out for the last row being (0, 0, 1): its
-// zeros are multiplied like other numbers, so that with a determinant of 0 no entry of the
-// inverse is finite. The sum of the determinant is the caller's, since its order decides the
-// last bit.
+// All in single precision. The last row (0, 0, 1) gets no shortcut: its zeros are multiplied like
+// other numbers, so that with a determinant of 0 no entry of the inverse is finite. The caller
+// sums the determinant, because the order of its terms decides the last bit.
 #pragma once
 
+#include "common/strict_floating_point.h"
 #include "tavrine_types.h"
 
 namespace tavrine {

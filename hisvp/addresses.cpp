@@ -7,8 +7,8 @@
 namespace tavrine {
 
 MmzAddress find_in_mmz(const void *address) {
-  // The look-up leaves the record alone when there is nothing to find. Its result does not
-  // tell, so a pattern that is no truth value does.
+  // The look-up leaves the record alone when it finds nothing. Its return value does not say so,
+  // so the record is pre-filled with an invalid HI_BOOL.
   constexpr unsigned char kUntouched = 0x23;
   SYS_VIRMEM_INFO_S info;
   std::memset(&info, kUntouched, sizeof(info));

@@ -1,4 +1,4 @@
-// The two addresses that the platform knows a piece of media memory by.
+// The physical address of media memory, and how the platform stores virtual addresses.
 #pragma once
 
 #include <cstdint>

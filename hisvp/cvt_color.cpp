@@ -4,7 +4,6 @@
 
 #include "common/log.h"
 #include "hisvp/addresses.h"
-#include "hisvp/image_type.h"
 #include "hisvp/operations.h"
 #include "hisvp/task.h"
 
@@ -12,13 +11,13 @@ namespace tavrine {
 namespace {
 
 constexpr int32_t kUnsupportedDestination = -6;
-constexpr useconds_t kPauseMicroseconds = 10;
+constexpr TaskTraits kTask = {"", "HI_MPI_IVE_CSC", 10};
 
 bool is_accepted(uint32_t format) {
   return format == TAVRINE_FORMAT_NV12 || format == TAVRINE_FORMAT_RGB24;
 }
 
-// What this operation takes of a frame's sizes and strides.
+// The engine is given the low 16 bits of sizes and strides.
 uint32_t low_half(int32_t value) { return static_cast<uint32_t>(value) & 0xFFFF; }
 
 uint32_t stride_in_pixels(const tavrine_frame_t *frame) {
@@ -32,7 +31,7 @@ bool is_in_range(const tavrine_frame_t *frame) {
   return width >= 64 && width <= 1920 && height >= 64 && height <= 1080;
 }
 
-// Chroma is taken to follow luma directly; the frame's own second plane is not asked.
+// The chroma plane must follow the luma plane directly: the frame's second pointer is not used.
 IVE_IMAGE_S describe(const tavrine_frame_t *frame, uint64_t physical, uint32_t stride) {
   IVE_IMAGE_S image = {};
   image.enType = hisvp_image_type(frame->pixel_format);
@@ -61,26 +60,23 @@ std::optional<IVE_CSC_MODE_E> find_mode(IVE_IMAGE_TYPE_E from, IVE_IMAGE_TYPE_E 
   return std::nullopt;
 }
 
-int32_t run(const IVE_IMAGE_S &source, const IVE_IMAGE_S &destination,
-            const IVE_CSC_CTRL_S &control) {
-  IVE_HANDLE handle = 0;
-  const HI_S32 submitted = submit_task(
-      [&] { return HI_MPI_IVE_CSC(&handle, &source, &destination, &control, HI_TRUE); });
-  if (submitted != HI_SUCCESS) {
-    TAVRINE_LOG(kError, kTagHisvp, "HI_MPI_IVE_CSC failed 0x%x.\n",
-                static_cast<unsigned>(submitted));
-    return TAVRINE_FAILURE;
-  }
-  const HI_S32 finished = wait_for_task(handle, kPauseMicroseconds);
-  if (finished != HI_SUCCESS) {
-    TAVRINE_LOG(kError, kTagHisvp, "HI_MPI_IVE_Query failed 0x%x.\n",
-                static_cast<unsigned>(finished));
-    return TAVRINE_FAILURE;
-  }
-  return TAVRINE_OK;
-}
-
 }  // namespace
+
+IVE_IMAGE_TYPE_E hisvp_image_type(uint32_t format) {
+  switch (format) {
+    case TAVRINE_FORMAT_GREY:
+      return IVE_IMAGE_TYPE_U8C1;
+    case TAVRINE_FORMAT_NV12:
+      return IVE_IMAGE_TYPE_YUV420SP;
+    case TAVRINE_FORMAT_YU12:
+      return IVE_IMAGE_TYPE_YUV420P;
+    case TAVRINE_FORMAT_RGB24:
+      return IVE_IMAGE_TYPE_U8C3_PACKAGE;
+    default:
+      std::puts("Do not support this pixel format!");
+      return IVE_IMAGE_TYPE_BUTT;
+  }
+}
 
 int32_t hisvp_cvt_color(const tavrine_frame_t *in, tavrine_frame_t *out, uint32_t) {
   if (in == nullptr || out == nullptr) {
@@ -123,7 +119,11 @@ int32_t hisvp_cvt_color(const tavrine_frame_t *in, tavrine_frame_t *out, uint32_
     std::puts("do not support this csc type.");
     return TAVRINE_NOT_SUPPORTED;
   }
-  return run(source, destination, {*mode});
+  const IVE_CSC_CTRL_S control = {*mode};
+  const TaskOutcome outcome = run_task(kTask, [&](IVE_HANDLE *handle) {
+    return HI_MPI_IVE_CSC(handle, &source, &destination, &control, HI_TRUE);
+  });
+  return outcome == TaskOutcome::kDone ? TAVRINE_OK : TAVRINE_FAILURE;
 }
 
 }  // namespace tavrine

@@ -1,4 +1,4 @@
-// The image engine's table.
+// The table of the image engine.
 #include "hisvp/operations.h"
 
 namespace tavrine {
@@ -9,7 +9,7 @@ int32_t hisvp_not_supported(Arguments...) {
   return TAVRINE_NOT_SUPPORTED;
 }
 
-// The camera's media memory is mapped, so the CPU fills tensors there itself.
+// Media memory is mapped for the CPU, so the CPU fills device tensors in place.
 int32_t hisvp_frame_to_tensor(tavrine_tensor_t *tensor, uint32_t element_offset, int32_t color_type,
                               const tavrine_frame_t *in, const Normalization &normalization,
                               const float padding[3]) {

@@ -2,7 +2,7 @@
  * (MMZ) and the image engine (IVE). The layouts are the platform's, of the generation with
  * 64-bit addresses, and the same on 32-bit and 64-bit machines.
  *
- * A call answers HI_SUCCESS or an error code.
+ * A call returns HI_SUCCESS or an error code.
  */
 #ifndef TAVRINE_HISVP_MPP_H
 #define TAVRINE_HISVP_MPP_H
@@ -48,7 +48,7 @@ HI_S32 HI_MPI_SYS_MflushCache(HI_U64 u64PhyAddr, void *pVirAddr, HI_U32 u32Size)
 typedef HI_S32 IVE_HANDLE;
 
 #define HI_ERR_IVE_BUF_FULL ((HI_S32)0xA01D800FU)      /* the task queue is full */
-#define HI_ERR_IVE_QUERY_TIMEOUT ((HI_S32)0xA01D8041U) /* a blocking query waited in vain */
+#define HI_ERR_IVE_QUERY_TIMEOUT ((HI_S32)0xA01D8041U) /* a blocking query timed out */
 
 typedef enum {
   IVE_IMAGE_TYPE_U8C1 = 0,
@@ -92,7 +92,7 @@ typedef struct {
   HI_U16 u16Num;
 } IVE_RESIZE_CTRL_S;
 
-/* Both put a task into the engine's queue and give back its handle. */
+/* Both put a task into the engine's queue and store its handle. */
 HI_S32 HI_MPI_IVE_CSC(IVE_HANDLE *pIveHandle, const IVE_IMAGE_S *pstSrc, const IVE_IMAGE_S *pstDst,
                       const IVE_CSC_CTRL_S *pstCscCtrl, HI_BOOL bInstant);
 HI_S32 HI_MPI_IVE_Resize(IVE_HANDLE *pIveHandle, const IVE_IMAGE_S astSrc[],

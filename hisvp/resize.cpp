@@ -9,9 +9,9 @@ namespace tavrine {
 namespace {
 
 constexpr int32_t kNoScratchMemory = -3;
-constexpr useconds_t kPauseMicroseconds = 100;
+constexpr TaskTraits kTask = {"SVP resize ", "HI_MPI_IVE_Resize", 100};
 
-// One side of the task. All values as the engine takes them, unsigned.
+// The source or the destination, in the unsigned numbers that the engine takes.
 struct Side {
   uint64_t physical;
   void *pixels;
@@ -41,11 +41,10 @@ IVE_IMAGE_S describe(const Side &side) {
   return image;
 }
 
-// For a message: enough of an address to recognise it.
+// The part of an address that a log record shows.
 int32_t low_word(uint64_t address) { return static_cast<int32_t>(static_cast<uint32_t>(address)); }
 
-// Tries both ways. The task goes on without: it may show old pixels, which is not this
-// operation's to judge.
+// Tries both ways. Failure is only logged: the engine may then read stale pixels.
 template <typename Report>
 void flush(const Side &side, Report report) {
   if (HI_MPI_SYS_MmzFlushCache(side.physical, side.pixels, side.bytes()) == HI_SUCCESS) {
@@ -74,23 +73,14 @@ int32_t run(const Side &in, const Side &out) {
   flush(in, [] { TAVRINE_LOG(kWarning, kTagHisvp, "flush src failed.\n"); });
   flush(out, [] { TAVRINE_LOG(kWarning, kTagHisvp, "flush dst failed.\n"); });
 
-  IVE_HANDLE handle = 0;
-  const HI_S32 submitted = submit_task(
-      [&] { return HI_MPI_IVE_Resize(&handle, &source, &destination, &control, HI_TRUE); });
-  if (submitted != HI_SUCCESS) {
-    TAVRINE_LOG(kError, kTagHisvp, "SVP resize HI_MPI_IVE_Resize failed 0x%x.\n",
-                static_cast<unsigned>(submitted));
-    // Nobody knows whether the engine has let go of it.
+  const TaskOutcome outcome = run_task(kTask, [&](IVE_HANDLE *handle) {
+    return HI_MPI_IVE_Resize(handle, &source, &destination, &control, HI_TRUE);
+  });
+  if (outcome == TaskOutcome::kNotSubmitted) {
+    // The engine may still own it, so it is leaked.
     scratch.abandon();
-    return TAVRINE_FAILURE;
   }
-  const HI_S32 finished = wait_for_task(handle, kPauseMicroseconds);
-  if (finished != HI_SUCCESS) {
-    TAVRINE_LOG(kError, kTagHisvp, "SVP resize HI_MPI_IVE_Query failed 0x%x.\n",
-                static_cast<unsigned>(finished));
-    return TAVRINE_FAILURE;
-  }
-  return TAVRINE_OK;
+  return outcome == TaskOutcome::kDone ? TAVRINE_OK : TAVRINE_FAILURE;
 }
 
 }  // namespace

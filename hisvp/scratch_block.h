@@ -11,7 +11,7 @@ class ScratchBlock {
 
   ScratchBlock()
       : code_(HI_MPI_SYS_MmzAlloc_Cached(&physical_, &address_, "BUFF", nullptr, kBytes)) {}
-  // Frees also what a failed allocation may have left behind.
+  // Also frees what a failed allocation may have left in the variables.
   ~ScratchBlock() {
     if (!is_abandoned_) {
       HI_MPI_SYS_MmzFree(physical_, address_);
@@ -20,7 +20,7 @@ class ScratchBlock {
   ScratchBlock(const ScratchBlock &) = delete;
   ScratchBlock &operator=(const ScratchBlock &) = delete;
 
-  // Of the allocation.
+  // The allocation's result.
   HI_S32 code() const { return code_; }
   HI_U64 physical() const { return physical_; }
   const void *address() const { return address_; }

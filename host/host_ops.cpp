@@ -1,4 +1,4 @@
-// The CPU's table.
+// The table of the CPU.
 #include "host/operations.h"
 
 namespace tavrine {

@@ -1,4 +1,4 @@
-// The host backend's slots. Each maps a frame to planes and hands these to kernels.
+// The host backend's operations. Each maps frames to planes and passes these to kernels.
 #pragma once
 
 #include "backend/operations.h"

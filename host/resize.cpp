@@ -1,8 +1,8 @@
 #include "kernels/resize/resize.h"
 
 #include "common/log.h"
-#include "host/operations.h"
 #include "host/frame_planes.h"
+#include "host/operations.h"
 
 namespace tavrine {
 

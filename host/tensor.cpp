@@ -8,7 +8,7 @@
 namespace tavrine {
 namespace {
 
-// What a fill is asked for, with the channels in the tensor's order.
+// The arguments of a fill, with the channels in the tensor's order.
 struct Request {
   int32_t color_type;
   const tavrine_frame_t *frame;

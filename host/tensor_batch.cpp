@@ -13,7 +13,7 @@
 namespace tavrine {
 namespace {
 
-// Half open, in rows or columns of a tensor.
+// Rows or columns of a tensor, `end` excluded.
 struct Span {
   int32_t begin;
   int32_t end;
@@ -25,12 +25,11 @@ struct Span {
 struct AxisPlacement {
   int32_t source;  // the part of the region inside the frame
   int32_t source_length;
-  int32_t scaled_length;  // that part at the tensor's scale
-  Span target;            // where it lands
+  int32_t scaled_length;  // of that part in the tensor
+  Span target;            // its rows or columns there
 };
 
-// Begin and length are rounded each on its own, so their sum may pass the tensor's edge by one:
-// that line is left out.
+// Start and length are rounded separately, so the end may overshoot by one; it is clamped.
 AxisPlacement place_axis(int32_t origin, int32_t length, int32_t frame_length, float ratio,
                          int32_t tensor_length) {
   const auto inside = [frame_length](int64_t position) {
@@ -52,8 +51,8 @@ struct Placement {
   AxisPlacement x;
   AxisPlacement y;
 
-  // Regions that were checked always share a pixel with their frame, unless they have no size.
-  bool is_possible() const { return x.source_length > 0 && y.source_length > 0; }
+  // A region that passed the checks overlaps its frame, unless its own size is not positive.
+  bool is_valid() const { return x.source_length > 0 && y.source_length > 0; }
   bool is_empty() const { return x.target.is_empty() || y.target.is_empty(); }
   bool needs_scaling() const {
     return x.scaled_length != x.source_length || y.scaled_length != y.source_length;
@@ -67,15 +66,16 @@ Placement place(const BatchItem &item, const tavrine_tensor_t *tensor) {
       place_axis(area.y, area.height, item.frame_height, item.vertical_ratio, tensor->shape[2])};
 }
 
-// All channels of a part of one image.
-OwnedTensor part_of(const tavrine_tensor_t *tensor, int32_t image, const Span &rows,
+// A view of a part of one image, with all its channels.
+OwnedTensor view_of(const tavrine_tensor_t *tensor, int32_t image, const Span &rows,
                     const Span &columns) {
   const int32_t begin[4] = {image, 0, rows.begin, columns.begin};
   const int32_t end[4] = {image + 1, tensor->shape[1], rows.end, columns.end};
   return OwnedTensor(tavrine_tensor_roi(tensor, begin, end));
 }
 
-// A frame over the workspace that holds `part` at the placement's size. Empty on failure.
+// `part` at the placement's size, as a frame over the workspace. Empty on failure. Built from the
+// public resize, so that device frames and log records behave as in single calls.
 OwnedFrame scale_into_workspace(const tavrine_frame_t *part, const Placement &placement,
                                 tavrine_buffer_t *workspace) {
   const int32_t width = placement.x.scaled_length;
@@ -93,7 +93,8 @@ OwnedFrame scale_into_workspace(const tavrine_frame_t *part, const Placement &pl
   return scaled;
 }
 
-// The region's pixels, normalised, at their place.
+// Writes the region's pixels, normalised, to their place. Built from the public operation, so that
+// device frames and log records behave as in single calls.
 int32_t fill_region(tavrine_tensor_t *tensor, int32_t image, int32_t color_type,
                     const tavrine_frame_t *frame, const BatchItem &item, const Placement &placement,
                     const Normalization &normalization, tavrine_buffer_t *workspace) {
@@ -102,7 +103,7 @@ int32_t fill_region(tavrine_tensor_t *tensor, int32_t image, int32_t color_type,
   if (source && placement.needs_scaling()) {
     source = scale_into_workspace(source.get(), placement, workspace);
   }
-  const OwnedTensor target = part_of(tensor, image, placement.y.target, placement.x.target);
+  const OwnedTensor target = view_of(tensor, image, placement.y.target, placement.x.target);
   if (!source || !target) {
     return TAVRINE_FAILURE;
   }
@@ -126,8 +127,8 @@ int32_t fill_band(const tavrine_tensor_t *band, const float *values, int32_t cha
   return TAVRINE_OK;
 }
 
-// One value for each channel of the colour type. Unsigned bytes take the first channel only, on
-// purpose: the others keep what the caller put there.
+// One value for each channel of the colour type. Only the first channel of unsigned bytes is
+// filled, on purpose: the others keep what the caller put there.
 int32_t fill_band(const tavrine_tensor_t *band, const float *values, int32_t channels) {
   switch (band->element_type) {
     case TAVRINE_ELEMENT_FLOAT32:
@@ -145,9 +146,9 @@ int32_t fill_band(const tavrine_tensor_t *band, const float *values, int32_t cha
   }
 }
 
-// Padding wherever the region's pixels are not.
-int32_t fill_bands(const tavrine_tensor_t *tensor, int32_t image, int32_t color_type,
-                   const BatchItem &item, const Placement &placement) {
+// Fills the bands around the region's pixels.
+int32_t fill_padding(const tavrine_tensor_t *tensor, int32_t image, int32_t color_type,
+                     const BatchItem &item, const Placement &placement) {
   float values[3] = {item.padding[0], item.padding[1], item.padding[2]};
   if (color_type == TAVRINE_TENSOR_BGR) {
     std::swap(values[0], values[2]);
@@ -170,7 +171,7 @@ int32_t fill_bands(const tavrine_tensor_t *tensor, int32_t image, int32_t color_
     if (band.rows.is_empty() || band.columns.is_empty()) {
       continue;
     }
-    const OwnedTensor part = part_of(tensor, image, band.rows, band.columns);
+    const OwnedTensor part = view_of(tensor, image, band.rows, band.columns);
     const int32_t filled =
         part ? fill_band(part.get(), values, channel_count_of(color_type)) : TAVRINE_FAILURE;
     if (filled != TAVRINE_OK) {
@@ -192,7 +193,7 @@ int32_t host_transform_to_tensor_batch(tavrine_tensor_t *tensor, int32_t color_t
   int32_t result = TAVRINE_OK;
   for (int32_t i = 0; i < count; ++i) {
     const Placement placement = place(items[i], tensor);
-    if (!placement.is_possible()) {
+    if (!placement.is_valid()) {
       result = TAVRINE_FAILURE;
       continue;
     }
@@ -200,7 +201,7 @@ int32_t host_transform_to_tensor_batch(tavrine_tensor_t *tensor, int32_t color_t
                                              normalization, workspace) != TAVRINE_OK) {
       result = TAVRINE_FAILURE;
     }
-    if (fill_bands(tensor, i, color_type, items[i], placement) != TAVRINE_OK) {
+    if (fill_padding(tensor, i, color_type, items[i], placement) != TAVRINE_OK) {
       result = TAVRINE_FAILURE;
     }
   }

@@ -8,8 +8,9 @@
 
 namespace tavrine {
 
-// The first image behind `element_offset`, or one without data when the tensor has fewer than
-// `channels` channels, no rows or columns, or a record that no memory can hold.
+// The image that begins `element_offset` elements into the tensor. It has no data when the tensor
+// has none, when it has fewer than `channels` channels or no rows or columns, when a stride is
+// negative or the data unaligned, and when the address space cannot hold it.
 template <typename Element>
 ElementPlanes<Element> image_of(const tavrine_tensor_t *tensor, uint32_t element_offset,
                                 int32_t channels) {

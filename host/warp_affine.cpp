@@ -2,8 +2,8 @@
 
 #include "common/log.h"
 #include "common/pixel_format.h"
-#include "host/operations.h"
 #include "host/frame_planes.h"
+#include "host/operations.h"
 #include "kernels/warp/warp_affine_semi_planar.h"
 
 namespace tavrine {

@@ -6,13 +6,14 @@
 #include "common/log.h"
 #include "common/owned.h"
 #include "common/pixel_format.h"
-#include "host/operations.h"
 #include "host/frame_planes.h"
+#include "host/operations.h"
 #include "tavrine_aux.h"
 
 namespace tavrine {
 namespace {
 
+// Built from public operations, so that log records and failures are those of single calls.
 int32_t warp_as_rgb(const tavrine_frame_t *in, tavrine_frame_t *out, const float *matrix) {
   TAVRINE_LOG(kWarning, kTagHost,
               "Do not support nv12/nv21/yu12 warpperspective, here we convert in_frame into rgb, "
@@ -24,7 +25,7 @@ int32_t warp_as_rgb(const tavrine_frame_t *in, tavrine_frame_t *out, const float
   }
   OwnedFrame warped(tavrine_frame_alloc(tavrine_frame_mem_type(rgb.get()), rgb->pixel_format,
                                         out->width, out->height, kTightStrides, in->extra));
-  // Callers rely on success here, with their frame as it was, even when there is no memory.
+  // On purpose: callers rely on success and an unchanged frame when there is no memory.
   if (!warped) {
     return TAVRINE_OK;
   }

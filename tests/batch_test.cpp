@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
+#include "api/batch_items.h"
 #include "tests/tensor_support.h"
 
 namespace tavrine::test {
@@ -138,6 +141,39 @@ TEST_F(Batch, RatiosSayHowToMapBack) {
   ASSERT_EQ(run(call), 0);
   EXPECT_EQ(vertical_, (std::vector<float>{1.5F, 2.25F}));
   EXPECT_EQ(horizontal_, vertical_);
+}
+
+// The CPU reads a part of it; an engine that fills tensors itself needs all.
+TEST_F(Batch, ItemsDescribeFramesCompletely) {
+  constexpr float kPadding[] = {3, 4, 5};
+  const tavrine_area2d_t area = {-2, 3, 10, 20};
+  const std::array<int32_t, 3> forward = {0, 1, 2}, reversed = {2, 1, 0}, none = {0, 0, 0};
+  const struct {
+    uint32_t format;
+    int32_t color_type;
+    size_t pixel_bytes;
+    std::array<int32_t, 3> output, source;
+  } cases[] = {{TAVRINE_FORMAT_RGB24, TAVRINE_TENSOR_RGB, 3, forward, forward},
+               {TAVRINE_FORMAT_RGB24, TAVRINE_TENSOR_BGR, 3, reversed, forward},
+               {TAVRINE_FORMAT_RGB24, TAVRINE_TENSOR_GRAY, 3, forward, forward},
+               {TAVRINE_FORMAT_BGR24, TAVRINE_TENSOR_RGB, 3, reversed, reversed},
+               {TAVRINE_FORMAT_BGR24, TAVRINE_TENSOR_BGR, 3, forward, reversed},
+               {TAVRINE_FORMAT_BGR24, TAVRINE_TENSOR_GRAY, 3, reversed, reversed},
+               {TAVRINE_FORMAT_GREY, TAVRINE_TENSOR_GRAY, 1, none, none}};
+  for (const auto &test : cases) {
+    const PaddedFrame in = make_padded_frame(test.format, 12, 8, random_);
+    const BatchItem item = make_item(in.frame.get(), area, {1.5F, 2.5F}, test.color_type, kPadding);
+    EXPECT_EQ(item.pixels, in.frame->planes[0]);
+    EXPECT_EQ(item.pixel_bytes, test.pixel_bytes);
+    EXPECT_EQ(item.pixel_format, test.format);
+    EXPECT_EQ(item.stride, in.frame->strides[0]);
+    EXPECT_EQ((std::array{item.frame_width, item.frame_height}), (std::array{12, 8}));
+    EXPECT_EQ((std::array{item.vertical_ratio, item.horizontal_ratio}), (std::array{1.5F, 2.5F}));
+    EXPECT_TRUE(std::equal(test.output.begin(), test.output.end(), item.output_channels));
+    EXPECT_TRUE(std::equal(test.source.begin(), test.source.end(), item.source_channels));
+    EXPECT_TRUE(std::equal(kPadding, kPadding + 3, item.padding));
+    EXPECT_EQ(std::memcmp(&item.area, &area, sizeof area), 0);
+  }
 }
 
 TEST_F(Batch, EveryElementIsWrittenWhateverTheRoundings) {

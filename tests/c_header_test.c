@@ -1,5 +1,5 @@
-/* The public headers are C: this file compiles them as C11, and holds them to what programs that
- * exist were compiled with. It does not compile when a record, a number or a parameter differs. */
+/* The public headers are C, and existing programs were compiled with their records and numbers: this
+ * file does not compile as C11 when a record, a number or a parameter differs. */
 #include "tavrine_aux.h"
 #include "tavrine_core.h"
 #include "tavrine_devkit.h"
@@ -74,6 +74,9 @@ NUMBER(TAVRINE_TENSOR_RGB, 1);
 NUMBER(TAVRINE_TENSOR_GRAY, 2);
 NUMBER(TAVRINE_RESIZE_FIT, 0);
 NUMBER(TAVRINE_RESIZE_STRETCH, 1);
+NUMBER(TAVRINE_ROTATE_90, 0);
+NUMBER(TAVRINE_ROTATE_180, 1);
+NUMBER(TAVRINE_ROTATE_270, 2);
 
 /* ---- Functions ------------------------------------------------------------- */
 

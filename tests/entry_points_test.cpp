@@ -175,6 +175,48 @@ TEST_F(EntryPoints, CropWithoutAnythingToCopy) {
   EXPECT_FALSE(none);
 }
 
+TEST_F(EntryPoints, CropOfOddSizes) {
+  const OwnedFrame in = make_frame(TAVRINE_FORMAT_NV12, 64, 64);
+  OwnedFrame inside;
+  ASSERT_EQ(tavrine_frame_crop(in.get(), inside.slot(), {0, 0, 33, 33}), 0);
+  EXPECT_EQ((std::pair{inside->width, inside->height}), (std::pair{33, 33}));
+  OwnedFrame none;
+  EXPECT_EQ(tavrine_frame_rotate(inside.get(), none.slot(), TAVRINE_ROTATE_180), -1);
+  EXPECT_FALSE(none);
+  // A frame that was allocated for an odd size stays in the slot.
+  OwnedFrame across;
+  EXPECT_EQ(tavrine_frame_crop(in.get(), across.slot(), {-2, 0, 33, 32}), -1);
+  EXPECT_TRUE(across);
+  EXPECT_EQ(take_log(), (Log{parity_message("tavrine_frame_rotate", 33, 33),
+                             parity_message("tavrine_frame_crop", 33, 32)}));
+}
+
+// What the core put into a new frame stays there for these formats.
+TEST_F(EntryPoints, CropClearsSomeFormatsOnly) {
+  for (const uint32_t format : {TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB, TAVRINE_FORMAT_Y16}) {
+    const OwnedFrame in = make_frame(format, 8, 8);
+    OwnedFrame out;
+    ASSERT_EQ(tavrine_frame_crop(in.get(), out.slot(), {-2, 0, 4, 4}), 0);
+    EXPECT_EQ(pixels_of(out.get())[0], 0xA5);
+  }
+}
+
+TEST_F(EntryPoints, SizesWithoutPixels) {
+  const OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 8, 8);
+  for (const auto &[width, height] : {std::pair{0, 4}, {4, 0}, {-4, 4}, {4, -4}}) {
+    OwnedFrame none;
+    EXPECT_EQ(tavrine_frame_resize(in.get(), none.slot(), width, height), -4);
+    EXPECT_FALSE(none);
+    OwnedFrame given = make_frame(TAVRINE_FORMAT_RGB24, 8, 8);
+    EXPECT_EQ(tavrine_frame_resize(in.get(), given.slot(), width, height), -4);
+  }
+  for (const float ratio : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN(), 0.1F, 1e9F}) {
+    OwnedFrame none;
+    EXPECT_EQ(tavrine_frame_scale(in.get(), none.slot(), ratio), -4) << ratio;
+    EXPECT_FALSE(none);
+  }
+}
+
 TEST_F(EntryPoints, ConversionShortcuts) {
   OwnedFrame nv21 = make_frame(TAVRINE_FORMAT_NV21, 6, 4);
   fill_random(nv21.get(), random_);

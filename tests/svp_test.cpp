@@ -6,7 +6,6 @@
 #include <tuple>
 
 #include "hisvp/addresses.h"
-#include "hisvp/image_type.h"
 #include "hisvp/operations.h"
 #include "tavrine_mpp_devkit.h"
 #include "tests/support.h"
