@@ -48,12 +48,13 @@ class TemporaryFrames {
   TemporaryFrames &operator=(const TemporaryFrames &) = delete;
   ~TemporaryFrames() {
     for (int32_t i = 0; frames_ && i < count_; ++i) {
-      tavrine_frame_free(&frames_[i]);
+      tavrine_frame_free(&(*this)[i]);
     }
   }
 
   explicit operator bool() const { return frames_ != nullptr; }
-  tavrine_frame_t **get() const { return frames_.get(); }
+  tavrine_frame_t *&operator[](int32_t i) const { return frames_[static_cast<size_t>(i)]; }
+  tavrine_frame_t *const *get() const { return frames_.get(); }
 
  private:
   int32_t count_;
@@ -72,11 +73,11 @@ int32_t run_on_uploaded_frames(const Batch &batch, BatchItem *items) {
     return TAVRINE_FAILURE;
   }
   for (int32_t i = 0; i < batch.count; ++i) {
-    if (tavrine_frame_upload(batch.frames[i], &uploaded.get()[i]) != TAVRINE_OK) {
+    if (tavrine_frame_upload(batch.frames[i], &uploaded[i]) != TAVRINE_OK) {
       return TAVRINE_FAILURE;
     }
-    items[i].pixels = uploaded.get()[i]->planes[0];
-    items[i].stride = uploaded.get()[i]->strides[0];
+    items[i].pixels = uploaded[i]->planes[0];
+    items[i].stride = uploaded[i]->strides[0];
   }
   return run(device_ops, batch, items, uploaded.get()) == TAVRINE_OK ? TAVRINE_OK : TAVRINE_FAILURE;
 }
@@ -161,7 +162,7 @@ int32_t tavrine_frame_transform_to_tensor_batch(
                   area.width, area.height);
       return TAVRINE_INVALID_ARGUMENT;
     }
-    items[i] =
+    items[static_cast<size_t>(i)] =
         make_item(frame, area, ratios, color_type, paddings != nullptr ? paddings[i] : nullptr);
   }
   if (tensor->shape[1] < channel_count_of(color_type)) {

@@ -1,4 +1,4 @@
-// Arguments that no caller should give: they answer a code, and nothing outside is touched.
+// Invalid arguments: they return a code, and nothing outside the frames is read or written.
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -11,33 +11,33 @@
 namespace tavrine::test {
 namespace {
 
-constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
-constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr int kWidth = 22;
 constexpr int kHeight = 18;
 
 using Edge = GuardedMemory::Edge;
 
-struct Spoiling {
+struct Damage {
   const char *name;
-  std::function<void(tavrine_frame_t &)> spoil;
+  std::function<void(tavrine_frame_t &)> apply;
 };
 
-const Spoiling kSpoilings[] = {
+const Damage kDamages[] = {
     {"no first plane", [](tavrine_frame_t &f) { f.planes[0] = nullptr; }},
     {"no second plane", [](tavrine_frame_t &f) { f.planes[1] = nullptr; }},
     {"width 0", [](tavrine_frame_t &f) { f.width = 0; }},
     {"width -2", [](tavrine_frame_t &f) { f.width = -2; }},
-    {"width near the end", [](tavrine_frame_t &f) { f.width = kMost - 1; }},
-    {"least width", [](tavrine_frame_t &f) { f.width = kLeast; }},
+    {"largest even width", [](tavrine_frame_t &f) { f.width = kMax - 1; }},
+    {"smallest width", [](tavrine_frame_t &f) { f.width = kMin; }},
     {"height 0", [](tavrine_frame_t &f) { f.height = 0; }},
     {"height -2", [](tavrine_frame_t &f) { f.height = -2; }},
-    {"least height", [](tavrine_frame_t &f) { f.height = kLeast; }},
+    {"smallest height", [](tavrine_frame_t &f) { f.height = kMin; }},
     {"stride 1", [](tavrine_frame_t &f) { f.strides[0] = 1; }},
     {"small second stride", [](tavrine_frame_t &f) { f.strides[1] = 4; }},
     {"stride -64", [](tavrine_frame_t &f) { f.strides[0] = -64; }},
-    {"least stride", [](tavrine_frame_t &f) { f.strides[0] = kLeast; }},
+    {"smallest stride", [](tavrine_frame_t &f) { f.strides[0] = kMin; }},
     {"unknown format", [](tavrine_frame_t &f) { f.pixel_format = 0x31323334; }},
     {"no format", [](tavrine_frame_t &f) { f.pixel_format = 0; }},
 };
@@ -46,7 +46,7 @@ struct BadCall {
   const char *name;
   uint32_t format;
   std::function<int32_t(const tavrine_frame_t *in, tavrine_frame_t *out)> run;
-  const char *input_codes;  // one for each spoiling of the input, then of the output
+  const char *input_codes;  // one for each damage of the input, then of the output
   const char *output_codes;
 };
 
@@ -99,36 +99,36 @@ int32_t fill_batch(tavrine_tensor_t *tensor, int32_t n, tavrine_frame_t *const *
 
 class BadArguments : public LibraryTest {};
 
-TEST_F(BadArguments, FramesThatAreNone) {
+TEST_F(BadArguments, BrokenFrameRecords) {
   for (const BadCall &call : kCalls) {
-    for (const bool spoils_input : {true, false}) {
+    for (const bool damages_input : {true, false}) {
       std::string codes;
-      for (const Spoiling &spoiling : kSpoilings) {
+      for (const Damage &damage : kDamages) {
         int32_t result[2] = {};
         for (const Edge edge : {Edge::kFirst, Edge::kLast}) {
           const GuardedFrame in(call.format, kWidth, kHeight, edge);
           const GuardedFrame out(call.format, kWidth, kHeight, edge);
-          tavrine_frame_t spoiled = *(spoils_input ? in : out).get();
-          spoiling.spoil(spoiled);
+          tavrine_frame_t damaged = *(damages_input ? in : out).get();
+          damage.apply(damaged);
           result[edge == Edge::kLast] =
-              spoils_input ? call.run(&spoiled, out.get()) : call.run(in.get(), &spoiled);
+              damages_input ? call.run(&damaged, out.get()) : call.run(in.get(), &damaged);
         }
         EXPECT_EQ(result[0], result[1]);
         codes += (codes.empty() ? "" : " ") + std::to_string(result[0]);
       }
-      EXPECT_EQ(codes, spoils_input ? call.input_codes : call.output_codes)
-          << call.name << (spoils_input ? ": input" : ": output");
+      EXPECT_EQ(codes, damages_input ? call.input_codes : call.output_codes)
+          << call.name << (damages_input ? ": input" : ": output");
     }
   }
 }
 
-// Numbers that a caller's arithmetic may produce. Only the frame's own size limits what is written.
+// Numbers that a caller's arithmetic may produce. Nothing outside the caller's frame is written.
 TEST_F(BadArguments, NumbersOutOfRange) {
-  constexpr int32_t kNumbers[] = {0, -1, 1, -3, 7, 30, 65536, kMost, kMost - 1, kLeast, kLeast + 1};
+  constexpr int32_t kNumbers[] = {0, -1, 1, -3, 7, 30, 65536, kMax, kMax - 1, kMin, kMin + 1};
   constexpr float kRatios[] = {0, -0.0F, -1, NAN, kInfinity, -kInfinity, 1e30F, 1e-30F, 1e9F};
   const auto number = [&] { return kNumbers[random_() % std::size(kNumbers)]; };
-  const std::vector<float> no_numbers = {NAN, kInfinity, -kInfinity, 1e38F, -1e38F, 1e-44F, 0, 1};
-  std::map<int32_t, int> answers;
+  const std::vector<float> extremes = {NAN, kInfinity, -kInfinity, 1e38F, -1e38F, 1e-44F, 0, 1};
+  std::map<int32_t, int> codes_seen;
   for (int i = 0; i < 3000; ++i) {
     const uint32_t format = kEightBitFormats[random_() % std::size(kEightBitFormats)];
     const Edge edge = i % 2 == 0 ? Edge::kFirst : Edge::kLast;
@@ -138,7 +138,7 @@ TEST_F(BadArguments, NumbersOutOfRange) {
     tavrine_frame_t *out = given.get();
     float matrix[9];
     for (float &element : matrix) {
-      element = no_numbers[random_() % no_numbers.size()];
+      element = extremes[random_() % extremes.size()];
     }
     const int32_t results[] = {
         tavrine_frame_resize(in.get(), &out, number(), number()),
@@ -150,17 +150,17 @@ TEST_F(BadArguments, NumbersOutOfRange) {
         tavrine_frame_cvt_color(in.get(), &out, static_cast<uint32_t>(number()))};
     for (const int32_t result : results) {
       ASSERT_TRUE(result == 0 || result == -1 || result == -4) << result;
-      ++answers[result];
+      ++codes_seen[result];
     }
     ASSERT_EQ(out, given.get());
     take_log();
   }
-  EXPECT_EQ(answers.size(), 3);
+  EXPECT_EQ(codes_seen.size(), 3);
 }
 
-TEST_F(BadArguments, PicturesThatAreNone) {
+TEST_F(BadArguments, BrokenPictures) {
   const uint8_t bytes[] = {'P', '5', ' '};
-  for (const int32_t length : {0, -1, kLeast, 1, 3}) {
+  for (const int32_t length : {0, -1, kMin, 1, 3}) {
     EXPECT_EQ(tavrine_frame_load_from_memory(bytes, length), nullptr) << length;
   }
   EXPECT_EQ(tavrine_frame_load_from_memory(nullptr, 3), nullptr);
@@ -169,20 +169,20 @@ TEST_F(BadArguments, PicturesThatAreNone) {
   }
   const OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 4, 4);
   const OwnedBuffer buffer(tavrine_buffer_alloc(4, TAVRINE_MEMORY_HOST));
-  for (const int32_t format : {0, 4, -1, kMost, kLeast}) {
+  for (const int32_t format : {0, 4, -1, kMax, kMin}) {
     EXPECT_EQ(tavrine_frame_encode(frame.get(), format, buffer.get()), -1000) << format;
   }
   std::string codes;
-  for (const Spoiling &spoiling : kSpoilings) {
-    tavrine_frame_t spoiled = *frame.get();
-    spoiling.spoil(spoiled);
-    codes += " " + std::to_string(tavrine_frame_encode(&spoiled, TAVRINE_ENCODE_PNG, buffer.get()));
+  for (const Damage &damage : kDamages) {
+    tavrine_frame_t damaged = *frame.get();
+    damage.apply(damaged);
+    codes += " " + std::to_string(tavrine_frame_encode(&damaged, TAVRINE_ENCODE_PNG, buffer.get()));
   }
   EXPECT_EQ(codes, " -4 0 -4 -4 -4 -4 -4 -4 -4 -4 0 -4 -4 -4 -4");
 }
 
-// A tensor between guard pages, whatever its shape says.
-TEST_F(BadArguments, TensorsThatAreNone) {
+// The tensor's memory ends at a guard page.
+TEST_F(BadArguments, BrokenTensorRecords) {
   constexpr int32_t kShape[4] = {2, 3, 6, 8};
   const GuardedMemory memory(sizeof(float) * 2 * 3 * 6 * 8, Edge::kLast);
   const GuardedFrame in(TAVRINE_FORMAT_RGB24, kWidth, kHeight, Edge::kLast);
@@ -191,27 +191,27 @@ TEST_F(BadArguments, TensorsThatAreNone) {
   ASSERT_TRUE(tensor);
   const struct {
     const char *name;
-    std::function<void(tavrine_tensor_t &)> spoil;
+    std::function<void(tavrine_tensor_t &)> damage;
     int32_t single;
     int32_t batch;
   } kCases[] = {
-      {"as it is", [](tavrine_tensor_t &) {}, 0, 0},
+      {"undamaged", [](tavrine_tensor_t &) {}, 0, 0},
       {"unknown elements", [](tavrine_tensor_t &t) { t.element_type = 77; }, -1000, -4},
       {"no channels", [](tavrine_tensor_t &t) { t.shape[1] = 0; }, -1, -1},
       {"negative channels", [](tavrine_tensor_t &t) { t.shape[1] = -3; }, -1, -1},
       {"negative row stride", [](tavrine_tensor_t &t) { t.strides[2] = -8; }, -1, -4},
-      {"least channel stride", [](tavrine_tensor_t &t) { t.strides[1] = kLeast; }, -1, -4},
+      {"smallest channel stride", [](tavrine_tensor_t &t) { t.strides[1] = kMin; }, -1, -4},
   };
   tavrine_frame_t *const frames[] = {in.get(), in.get()};
   const tavrine_area2d_t areas[] = {{-4, -4, 20, 20}, {10, 9, 30, 40}};
   for (const auto &test : kCases) {
-    tavrine_tensor_t spoiled = *tensor.get();
-    test.spoil(spoiled);
-    EXPECT_EQ(to_tensor(&spoiled, 0, TAVRINE_TENSOR_RGB, in.get(), {{}, {1, 1, 1}, {}}),
+    tavrine_tensor_t damaged = *tensor.get();
+    test.damage(damaged);
+    EXPECT_EQ(to_tensor(&damaged, 0, TAVRINE_TENSOR_RGB, in.get(), {{}, {1, 1, 1}, {}}),
               test.single)
         << test.name;
     OwnedBuffer workspace;
-    EXPECT_EQ(fill_batch(&spoiled, 2, frames, areas, TAVRINE_RESIZE_FIT, workspace.slot()),
+    EXPECT_EQ(fill_batch(&damaged, 2, frames, areas, TAVRINE_RESIZE_FIT, workspace.slot()),
               test.batch)
         << test.name;
     take_log();
@@ -221,7 +221,7 @@ TEST_F(BadArguments, TensorsThatAreNone) {
                             const tavrine_area2d_t *regions) {
     return fill_batch(tensor.get(), n, given, regions, TAVRINE_RESIZE_STRETCH, workspace.slot());
   };
-  for (const int32_t n : {0, -1, 1, 3, kMost, kLeast}) {
+  for (const int32_t n : {0, -1, 1, 3, kMax, kMin}) {
     EXPECT_EQ(batch_of(n, frames, areas), -1) << n;
   }
   tavrine_frame_t *const with_hole[] = {in.get(), nullptr};
@@ -234,8 +234,8 @@ TEST_F(BadArguments, TensorsThatAreNone) {
 }
 
 TEST_F(BadArguments, RegionsFarOutside) {
-  constexpr int32_t kNumbers[] = {0,  -1,     1,     5,          -5,     22,
-                                  23, 100000, kMost, kMost - 30, kLeast, kLeast + 30};
+  constexpr int32_t kNumbers[] = {0,  -1,     1,    5,         -5,   22,
+                                  23, 100000, kMax, kMax - 30, kMin, kMin + 30};
   const auto number = [&] { return kNumbers[random_() % std::size(kNumbers)]; };
   const GuardedFrame in(TAVRINE_FORMAT_BGR24, kWidth, kHeight, Edge::kLast);
   constexpr int32_t kShape[4] = {1, 3, 6, 8};
@@ -243,43 +243,44 @@ TEST_F(BadArguments, RegionsFarOutside) {
   const OwnedTensor tensor(tavrine_tensor_make(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32,
                                                memory.data(), kShape, nullptr, nullptr, nullptr));
   OwnedBuffer workspace;
-  std::map<int32_t, int> answers;
+  std::map<int32_t, int> codes_seen;
   for (int i = 0; i < 4000; ++i) {
     tavrine_frame_t *const frames[] = {in.get()};
     const tavrine_area2d_t area = {number(), number(), number(), number()};
     const auto mode = static_cast<int32_t>(random_() % 2);
-    ++answers[fill_batch(tensor.get(), 1, frames, &area, mode, workspace.slot())];
+    ++codes_seen[fill_batch(tensor.get(), 1, frames, &area, mode, workspace.slot())];
     take_log();
   }
-  for (const auto &[code, count] : answers) {
+  for (const auto &[code, count] : codes_seen) {
     EXPECT_TRUE(code == 0 || code == -1 || code == -4) << code << ", " << count << " times";
   }
-  EXPECT_GT(answers[0], 100);
-  EXPECT_GT(answers[-1], 100);
+  EXPECT_GT(codes_seen[0], 100);
+  EXPECT_GT(codes_seen[-1], 100);
 }
 
-// As far apart as the address space allows; on the camera, rows further than that are none.
+// The largest stride. Such a plane does not fit the camera's address space, and is refused there.
 TEST_F(BadArguments, RowsFarApart) {
   constexpr int32_t kRows = 4;
-  constexpr auto kStep = static_cast<size_t>(kMost);
+  constexpr auto kStride = static_cast<size_t>(kMax);
   const OwnedFrame small = make_frame(TAVRINE_FORMAT_GREY, 16, kRows);
   fill_random(small.get(), random_);
-  OwnedFrame turned;
+  OwnedFrame rotated;
   tavrine_frame_t far = *small.get();
-  far.strides[0] = kMost;
+  far.strides[0] = kMax;
   if constexpr (sizeof(void *) == 4) {
-    EXPECT_EQ(tavrine_frame_rotate(&far, turned.slot(), 1), -4);
-    EXPECT_FALSE(turned);
+    EXPECT_EQ(tavrine_frame_rotate(&far, rotated.slot(), 1), -4);
+    EXPECT_FALSE(rotated);
   } else {
-    const GuardedMemory memory(static_cast<size_t>(kMost) * (kRows - 1) + 16, Edge::kLast);
+    const GuardedMemory memory(static_cast<size_t>(kMax) * (kRows - 1) + 16, Edge::kLast);
     for (size_t y = 0; y < kRows; ++y) {
-      std::memcpy(memory.data() + kStep * y, static_cast<uint8_t *>(small->planes[0]) + 16 * y, 16);
+      std::memcpy(memory.data() + kStride * y, static_cast<uint8_t *>(small->planes[0]) + 16 * y,
+                  16);
     }
     far.planes[0] = memory.data();
-    EXPECT_EQ(tavrine_frame_rotate(&far, turned.slot(), 1), 0);
+    EXPECT_EQ(tavrine_frame_rotate(&far, rotated.slot(), 1), 0);
     OwnedFrame expected;
     EXPECT_EQ(tavrine_frame_rotate(small.get(), expected.slot(), 1), 0);
-    EXPECT_EQ(pixels_of(turned.get()), pixels_of(expected.get()));
+    EXPECT_EQ(pixels_of(rotated.get()), pixels_of(expected.get()));
   }
 }
 

@@ -49,8 +49,8 @@ class Batch : public LibraryTest {
   std::vector<float> horizontal_;
 };
 
-// One region of a 40 x 30 frame in a tensor of 24 columns and 16 rows, the part of it inside the
-// frame, and where this goes.
+// A region of a 40 x 30 frame, the part of it inside the frame, and where this goes in a tensor of
+// 24 columns and 16 rows.
 struct PlacementCase {
   int32_t mode;
   tavrine_area2d_t area;
@@ -128,7 +128,7 @@ TEST_F(Batch, PlacesRegionsAndPadsTheRest) {
   }
 }
 
-TEST_F(Batch, RatiosSayHowToMapBack) {
+TEST_F(Batch, ReturnsRatios) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 40, 30);
   const PaddedTensor tensor(TAVRINE_ELEMENT_UINT8, {2, 1, 16, 24});
   Call call = {tensor.get(),           TAVRINE_TENSOR_GRAY,
@@ -176,7 +176,7 @@ TEST_F(Batch, ItemsDescribeFramesCompletely) {
   }
 }
 
-TEST_F(Batch, EveryElementIsWrittenWhateverTheRoundings) {
+TEST_F(Batch, WritesEveryElement) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 23, 19);
   fill_random(in.get(), random_);
   for (int i = 0; i < 3000; ++i) {
@@ -199,7 +199,7 @@ TEST_F(Batch, EveryElementIsWrittenWhateverTheRoundings) {
   }
 }
 
-TEST_F(Batch, BandsOfByteTensorsDiffer) {
+TEST_F(Batch, PaddingOfByteTensors) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 20, 16);
   fill_random(in.get(), random_);
   for (const bool is_signed : {false, true}) {
@@ -212,14 +212,14 @@ TEST_F(Batch, BandsOfByteTensorsDiffer) {
       tensor.expect_frame(expected, 0, {0, 0, 20, 16}, TAVRINE_TENSOR_RGB, in.get(), kTypical);
       tensor.expect_band(expected, 0, {20, 0, 4, 16}, {-3.9F});
     }
-    // Signed tensors get their bands, but no pixels.
+    // Signed tensors get their padding, but no pixels.
     EXPECT_EQ(run({tensor.get(), 1, {in.get()}, {{0, 0, 20, 16}}, 0, {{-3.9F, 300, 200}}}),
               is_signed ? -4 : 0);
     EXPECT_EQ(tensor.elements(), expected);
   }
 }
 
-TEST_F(Batch, CrossesMemoriesAndKeepsItsWorkspace) {
+TEST_F(Batch, MemoryTypesAndWorkspace) {
   OwnedFrame host = make_frame(TAVRINE_FORMAT_BGR24, 40, 30);
   fill_random(host.get(), random_);
   const OwnedFrame device = on_device(host.get());
@@ -270,9 +270,9 @@ TEST_F(Batch, CrossesMemoriesAndKeepsItsWorkspace) {
   tavrine_devkit_guard_device_memory(0);
 }
 
-TEST_F(Batch, RefusalsComeBeforeAnythingIsWritten) {
-  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
-  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+TEST_F(Batch, RefusalsWriteNothing) {
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
   const OwnedFrame on_other = on_device(in.get());
   const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {2, 3, 16, 24});
@@ -297,23 +297,23 @@ TEST_F(Batch, RefusalsComeBeforeAnythingIsWritten) {
   expect_error("input frame list memory type is not homogeneous");
   refused_with(-1000, [](Call &call) { call.color_type = 5; });
   expect_error("Unknown tensor color type: 5");
-  const tavrine_area2d_t apart[] = {
-      {40, 0, 4, 4},        {0, 30, 4, 4},         {-4, 0, 4, 4},         {0, -5, 4, 4},
-      {kMost, 0, kMost, 4}, {0, kLeast, 4, kMost}, {kLeast, 0, kLeast, 4}};
+  const tavrine_area2d_t apart[] = {{40, 0, 4, 4},     {0, 30, 4, 4},      {-4, 0, 4, 4},
+                                    {0, -5, 4, 4},     {kMax, 0, kMax, 4}, {0, kMin, 4, kMax},
+                                    {kMin, 0, kMin, 4}};
   for (const tavrine_area2d_t &area : apart) {
     refused_with(-1, [&](Call &call) { call.areas[1] = area; });
     expect_error("invalid roi: {" + std::to_string(area.x) + ", " + std::to_string(area.y) + ", " +
                  std::to_string(area.width) + ", " + std::to_string(area.height) + "}");
   }
 
-  // The core keeps a tensor's memory type in its word.
+  // This core keeps a tensor's memory type in its word.
   tavrine_tensor_t elsewhere = *tensor.get();
   elsewhere.core_word = 7;
   refused_with(-4, [&](Call &call) { call.tensor = &elsewhere; });
   EXPECT_FALSE(workspace_);
 }
 
-TEST_F(Batch, AnImageThatFailsDoesNotStopTheOthers) {
+TEST_F(Batch, FailedImageDoesNotStopTheOthers) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
   fill_random(in.get(), random_);
   Call call = {nullptr, 1, {in.get(), in.get(), in.get()}, {}, 1, {}};

@@ -1,5 +1,5 @@
-/* The public headers are C, and existing programs were compiled with their records and numbers: this
- * file does not compile as C11 when a record, a number or a parameter differs. */
+/* The public headers are C, and existing programs were compiled with their records and
+ * numbers. This file does not compile as C11 when a record, a number or a parameter differs. */
 #include "tavrine_aux.h"
 #include "tavrine_core.h"
 #include "tavrine_devkit.h"

@@ -1,5 +1,5 @@
-// Colour conversion on the CPU: the formulas over their whole input space, and every pair of
-// formats on frames with awkward memory.
+// Colour conversion on the CPU: the formulas for every input, and every pair of formats on frames
+// with padded rows.
 #include <algorithm>
 #include <cmath>
 
@@ -37,7 +37,7 @@ Triple rgb_of(double y, double u, double v) {
 class CvtColor : public LibraryTest {};
 
 // All 2^24 colours as the top left pixels of 2 x 2 blocks, in slices of one red value.
-TEST_F(CvtColor, ForwardYuvIsTheFormulaForEveryColour) {
+TEST_F(CvtColor, ForwardYuvOfEveryColour) {
   OwnedFrame rgb = make_frame(TAVRINE_FORMAT_RGB24, 512, 512);
   OwnedFrame nv12 = make_frame(TAVRINE_FORMAT_NV12, 512, 512);
   auto *pixels = static_cast<uint8_t *>(rgb->planes[0]);
@@ -65,7 +65,7 @@ TEST_F(CvtColor, ForwardYuvIsTheFormulaForEveryColour) {
   }
 }
 
-TEST_F(CvtColor, InverseYuvIsTheFormulaForEveryTriple) {
+TEST_F(CvtColor, InverseYuvOfEveryTriple) {
   OwnedFrame nv21 = make_frame(TAVRINE_FORMAT_NV21, 512, 128);
   OwnedFrame bgr = make_frame(TAVRINE_FORMAT_BGR24, 512, 128);
   auto *luma = static_cast<uint8_t *>(nv21->planes[0]);
@@ -101,7 +101,7 @@ bool is_rgb(uint32_t format) {
 
 int channels_of(uint32_t format) { return format == TAVRINE_FORMAT_GREY ? 1 : 3; }
 
-// Where a frame keeps a channel of a pixel.
+// The index of a channel of a pixel, in the layout of pixels_of.
 int place_of(uint32_t format, int channel, int x, int y, int width, int height) {
   const int pixel = y * width + x;
   const int chroma = width * height;
@@ -131,7 +131,7 @@ Triple convert_pixel(const Triple &in, uint32_t from, uint32_t to) {
   return is_rgb(from) ? yuv_of(in[0], in[1], in[2]) : rgb_of(in[0], in[1], in[2]);
 }
 
-// Writes what every pair must give over the bytes of a destination.
+// The bytes of a destination `out` after a conversion.
 std::vector<uint8_t> convert_by_definition(const std::vector<uint8_t> &in, uint32_t from,
                                            std::vector<uint8_t> out, uint32_t to, int width,
                                            int height) {
@@ -143,7 +143,7 @@ std::vector<uint8_t> convert_by_definition(const std::vector<uint8_t> &in, uint3
       }
       const Triple result = convert_pixel(samples, from, to);
       for (int channel = 0; channel < channels_of(to); ++channel) {
-        // Chroma is that of the upper left pixel.
+        // Chroma is that of the top left pixel.
         if (channel == 0 || is_rgb(to) || (x % 2 == 0 && y % 2 == 0)) {
           out[place_of(to, channel, x, y, width, height)] = result[channel];
         }
@@ -194,7 +194,7 @@ TEST_F(CvtColor, EveryPairOnPaddedFrames) {
   }
 }
 
-TEST_F(CvtColor, RefusesOddSizesAndPlanesThatDoNotFit) {
+TEST_F(CvtColor, RefusesOddSizesAndUnequalStrides) {
   const struct {
     uint32_t from, to;
     int width, height;
@@ -266,13 +266,13 @@ class ContrastStretch : public LibraryTest {
   }
 };
 
-TEST_F(ContrastStretch, SmallFramesUseTheirWholeRange) {
+TEST_F(ContrastStretch, SmallFramesUseTheWholeRange) {
   EXPECT_EQ(stretch(2, {300, 70, 300, 70}), (std::vector<uint8_t>{255, 0, 255, 0}));
   EXPECT_EQ(stretch(4, {1000, 1100, 65000, 33000}), (std::vector<uint8_t>{0, 0, 255, 127}));
   EXPECT_EQ(stretch(3, {0, 65535, 32768}), (std::vector<uint8_t>{0, 255, 127}));
 }
 
-TEST_F(ContrastStretch, LargeFramesClipBothEndsAndUniformFramesAreBlack) {
+TEST_F(ContrastStretch, LargeFramesClipBothEnds) {
   // 40000 pixels: four may saturate at each end.
   std::vector<uint16_t> samples(40000, 500);
   std::fill_n(samples.begin(), 1000, uint16_t{400});
@@ -290,13 +290,13 @@ TEST_F(ContrastStretch, LargeFramesClipBothEndsAndUniformFramesAreBlack) {
   EXPECT_EQ(out[5000], 127);
   EXPECT_EQ(out[3004], 255);
 
-  // Exactly as many as may saturate: the value that they have is the bound.
+  // Exactly as many pixels as may saturate: their value is the bound.
   std::fill_n(samples.begin() + 3000, 4, uint16_t{5});
   std::fill_n(samples.begin() + 3004, 4, uint16_t{700});
   EXPECT_EQ(stretch(200, samples)[1000], 170);  // of 400 to 700
 
   EXPECT_EQ(stretch(200, std::vector<uint16_t>(40000, 777)), std::vector<uint8_t>(40000, 0));
-  // All but one pixel alike: both bounds pass each other.
+  // All pixels but one are equal: the low bound is above the high one.
   std::vector<uint16_t> nearly(40000, 777);
   nearly[9] = 9000;
   std::vector<uint8_t> expected(40000, 0);

@@ -1,5 +1,4 @@
-// The exported frame operations: checks and their messages, shortcuts, crop, and the way over
-// the device.
+// The exported frame operations: checks and their messages, shortcuts, crop, and device frames.
 #include <algorithm>
 #include <limits>
 
@@ -75,7 +74,7 @@ TEST_F(EntryPoints, OddSizesOfYuvFormats) {
   EXPECT_FALSE(none);
   EXPECT_EQ(take_log(), (Log{parity_message("tavrine_frame_resize", 3, 4)}));
 
-  // A new destination of odd size is refused but stays the caller's.
+  // A new destination of odd size is refused but stays in the slot.
   const OwnedFrame even = make_frame(TAVRINE_FORMAT_NV21, 8, 8);
   OwnedFrame out;
   EXPECT_EQ(tavrine_frame_resize(even.get(), out.slot(), 5, 4), -1);
@@ -83,7 +82,7 @@ TEST_F(EntryPoints, OddSizesOfYuvFormats) {
   EXPECT_EQ(out->width, 5);
   EXPECT_EQ(take_log(), (Log{parity_message("tavrine_frame_resize", 5, 4)}));
 
-  // Warps compare existing frames, answer -4 and name the check.
+  // Warps compare existing frames, return -4 and name the check.
   const float matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
   const OwnedFrame a = make_frame(TAVRINE_FORMAT_YU12, 4, 4);
   OwnedFrame b = make_frame(TAVRINE_FORMAT_YU12, 5, 4);
@@ -143,7 +142,7 @@ TEST_F(EntryPoints, CropInsideAndAcrossEveryEdge) {
   EXPECT_TRUE(take_log().empty());
 }
 
-TEST_F(EntryPoints, CropWithoutAnythingToCopy) {
+TEST_F(EntryPoints, CropOfAreasOutside) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_BGR24, 100, 100);
   OwnedFrame none;
   EXPECT_LT(tavrine_frame_crop(in.get(), none.slot(), {200, 200, 10, 10}), 0);
@@ -151,21 +150,21 @@ TEST_F(EntryPoints, CropWithoutAnythingToCopy) {
   EXPECT_EQ(take_log(), (Log{{4, "aux", 636,
                               "[tavrine_frame_crop] Illegal RoI. Cannot get sub frame of "
                               "Area2D{200, 200, 10, 10} from frame of Size2D{ 100, 100 }!\n"}}));
-  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
-  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
   for (const tavrine_area2d_t &area : {tavrine_area2d_t{5, 5, 0, 5},
                                        {5, 5, -3, 5},
                                        {-5, 5, -3, 2},
-                                       {kMost, 0, kMost, 1},
-                                       {kLeast, kLeast, kMost, kMost},
-                                       {kLeast, 0, kLeast, 1},
+                                       {kMax, 0, kMax, 1},
+                                       {kMin, kMin, kMax, kMax},
+                                       {kMin, 0, kMin, 1},
                                        {-8, -8, 8, 8}}) {
     EXPECT_LT(tavrine_frame_crop(in.get(), none.slot(), area), 0) << area.x << " " << area.width;
     EXPECT_FALSE(none);
   }
   OwnedFrame small = make_frame(TAVRINE_FORMAT_BGR24, 8, 8);
   EXPECT_EQ(tavrine_frame_crop(in.get(), small.slot(), {-1, 0, 10, 10}), -1);
-  // Chroma has no odd offsets: nothing lands anywhere, in a new frame or a given one.
+  // Odd offsets are refused in 4:2:0 formats; a new frame is freed, a caller's frame unchanged.
   const OwnedFrame nv12 = make_frame(TAVRINE_FORMAT_NV12, 8, 8);
   OwnedFrame given = make_frame(TAVRINE_FORMAT_NV12, 8, 8);
   fill(given.get(), 3);
@@ -261,7 +260,7 @@ TEST_F(EntryPoints, DeviceFramesFallBackToTheCpu) {
   const auto notice = [](int line, const std::string &name) {
     return Log{{0, "aux", line, "Device api not support, fallback to CPU - [" + name + "]!\n"}};
   };
-  // The engine's backend says why before that.
+  // Without the engine's reasons, which come first.
   const auto take_notices = [&] {
     Log log = take_log();
     log.erase(std::remove_if(log.begin(), log.end(),
@@ -293,7 +292,7 @@ TEST_F(EntryPoints, DeviceFramesFallBackToTheCpu) {
   ASSERT_EQ(tavrine_frame_crop(device.get(), out.slot(), {-6, 10, 20, 40}), 0);
   EXPECT_EQ(pixels_of(out.get()), pixels_of(expected.get()));
 
-  // A conversion that nobody supports frees what was allocated for it.
+  // An unsupported conversion frees the frame that was allocated for it.
   out.reset();
   EXPECT_EQ(tavrine_frame_cvt_color(device.get(), out.slot(), TAVRINE_FORMAT_ARGB), -1000);
   EXPECT_FALSE(out);

@@ -31,13 +31,13 @@ Operation encode_as(int32_t code) {
   };
 }
 
-// Turns a part of the frame, whose rows are padded.
+// Rotates a part of the frame, whose rows are padded.
 int32_t rotate_part(const tavrine_frame_t *in, tavrine_frame_t **out) {
   const OwnedFrame part(tavrine_frame_roi(in, 2, 2, 16, 12));
   return part ? tavrine_frame_rotate(part.get(), out, 0) : kInjected;
 }
 
-// Warps take an existing frame: the first allocation is the application's own.
+// Warps need an existing frame, so the first allocation is this function's own.
 Operation warp_by(decltype(&tavrine_frame_warpaffine) warp) {
   return [=](const tavrine_frame_t *in, tavrine_frame_t **out) {
     constexpr float kMatrix[] = {0.9F, 0.1F, 2, -0.1F, 0.9F, 1, 0, 0, 1};
@@ -87,7 +87,7 @@ Operation fill_batch_in(int32_t memory) {
   };
 }
 
-// A picture of two pixels, whose frame does not leave: it is new.
+// A picture of two pixels. Its frame is new and is released here.
 int32_t decode(const tavrine_frame_t *, tavrine_frame_t **) {
   constexpr char kPicture[] = "P6 2 1 255\nRGBrgb";
   const OwnedFrame frame(tavrine_frame_load_from_memory(kPicture, sizeof kPicture - 1));
@@ -108,17 +108,17 @@ Outcomes operator+(Outcomes first, const Outcomes &second) {
 }  // namespace
 
 const std::vector<Scenario> &failure_scenarios() {
-  // What the scenario itself calls before the operation.
+  // Calls of the scenario itself, before the operation.
   static const Outcomes kOwnFrame = {{"tavrine_frame_alloc", 1, kInjected}};
   static const Outcomes kOwnPart = {{"tavrine_frame_roi", 1, kInjected}};
   static const Outcomes kOwnBuffer = {{"tavrine_buffer_alloc", 1, kInjected}};
   static const Outcomes kOwnTensor = {{"tavrine_tensor_alloc", 1, kInjected}};
-  // What the operation calls.
+  // Calls of the operation.
   static const Outcomes kAllocation = {{"tavrine_frame_alloc", 1, -4}};
   static const Outcomes kCopy = {{"tavrine_frame_copy", 1, kInjected}};
   static const Outcomes kReference = {{"tavrine_frame_ref", 1, -4}};
-  // The transfers of a fallback are not looked at: without its input the CPU refuses, and a
-  // result that does not reach the device passes.
+  // The transfers of a fallback are not checked: without its input the CPU refuses, and a failed
+  // upload is not reported.
   static const Outcomes kFallback = {{"tavrine_frame_download", 1, -4},
                                      {"tavrine_frame_download", 2, -4},
                                      {"tavrine_frame_upload", 1, 0}};

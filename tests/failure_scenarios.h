@@ -1,4 +1,4 @@
-// Operations and what each of them answers when one of its core calls fails.
+// Operations, and what each of them returns when one of its core calls fails.
 #pragma once
 
 #include <functional>
@@ -9,10 +9,10 @@ namespace tavrine::test {
 
 constexpr int32_t kInjected = TAVRINE_DEVKIT_INJECTED_FAILURE;
 
-// An operation from `in` into a slot, which may hold a frame.
+// Runs an operation from `in` into a slot, which may hold a frame.
 using Operation = std::function<int32_t(const tavrine_frame_t *in, tavrine_frame_t **out)>;
 
-// What an operation answers when the nth of its calls of a name fails.
+// What an operation returns when its nth call of a core function fails.
 struct Outcome {
   static constexpr int32_t kEvery = 0;
 
@@ -21,13 +21,13 @@ struct Outcome {
   int32_t result;
 };
 
-// Starts from a frame of 20 x 16 pixels, or from 96 x 64, which the engine takes.
+// `in` has 20 x 16 pixels, or 96 x 64, which the engine accepts.
 struct Scenario {
   const char *name;
   uint32_t format;
   int32_t memory;
   Operation run;
-  std::vector<Outcome> outcomes;  // of an empty slot
+  std::vector<Outcome> outcomes;  // with an empty slot
   bool is_large = false;
 
   OwnedFrame make_input() const;

@@ -1,6 +1,6 @@
-// Whatever an operation needs fails, once at each place: calls of the core, of the media platform,
-// and allocations. The code is the promised one, slots and the caller's frame are as they were,
-// and nothing is left behind.
+// Fails every call that an operation makes, one at a time: of the core, of the media platform, and
+// allocations. The code is the documented one, slots and the caller's record are unchanged, and
+// nothing is leaked.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -21,7 +21,7 @@ constexpr const char *kCoreCalls[] = {
     "tavrine_buffer_resize", "tavrine_tensor_alloc",    "tavrine_tensor_make",
     "tavrine_tensor_roi"};
 
-// A platform that does not free has lost the block itself: that call works, and answers a code.
+// A block that is not freed would be the platform's leak, so that call works and returns a code.
 constexpr struct {
   const char *name;
   int32_t does;
@@ -38,12 +38,12 @@ constexpr struct {
                       {"HI_MPI_IVE_Query", TAVRINE_DEVKIT_MPP_ITS_WORK}};
 constexpr HI_S32 kPlatformCode = static_cast<HI_S32>(0xA01D8040U);
 
-// What a call must leave as it was.
-struct Leftovers {
+// Objects and media memory in use.
+struct Usage {
   tavrine_devkit_objects_t objects = tavrine_devkit_live_objects();
   tavrine_devkit_mmz_usage_t mmz = tavrine_devkit_live_mmz();
 
-  bool operator==(const Leftovers &other) const {
+  bool operator==(const Usage &other) const {
     return objects.frames == other.objects.frames && objects.buffers == other.objects.buffers &&
            objects.tensors == other.objects.tensors &&
            objects.storage_blocks == other.objects.storage_blocks &&
@@ -51,8 +51,8 @@ struct Leftovers {
   }
 };
 
-// The scratch memory of a resize that the engine refused may still be in the engine's hands, so it
-// stays. Frees such a block for the tests' sake.
+// The library leaks the scratch memory of a resize that the engine refused, because the engine may
+// still own it. Frees such a block.
 class ScratchWatch {
  public:
   ScratchWatch() { tavrine_devkit_mpp_set_observer(see, this); }
@@ -84,7 +84,7 @@ class FailureSweep : public LibraryTest {
  protected:
   void SetUp() override {
     LibraryTest::SetUp();
-    // What the log keeps would count as left behind.
+    // Memory that the log keeps would count as leaked.
     tavrine_log_set_sink([](void *, int32_t, const char *, int32_t, const char *) {}, nullptr);
   }
   void TearDown() override {
@@ -92,13 +92,13 @@ class FailureSweep : public LibraryTest {
     LibraryTest::TearDown();
   }
 
-  // Runs a scenario once, into an empty slot or into a frame as large as `model`. order() is
-  // called just before and withdraw() just after; what that answers is returned.
+  // Runs a scenario once, into an empty slot or into a frame as large as `model`. Calls order()
+  // just before and withdraw() just after, and returns the latter's result.
   template <typename Order, typename Withdraw>
   bool run_once(const Scenario &scenario, const tavrine_frame_t *in, const tavrine_frame_t *model,
                 bool is_given, Order order, Withdraw withdraw) {
     pixels_.clear();
-    const Leftovers before;
+    const Usage before;
     const int64_t allocations = live_allocations();
     bool was_reached = false;
     {
@@ -122,8 +122,8 @@ class FailureSweep : public LibraryTest {
         pixels_ = pixels_of(out.get());
       }
     }
-    EXPECT_TRUE(Leftovers() == before) << "something was left behind";
-    // The software engine keeps what waits in its queue.
+    EXPECT_TRUE(Usage() == before) << "something was leaked";
+    // The software engine keeps the memory of its queue.
     if (scenario.memory == TAVRINE_MEMORY_HOST) {
       EXPECT_EQ(live_allocations(), allocations);
     }
@@ -147,7 +147,7 @@ bool is_promised(const Scenario &scenario, const char *call, int32_t nth, int32_
   return outcome != scenario.outcomes.end() && outcome->result == result;
 }
 
-// Of a given frame, fewer calls are made, so that their numbers differ.
+// With a caller's frame there are fewer calls, so their numbers differ.
 bool is_promised_somewhere(const Scenario &scenario, const char *call, int32_t result) {
   return std::any_of(scenario.outcomes.begin(), scenario.outcomes.end(),
                      [&](const Outcome &outcome) {
@@ -155,7 +155,7 @@ bool is_promised_somewhere(const Scenario &scenario, const char *call, int32_t r
                      });
 }
 
-TEST_F(FailureSweep, EachCoreCallAnswersItsCode) {
+TEST_F(FailureSweep, FailedCoreCalls) {
   for (const Scenario &scenario : failure_scenarios()) {
     const OwnedFrame in = scenario.make_input();
     OwnedFrame model;
@@ -176,7 +176,7 @@ TEST_F(FailureSweep, EachCoreCallAnswersItsCode) {
             called.insert(call);
             EXPECT_TRUE(is_given ? is_promised_somewhere(scenario, call, result_)
                                  : is_promised(scenario, call, nth, result_))
-                << "answers " << result_;
+                << "returns " << result_;
           } else {
             EXPECT_EQ(result_, 0);
           }
@@ -189,8 +189,8 @@ TEST_F(FailureSweep, EachCoreCallAnswersItsCode) {
   }
 }
 
-// The engine's failures are the CPU's work; only device memory that runs out is a failure.
-TEST_F(FailureSweep, APlatformThatFailsIsMadeGood) {
+// When the engine fails, the CPU does the work; only lack of device memory is a failure.
+TEST_F(FailureSweep, FailedPlatformCalls) {
   keeps_pixels_ = true;
   int32_t reached = 0;
   for (const Scenario &scenario : failure_scenarios()) {
@@ -207,7 +207,7 @@ TEST_F(FailureSweep, APlatformThatFailsIsMadeGood) {
     const auto nothing = [] { return true; };
     for (const bool is_given : {false, true}) {
       if (is_given && !model) {
-        continue;  // nothing comes out of this one
+        continue;  // has no output frame
       }
       run_once(scenario, in.get(), model.get(), is_given, nothing, nothing);
       const std::vector<uint8_t> by_engine = pixels_;
@@ -233,7 +233,7 @@ TEST_F(FailureSweep, APlatformThatFailsIsMadeGood) {
               [] { return tavrine_devkit_mpp_clear_orders() == 0; });
           reached += was_reached;
           const bool is_memory = std::strcmp(call.name, "HI_MPI_SYS_MmzAlloc_Cached") == 0;
-          EXPECT_TRUE(result_ == 0 || (is_memory && result_ < 0)) << "answers " << result_;
+          EXPECT_TRUE(result_ == 0 || (is_memory && result_ < 0)) << "returns " << result_;
           const bool is_cache = std::strstr(call.name, "Flush") != nullptr ||
                                 std::strstr(call.name, "flush") != nullptr ||
                                 std::strstr(call.name, "GetVir") != nullptr;
@@ -245,7 +245,7 @@ TEST_F(FailureSweep, APlatformThatFailsIsMadeGood) {
   EXPECT_GT(reached, 100);
 }
 
-TEST_F(FailureSweep, MemoryThatRunsOutIsAFailureOrMadeGood) {
+TEST_F(FailureSweep, FailedAllocations) {
   for (const Scenario &scenario : failure_scenarios()) {
     const OwnedFrame in = scenario.make_input();
     OwnedFrame model;
@@ -259,22 +259,22 @@ TEST_F(FailureSweep, MemoryThatRunsOutIsAFailureOrMadeGood) {
             scenario, in.get(), model.get(), is_given, [&] { fail_allocation(nth); },
             [] { return clear_failed_allocation(); });
         EXPECT_TRUE(result_ == 0 || result_ == -1 || result_ == -4 || result_ == kInjected)
-            << "answers " << result_;
+            << "returns " << result_;
       }
       EXPECT_EQ(result_, 0) << scenario.name;
     }
   }
 }
 
-// The least squares need memory of their own; the rest of the library never throws.
-TEST_F(FailureSweep, OnlyTransformsThrowWhenMemoryRunsOut) {
+// The least squares fit allocates; nothing else in the library throws.
+TEST_F(FailureSweep, FailedAllocationsOfTransforms) {
   constexpr tavrine_point2f_t kFrom[3] = {{0, 0}, {4, 0}, {0, 4}};
   constexpr tavrine_point2f_t kTo[3] = {{1, 2}, {5, 3}, {0, 6}};
   for (const auto find : {tavrine_find_similarity_transform, tavrine_find_affine_transform}) {
     bool was_reached = true;
     for (int32_t nth = 1; was_reached; ++nth) {
       tavrine_matrix3x3f_t forward{}, inverse{};
-      const Leftovers before;
+      const Usage before;
       bool has_thrown = false;
       fail_allocation(nth);
       try {
@@ -284,7 +284,7 @@ TEST_F(FailureSweep, OnlyTransformsThrowWhenMemoryRunsOut) {
       }
       was_reached = clear_failed_allocation();
       EXPECT_EQ(has_thrown, was_reached) << nth;
-      EXPECT_TRUE(Leftovers() == before);
+      EXPECT_TRUE(Usage() == before);
     }
   }
 }

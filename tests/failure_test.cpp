@@ -1,4 +1,4 @@
-// What a failure leaves beyond its code: messages, pixels and files.
+// What a failure leaves besides its code: messages, pixels and files.
 #include "tests/failure_scenarios.h"
 
 namespace tavrine::test {
@@ -6,7 +6,7 @@ namespace {
 
 class Failures : public LibraryTest {};
 
-TEST_F(Failures, AFailedDownloadKeepsItsCodeWhenSaving) {
+TEST_F(Failures, FailedDownloadWhenSavingAndEncoding) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 8, 8, TAVRINE_MEMORY_DEVICE);
   const OwnedBuffer buffer(tavrine_buffer_alloc(16, TAVRINE_MEMORY_HOST));
   tavrine_devkit_fail_call("tavrine_frame_download", 1);
@@ -24,7 +24,7 @@ TEST_F(Failures, AFailedDownloadKeepsItsCodeWhenSaving) {
   EXPECT_EQ(take_log(), (std::vector<LogRecord>{{4, "aux", 520, text}, {4, "aux", 554, text}}));
 }
 
-TEST_F(Failures, APerspectiveWarpWithoutMemoryBetweenSucceedsAndWritesNothing) {
+TEST_F(Failures, PerspectiveWarpWithoutIntermediateFrame) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_NV12, 8, 8);
   const OwnedFrame out = make_frame(TAVRINE_FORMAT_NV12, 6, 4);
   fill(out.get(), 77);
@@ -35,8 +35,8 @@ TEST_F(Failures, APerspectiveWarpWithoutMemoryBetweenSucceedsAndWritesNothing) {
   EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(36, 77));
 }
 
-// The caller's device frame gets no pixels of a result that there is not.
-TEST_F(Failures, ARefusedOperationUploadsNothing) {
+// Without a result, nothing is uploaded to the caller's device frame.
+TEST_F(Failures, RefusedOperationUploadsNothing) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_Y16, 8, 8, TAVRINE_MEMORY_DEVICE);
   OwnedFrame out = make_frame(TAVRINE_FORMAT_Y16, 4, 4, TAVRINE_MEMORY_DEVICE);
   tavrine_devkit_reset_call_counts();
@@ -45,7 +45,7 @@ TEST_F(Failures, ARefusedOperationUploadsNothing) {
   EXPECT_EQ(tavrine_devkit_call_count("tavrine_frame_upload"), 0);
 }
 
-TEST_F(Failures, ANonContiguousFrameThatCannotBeDuplicatedIsNotSaved) {
+TEST_F(Failures, FailedDuplicateWhenSaving) {
   const PaddedFrame in = make_padded_frame(TAVRINE_FORMAT_RGB24, 8, 8, random_);
   tavrine_devkit_fail_call("tavrine_frame_duplicate", 1);
   EXPECT_EQ(tavrine_frame_save(in.frame.get(), "never-written.png"), -4);

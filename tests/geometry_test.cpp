@@ -72,7 +72,7 @@ double area_of(const Points &points) {
          (static_cast<double>(c.x) - a.x) * (static_cast<double>(b.y) - a.y);
 }
 
-// The least squares similarity in closed form, from centred coordinates.
+// The least-squares similarity in closed form, from centred coordinates.
 std::array<double, 9> similarity_by_formula(const Points &source, const Points &destination) {
   double x = 0, y = 0, u = 0, v = 0;
   for (int i = 0; i < 3; ++i) {
@@ -103,9 +103,9 @@ TEST(Geometry, ExamplesByHand) {
     expect_near(same.forward, {1, 0, 0, 0, 1, 0, 0, 0, 1}, 1e-4);
     expect_near(same.inverse, {1, 0, 0, 0, 1, 0, 0, 0, 1}, 1e-4);
   }
-  const Transform turned = similarity(unit, {{{1, 1}, {1, 2}, {0, 1}}});
-  expect_near(turned.forward, {0, -1, 1, 1, 0, 1, 0, 0, 1});
-  expect_near(turned.inverse, {0, 1, -1, -1, 0, 1, 0, 0, 1});
+  const Transform rotated = similarity(unit, {{{1, 1}, {1, 2}, {0, 1}}});
+  expect_near(rotated.forward, {0, -1, 1, 1, 0, 1, 0, 0, 1});
+  expect_near(rotated.inverse, {0, 1, -1, -1, 0, 1, 0, 0, 1});
 }
 
 TEST(Geometry, RandomTriangles) {
@@ -114,7 +114,7 @@ TEST(Geometry, RandomTriangles) {
   for (int i = 0; i < 2000; ++i) {
     const Points source = random_points(random, 500);
     const Points destination = random_points(random, 200);
-    // Slender triangles have no accurate answer in single precision.
+    // Thin triangles have no accurate solution in single precision.
     if (std::abs(area_of(source)) < 2e4 || std::abs(area_of(destination)) < 2e3) {
       continue;
     }
@@ -127,7 +127,7 @@ TEST(Geometry, RandomTriangles) {
     }
     expect_inverse(exact, 1e-5);
 
-    // Any destination, also mirrored and sheared ones: never a reflection.
+    // Never a reflection, even for mirrored or sheared destinations.
     const Transform closest = similarity(source, destination);
     const std::array<double, 9> expected = similarity_by_formula(source, destination);
     expect_near(closest.forward, expected, 2e-3);
@@ -140,7 +140,7 @@ TEST(Geometry, RandomTriangles) {
   EXPECT_GT(tested, 1000);
 }
 
-TEST(Geometry, PointsThatDetermineNothing) {
+TEST(Geometry, DegeneratePoints) {
   const Points triangle = {{{10, 20}, {30, 25}, {15, 60}}};
   const Points lines[] = {{{{0, 0}, {1, 1}, {2, 2}}},
                           {{{0, 0}, {4, 0}, {8, 0}}},
@@ -152,7 +152,7 @@ TEST(Geometry, PointsThatDetermineNothing) {
     for (const float entry : result.forward.m) {
       EXPECT_TRUE(std::isfinite(entry));
     }
-    // An unknown of each row was left open, so its parameter is 0, and so is the determinant.
+    // One unknown of each row is not determined: it is 0, and so is the determinant.
     EXPECT_TRUE((result.forward.m[0] == 0 && result.forward.m[3] == 0) ||
                 (result.forward.m[1] == 0 && result.forward.m[4] == 0));
     for (const float entry : result.inverse.m) {
@@ -166,14 +166,15 @@ TEST(Geometry, PointsThatDetermineNothing) {
   for (const float entry : nowhere.inverse.m) {
     EXPECT_FALSE(std::isfinite(entry));
   }
-  // Coinciding elsewhere: the smallest parameters that reach the mean, here (18.33, 35).
+  // Coinciding points away from the origin: the smallest parameters that map them to the mean of
+  // the destination, (18.33, 35).
   const Transform smallest = similarity(lines[3], triangle);
   const tavrine_point2f_t mapped = map(smallest.forward, {5, 5});
   EXPECT_NEAR(mapped.x, 55 / 3.0, 1e-4);
   EXPECT_NEAR(mapped.y, 35, 1e-4);
 }
 
-TEST(Geometry, EveryBitPatternIsAnswered) {
+TEST(Geometry, AnyBitPatterns) {
   Random random(11);
   const auto any = [&random] {
     const auto bits = static_cast<uint32_t>(random());

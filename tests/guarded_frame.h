@@ -1,4 +1,4 @@
-// Frames whose planes lie between pages that must not be touched.
+// Frames whose planes begin or end at pages that must not be touched.
 #pragma once
 
 #include <sys/mman.h>
@@ -10,8 +10,8 @@
 
 namespace tavrine::test {
 
-// Some bytes at one end of readable memory: the byte before the first, or the one behind the last,
-// faults.
+// Bytes at one end of readable memory: accessing the byte before the first, or the one after the
+// last, faults.
 class GuardedMemory {
  public:
   enum class Edge { kFirst, kLast };
@@ -30,7 +30,7 @@ class GuardedMemory {
   ~GuardedMemory() { munmap(mapping_, mapped_); }
 
   uint8_t *data() const { return data_; }
-  // All that may be touched.
+  // All readable memory.
   uint8_t *begin() const { return mapping_ + kPage; }
   uint8_t *end() const { return mapping_ + mapped_ - kPage; }
 
@@ -42,7 +42,7 @@ class GuardedMemory {
   uint8_t *data_;
 };
 
-// A host frame with padded rows; nothing is behind the last one's pixels.
+// A host frame with padded rows, but none after the last row's pixels.
 class GuardedFrame {
  public:
   static constexpr int kPadding = 5;

@@ -1,4 +1,4 @@
-// What the library says about itself, in its texts and as a file.
+// The texts by which the library identifies itself.
 #include <cstring>
 #include <sstream>
 

@@ -1,4 +1,4 @@
-// Memory that runs out on order, for whatever is linked into the test program.
+// Makes allocations fail, in everything that is linked into the test program.
 #pragma once
 
 #include <cstddef>
@@ -6,18 +6,18 @@
 
 namespace tavrine::test {
 
-// Makes the nth allocation of this thread from now on (1: the next, 0: none) fail once. Where a
-// sanitizer has taken over malloc, only those of operator new count, and what this program's own
-// objects ask of calloc and realloc.
+// Makes the nth allocation of this thread from now on (1: the next, 0: none) fail once. Under a
+// sanitizer, which replaces malloc, only operator new counts, and calls of calloc and realloc from
+// this program's own objects.
 void fail_allocation(int32_t nth);
 
-// Withdraws the order. True when it had been carried out.
+// Withdraws the order. True when the allocation had failed.
 bool clear_failed_allocation();
 
-// The most that was asked for at once since the last order, of what counts.
+// The largest single request since the last order.
 size_t largest_allocation();
 
-// Allocations of this thread that were not released by it; 0 where a sanitizer watches them.
+// Allocations of this thread that it has not released; 0 under a sanitizer.
 int64_t live_allocations();
 
 }  // namespace tavrine::test

@@ -1,4 +1,4 @@
-// Floating point to integers, where machines differ.
+// Float-to-integer conversions at the values where machines differ.
 #include "common/numeric.h"
 
 #include <gtest/gtest.h>
@@ -10,10 +10,10 @@
 namespace tavrine::test {
 namespace {
 
-constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
-constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
 
-TEST(Numeric, TruncatesAndRoundsAlikeOnEveryMachine) {
+TEST(Numeric, TruncatesAndRoundsEdgeValues) {
   const struct {
     float value;
     int32_t truncated;
@@ -26,12 +26,12 @@ TEST(Numeric, TruncatesAndRoundsAlikeOnEveryMachine) {
                {-0.49999997F, 0, 0, 0},
                {0.49999997F, 0, 0, 0},
                {2147483520.0F, 2147483520, 2147483520, 2147483520U},
-               {2147483648.0F, kMost, kMost, 2147483648U},
-               {-2147483648.0F, kLeast, kLeast, 0},
-               {1e20F, kMost, kMost, 4294967295U},
-               {-1e20F, kLeast, kLeast, 0},
-               {INFINITY, kMost, kMost, 4294967295U},
-               {-INFINITY, kLeast, kLeast, 0},
+               {2147483648.0F, kMax, kMax, 2147483648U},
+               {-2147483648.0F, kMin, kMin, 0},
+               {1e20F, kMax, kMax, 4294967295U},
+               {-1e20F, kMin, kMin, 0},
+               {INFINITY, kMax, kMax, 4294967295U},
+               {-INFINITY, kMin, kMin, 0},
                {NAN, 0, 0, 0}};
   for (const auto &test : cases) {
     EXPECT_EQ(truncate_to_int32(test.value), test.truncated) << test.value;
@@ -41,10 +41,10 @@ TEST(Numeric, TruncatesAndRoundsAlikeOnEveryMachine) {
   }
 }
 
-TEST(Numeric, MoreThanTheAddressSpaceHoldsIsNotAllocated) {
+TEST(Numeric, AllocationsBeyondTheAddressSpaceFail) {
   EXPECT_FALSE(allocate<int64_t>(std::numeric_limits<int64_t>::max()));
   if constexpr (sizeof(size_t) == 4) {
-    EXPECT_FALSE(allocate<uint8_t>((int64_t{1} << 32) + 16)) << "cut to 16";
+    EXPECT_FALSE(allocate<uint8_t>((int64_t{1} << 32) + 16)) << "truncated to 16";
   }
 }
 

@@ -1,4 +1,4 @@
-// What the tests share: frames made with a purpose, and a look at what a call leaves behind.
+// What the tests share: frames for different purposes, pixels, the log, and a check for leaks.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ inline constexpr uint32_t kEightBitFormats[] = {
     TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24, TAVRINE_FORMAT_BGRA,
     TAVRINE_FORMAT_ARGB, TAVRINE_FORMAT_NV12,  TAVRINE_FORMAT_NV21,  TAVRINE_FORMAT_YU12};
 
-// One plane as the format defines it, independent of the library's own tables.
+// One plane of a format, independent of the library's own table.
 struct Plane {
   int channels;
   int columns;
@@ -31,14 +31,14 @@ std::vector<Plane> planes_of(uint32_t format, int width, int height);
 
 OwnedFrame make_frame(uint32_t format, int width, int height, int32_t memory = TAVRINE_MEMORY_HOST);
 
-// A frame inside a larger one: rows are padded, planes do not follow each other, and what
-// surrounds the pixels can be checked for harm. The parent keeps its fill.
+// A frame inside a larger one: rows are padded, planes do not follow each other, and the bytes
+// around the pixels can be checked.
 struct PaddedFrame {
   OwnedFrame parent;
   OwnedFrame frame;
   std::vector<uint8_t> surroundings_before;
 
-  // The parent's bytes, but for those of the frame.
+  // The parent's bytes without the frame's.
   std::vector<uint8_t> surroundings() const;
   bool surroundings_unharmed() const { return surroundings() == surroundings_before; }
 };
@@ -51,7 +51,7 @@ void fill(tavrine_frame_t *frame, uint8_t value);
 std::vector<uint8_t> pixels_of(const tavrine_frame_t *frame);
 void set_pixels(tavrine_frame_t *frame, const std::vector<uint8_t> &pixels);
 
-// What change() makes of the bytes of each plane, in the layout of pixels_of.
+// The result of change() for the bytes of each plane, in the layout of pixels_of.
 std::vector<uint8_t> with_changed_planes(
     const tavrine_frame_t *frame,
     const std::function<std::vector<uint8_t>(const std::vector<uint8_t> &pixels, size_t plane)>
@@ -70,14 +70,14 @@ struct LogRecord {
 bool operator==(const LogRecord &a, const LogRecord &b);
 std::ostream &operator<<(std::ostream &stream, const LogRecord &record);
 
-// Collects the log, and fails the test when it leaves objects of the core behind.
+// Collects the log, and fails the test when it leaks objects of the core.
 class LibraryTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
 
   std::vector<LogRecord> take_log();
-  // One record since the last look. Its line is that of a call and may be any.
+  // Exactly one record since the last call. Its line number is not checked.
   void expect_log(int32_t level, const std::string &tag, const std::string &text);
 
   Random random_{20210917};

@@ -1,4 +1,4 @@
-// The image engine's backend: what it refuses, what it tells the platform, how it waits, and
+// The image engine's backend: what it refuses, what it passes to the platform, how it waits, and
 // device frames through the public functions.
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ constexpr int32_t kDevice = TAVRINE_MEMORY_DEVICE;
 constexpr HI_S32 kCode = 0x1D8010, kFull = HI_ERR_IVE_BUF_FULL, kTimeout = HI_ERR_IVE_QUERY_TIMEOUT;
 constexpr int32_t kNothing = TAVRINE_DEVKIT_MPP_NOTHING, kItsWork = TAVRINE_DEVKIT_MPP_ITS_WORK;
 
-// Calls of the platform as they come, by a letter each, among them pauses in microseconds.
+// Calls of the platform in order, a letter each, with pauses in microseconds between them.
 struct Trace {
   std::string steps;
   std::vector<Call> calls;
@@ -44,14 +44,14 @@ void order(const char *name, int32_t count, HI_S32 code, int32_t does, int32_t f
 
 uint64_t physical_of(const tavrine_frame_t *in) { return find_in_mmz(in->planes[0]).physical; }
 
-// Copies of records, to be edited.
+// Copies of records that a test changes.
 struct Pair {
   tavrine_frame_t in, out;
   int32_t width = 64, height = 64;
 };
 
 struct Fault {
-  void (*spoil)(Pair &);
+  void (*apply)(Pair &);
   const char *message;
   int32_t code = -1;
 };
@@ -104,23 +104,23 @@ class Svp : public LibraryTest {
     return text;
   }
 
-  // Each fault is met while all later ones are there as well.
-  template <size_t Count, typename Slot>
+  // Checks each fault while all later ones are present too.
+  template <size_t Count, typename Operation>
   void expect_refusals(const Fault (&faults)[Count], const OwnedFrame &in, const OwnedFrame &out,
-                       const Slot &slot) {
+                       const Operation &operation) {
     for (size_t first = 0; first < Count; ++first) {
       Pair pair = {*in.get(), *out.get()};
       for (size_t i = Count; i-- > first;) {
-        faults[i].spoil(pair);
+        faults[i].apply(pair);
       }
-      EXPECT_EQ(slot(pair), faults[first].code) << first;
+      EXPECT_EQ(operation(pair), faults[first].code) << first;
       EXPECT_EQ(messages(), faults[first].message) << first;
       const bool looks_up = std::string(faults[first].message).find("mmz") != std::string::npos;
       EXPECT_EQ(trace_.steps, looks_up ? "gg" : "") << first;
     }
   }
 
-  // Scratch blocks that the last call left allocated; they are freed.
+  // Frees the scratch blocks that the last call leaked, and returns how many there were.
   int32_t free_leaks() {
     int32_t leaks = 0;
     for (const Call &call : trace_.calls) {
@@ -136,7 +136,7 @@ class Svp : public LibraryTest {
   int32_t blocks_before_ = 0;
 };
 
-TEST_F(Svp, ConversionRefusesInItsOrder) {
+TEST_F(Svp, ConversionRefusesInOrder) {
   const char *const kRange = "0w/h range : 64x64 -- 1920x1080.\n";
   const char *const kStride = "0stride must 16 bytes align.\n";
   const Fault faults[] = {
@@ -182,7 +182,7 @@ TEST_F(Svp, ConversionRefusesInItsOrder) {
   }
 }
 
-TEST_F(Svp, ConversionTellsTheEngineWhatTheRecordsSay) {
+TEST_F(Svp, ConversionTask) {
   const struct {
     int32_t width, height, rgb_stride, nv12_stride;
     uint32_t engine_width, engine_height, rgb_pixels, nv12_pixels;
@@ -227,7 +227,7 @@ TEST_F(Svp, ConversionTellsTheEngineWhatTheRecordsSay) {
             sizeof(void *) == 4 ? 0xFFFFFFFFC0001000U : 0xC0001000U);
 }
 
-TEST_F(Svp, ResizeRefusesInItsOrder) {
+TEST_F(Svp, ResizeRefusesInOrder) {
   const char *const kGrey = "0SVP resize support gray only.\n";
   const char *const kAlignment = "0SVP resize width stride must be divisible by 16.\n";
   const char *const kParity = "0SVP resize height must be divisible by 2.\n";
@@ -272,7 +272,7 @@ TEST_F(Svp, ResizeRefusesInItsOrder) {
   EXPECT_EQ(messages(), "0SVP resize in or output null.\n0SVP resize in or output null.\n");
 }
 
-TEST_F(Svp, ResizeTellsTheEngineWhatTheRecordsSay) {
+TEST_F(Svp, ResizeTask) {
   const int32_t strides[4] = {672, 0, 0, 0};
   const OwnedFrame in(tavrine_frame_alloc(kDevice, TAVRINE_FORMAT_GREY, 640, 480, strides, 0));
   // A larger destination receives its top left part.
@@ -312,7 +312,7 @@ TEST_F(Svp, RetriesAndWaits) {
   const OwnedFrame rgb = make_frame(TAVRINE_FORMAT_RGB24, 64, 64, kDevice);
   const OwnedFrame nv12 = make_frame(TAVRINE_FORMAT_NV12, 64, 64, kDevice);
   const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 64, 64, kDevice);
-  // What the first queries answer. A query that does its work sets bFinish.
+  // What the first queries return. A query that does its work sets bFinish.
   const struct {
     int32_t count;
     HI_S32 code;
@@ -339,7 +339,7 @@ TEST_F(Svp, RetriesAndWaits) {
   }
 }
 
-TEST_F(Svp, ResizeSurvivesFlushesAndReportsTheRest) {
+TEST_F(Svp, ResizeReportsFailedCalls) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 128, 64, kDevice);
   const OwnedFrame out = make_frame(TAVRINE_FORMAT_GREY, 64, 64, kDevice);
   const auto resize_it = [&] { return resize(in.get(), out.get(), 64, 64); };
@@ -363,7 +363,7 @@ TEST_F(Svp, ResizeSurvivesFlushesAndReportsTheRest) {
     EXPECT_EQ(trace_.calls[other_way].address, trace_.calls[other_way - 1].address);
     EXPECT_EQ(trace_.calls[other_way].length, trace_.calls[other_way - 1].length);
   }
-  // Whatever a failed allocation left in the variables is freed.
+  // What a failed allocation left in the variables is freed.
   for (const int32_t does : {kNothing, kItsWork}) {
     order("HI_MPI_SYS_MmzAlloc_Cached", 1, kCode, does);
     EXPECT_EQ(resize_it(), -3);
@@ -379,8 +379,8 @@ TEST_F(Svp, ResizeSurvivesFlushesAndReportsTheRest) {
   EXPECT_EQ(free_leaks(), 1);
 }
 
-// Only a resize flushes: what was written behind the engine's back is not converted.
-TEST_F(Svp, AConversionSeesWhatWasFlushed) {
+// Only a resize flushes: a conversion does not see what the CPU wrote and did not flush.
+TEST_F(Svp, ConversionDoesNotFlush) {
   const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 64, 128, kDevice);
   const OwnedFrame small = make_frame(TAVRINE_FORMAT_GREY, 64, 64, kDevice);
   fill(grey.get(), 50);
@@ -395,7 +395,7 @@ TEST_F(Svp, AConversionSeesWhatWasFlushed) {
   ASSERT_EQ(convert(upper.get(), rgb.get()), 0);
   EXPECT_EQ(pixels_of(rgb.get()), std::vector<uint8_t>(64 * 64 * 3, 130));
 
-  // Nothing but the luma below is behind the luma of a part: it is taken for chroma.
+  // After the luma of a part comes more luma, which is taken for chroma.
   const OwnedFrame lower(tavrine_frame_roi(nv12.get(), 0, 64, 64, 32));
   ASSERT_EQ(tavrine_frame_reset(nv12.get(), 128), 0);
   ASSERT_EQ(tavrine_frame_reset(lower.get(), 100), 0);
@@ -403,7 +403,7 @@ TEST_F(Svp, AConversionSeesWhatWasFlushed) {
   EXPECT_EQ(pixels_of(rgb.get())[0], 86);
 }
 
-TEST_F(Svp, PublicOperationsTakeTheEngineAndElseTheCpu) {
+TEST_F(Svp, PublicOperationsUseTheEngineFirst) {
   const struct {
     uint8_t rgb[3], engine[3], cpu[3];  // one luma and its chroma
   } colours[] = {{{255, 255, 255}, {235, 128, 128}, {255, 128, 128}},
@@ -434,7 +434,7 @@ TEST_F(Svp, PublicOperationsTakeTheEngineAndElseTheCpu) {
     }
     EXPECT_TRUE(take_log().empty());
 
-    // The CPU has the full range.
+    // The CPU converts in the full range.
     order("HI_MPI_IVE_CSC", 1, kCode, kNothing);
     ASSERT_EQ(tavrine_frame_cvt_color(device.get(), nv12.slot(), TAVRINE_FORMAT_NV12), 0);
     expect_nv12(colour.cpu);
@@ -449,7 +449,7 @@ TEST_F(Svp, PublicOperationsTakeTheEngineAndElseTheCpu) {
 }  // namespace
 }  // namespace tavrine::test
 
-// Takes the place of the C library's for the whole process: a pause is noted, not spent.
+// Replaces the C library's function for the whole process: a pause is recorded, not waited.
 extern "C" __attribute__((visibility("default"))) int usleep(useconds_t microseconds) {
   if (tavrine::test::trace != nullptr) {
     tavrine::test::trace->steps += std::to_string(microseconds) + " ";

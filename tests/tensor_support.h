@@ -1,4 +1,4 @@
-// Tensors inside larger memory, and what a fill should leave in them.
+// Tensors inside larger memory, and the elements that a fill should leave in them.
 #pragma once
 
 #include <array>
@@ -20,11 +20,10 @@ struct Rectangle {
 // Elements as bits: of a float, or a byte.
 using Elements = std::vector<uint32_t>;
 
-// What an element of this type holds for a value.
+// The bits of an element of this type that stores a value.
 uint32_t stored(int32_t element_type, double value);
 
-// A host tensor whose rows, channels and images are farther apart than they need to be, with
-// other elements around it.
+// A host tensor with padding between its rows, channels and images, and other elements around it.
 class PaddedTensor {
  public:
   PaddedTensor(int32_t element_type, std::array<int32_t, 4> shape);
@@ -33,7 +32,7 @@ class PaddedTensor {
   Elements elements() const;
   size_t index(int n, int c, int y, int x) const;
 
-  // Writes a frame into a rectangle of an image, element by element.
+  // Writes a frame into a rectangle of an image by definition, element by element.
   void expect_frame(Elements &elements, int image, const Rectangle &at, int32_t color_type,
                     const tavrine_frame_t *frame, const Preprocessing &preprocessing) const;
   // One value in each of some channels.

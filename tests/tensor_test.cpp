@@ -17,7 +17,7 @@ class Tensors : public LibraryTest {
   }
 };
 
-TEST_F(Tensors, EqualTheFormulaForEveryColorFormatElementAndSize) {
+TEST_F(Tensors, EqualTheDefinition) {
   const struct {
     int32_t color_type;
     uint32_t format;
@@ -47,7 +47,7 @@ TEST_F(Tensors, EqualTheFormulaForEveryColorFormatElementAndSize) {
   EXPECT_TRUE(take_log().empty());
 }
 
-TEST_F(Tensors, FramesFollowTheMemoryOfTheTensor) {
+TEST_F(Tensors, FrameInAnotherMemory) {
   OwnedFrame host = make_frame(TAVRINE_FORMAT_BGR24, 19, 8);
   fill_random(host.get(), random_);
   const OwnedFrame device = on_device(host.get());
@@ -81,7 +81,7 @@ TEST_F(Tensors, FramesFollowTheMemoryOfTheTensor) {
   expect_message(text + "1.", 0);
 }
 
-TEST_F(Tensors, RefusalsLeaveTheTensorAlone) {
+TEST_F(Tensors, RefusalsWriteNothing) {
   const OwnedFrame rgb = make_frame(TAVRINE_FORMAT_RGB24, 4, 4);
   const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 4, 4);
   const OwnedFrame nv12 = make_frame(TAVRINE_FORMAT_NV12, 4, 4);

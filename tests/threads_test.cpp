@@ -1,5 +1,5 @@
-// Many threads at once answer what one thread answers alone. The thread sanitizer's build runs
-// this program and nothing else.
+// Many threads at once get the results that one thread gets alone. The thread sanitizer's build
+// runs only this program.
 #include <cstring>
 #include <thread>
 
@@ -10,7 +10,7 @@ namespace tavrine::test {
 namespace {
 
 constexpr unsigned kThreads = 6;
-// Emulated and instrumented code takes longer.
+// Emulated and instrumented code is slower.
 #if defined(__arm__) || defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 constexpr uint32_t kSeeds = 15;
 #else
@@ -23,7 +23,7 @@ struct Job {
   uint64_t expected;
 };
 
-// What one thread answers to a number of calls of every operation.
+// The results of one thread for a number of calls of every operation.
 std::vector<Job> make_jobs(const Variety &variety) {
   std::vector<Job> jobs;
   for (uint32_t seed = 1; seed <= kSeeds; ++seed) {
@@ -36,8 +36,8 @@ std::vector<Job> make_jobs(const Variety &variety) {
   return jobs;
 }
 
-// Every thread does all jobs. They begin in different places, two each in the same, so that
-// operations meet others and themselves.
+// Every thread does all jobs. Two threads each start at the same place, so that operations run
+// beside others and beside themselves.
 void run_side_by_side(const std::vector<Job> &jobs, const Variety &variety) {
   std::vector<std::thread> threads;
   for (unsigned thread = 0; thread < kThreads; ++thread) {
@@ -83,7 +83,7 @@ class Threads : public LibraryTest {
     return variety;
   }
 
-  // Counted by one thread at a time, as log and platform promise.
+  // The log and the platform call their observers from one thread at a time.
   int64_t records_ = 0;
   int64_t engine_tasks_ = 0;
 
