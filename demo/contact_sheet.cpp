@@ -1,5 +1,5 @@
-// Puts pictures on one sheet, each with its name and a caption below: how frames are resized into
-// a part of another frame.
+// Puts pictures on one sheet, each with its name and a caption below. Also shows how a frame is
+// resized into a part of another frame.
 //
 //   contact_sheet OUT.png TITLE PICTURE CAPTION [PICTURE CAPTION]...
 #include <algorithm>
@@ -20,14 +20,14 @@ struct FreeFrame {
 };
 using Frame = std::unique_ptr<tavrine_frame_t, FreeFrame>;
 
-struct Colour {
+struct Color {
   uint8_t red, green, blue;
 };
 
-constexpr Colour kPaper = {30, 33, 38};
-constexpr Colour kCell = {44, 48, 55};
-constexpr Colour kBright = {250, 246, 236};
-constexpr Colour kDim = {164, 172, 184};
+constexpr Color kPaper = {30, 33, 38};
+constexpr Color kCell = {44, 48, 55};
+constexpr Color kBright = {250, 246, 236};
+constexpr Color kDim = {164, 172, 184};
 
 constexpr int32_t kColumns = 5;
 constexpr int32_t kPictureWidth = 320;
@@ -36,31 +36,31 @@ constexpr int32_t kGap = 24;
 constexpr int32_t kTextScale = 2;
 constexpr int32_t kTitleScale = 4;
 constexpr int32_t kLineHeight = 22;
-constexpr int32_t kCaptionLines = 4;  // the name, and what the caption may take
+constexpr int32_t kCaptionLines = 4;  // the name and up to three lines of the caption
 constexpr int32_t kCellHeight = kPictureHeight + 10 + kCaptionLines * kLineHeight;
 constexpr int32_t kTitleHeight = 60;
 
-int32_t letter_width(int32_t scale) { return (tavrine::example::kGlyphColumns + 1) * scale; }
+int32_t letter_width(int32_t scale) { return (tavrine::demo::kGlyphColumns + 1) * scale; }
 
-void paint_box(const Frame &sheet, tavrine_area2d_t box, const Colour &colour) {
+void paint_box(const Frame &sheet, tavrine_area2d_t box, const Color &color) {
   const int32_t stride = sheet->strides[0] != 0 ? sheet->strides[0] : sheet->width * 3;
   for (int32_t y = box.y; y < std::min(box.y + box.height, sheet->height); ++y) {
     uint8_t *row = static_cast<uint8_t *>(sheet->planes[0]) + static_cast<ptrdiff_t>(y) * stride;
     for (int32_t x = box.x; x < std::min(box.x + box.width, sheet->width); ++x) {
-      row[3 * x] = colour.red;
-      row[3 * x + 1] = colour.green;
-      row[3 * x + 2] = colour.blue;
+      row[3 * x] = color.red;
+      row[3 * x + 1] = color.green;
+      row[3 * x + 2] = color.blue;
     }
   }
 }
 
 void write_line(const Frame &sheet, int32_t x, int32_t y, const std::string &text, int32_t scale,
-                const Colour &colour) {
+                const Color &color) {
   for (const char character : text) {
-    for (int32_t row = 0; row < tavrine::example::kGlyphRows; ++row) {
-      for (int32_t column = 0; column < tavrine::example::kGlyphColumns; ++column) {
-        if (tavrine::example::is_inked(character, column, row)) {
-          paint_box(sheet, {x + column * scale, y + row * scale, scale, scale}, colour);
+    for (int32_t row = 0; row < tavrine::demo::kGlyphRows; ++row) {
+      for (int32_t column = 0; column < tavrine::demo::kGlyphColumns; ++column) {
+        if (tavrine::demo::is_inked(character, column, row)) {
+          paint_box(sheet, {x + column * scale, y + row * scale, scale, scale}, color);
         }
       }
     }
@@ -68,7 +68,7 @@ void write_line(const Frame &sheet, int32_t x, int32_t y, const std::string &tex
   }
 }
 
-// As many lines as are allowed; what does not fit ends in dots.
+// At most `line_count` lines; a text that does not fit ends in dots.
 std::vector<std::string> wrapped(const std::string &text, size_t letters, size_t line_count) {
   std::vector<std::string> lines;
   size_t begin = 0;
@@ -94,8 +94,8 @@ Frame resized(const Frame &frame, int32_t width, int32_t height) {
   return Frame(result);
 }
 
-// In RGB24, and halved until it is less than twice as large as its place: one step of the
-// bilinear kernel would leave out pixels.
+// In RGB24, halved until it is less than twice as large as its place: the bilinear kernel leaves
+// out pixels at stronger reductions.
 Frame load_reduced(const char *path) {
   const Frame picture(tavrine_frame_load(path));
   if (!picture) {
@@ -110,7 +110,7 @@ Frame load_reduced(const char *path) {
   return frame;
 }
 
-// Small pictures are enlarged to their double at most.
+// Small pictures are enlarged at most to twice their size.
 bool place_picture(const Frame &sheet, const tavrine_area2d_t &place, const char *path) {
   const Frame picture = load_reduced(path);
   if (!picture) {
@@ -132,7 +132,7 @@ bool fill_cell(const Frame &sheet, int32_t x, int32_t y, const char *path,
   const tavrine_area2d_t place = {x, y, kPictureWidth, kPictureHeight};
   paint_box(sheet, place, kCell);
   if (!place_picture(sheet, place, path)) {
-    std::fprintf(stderr, "contact_sheet: %s could not be shown\n", path);
+    std::fprintf(stderr, "contact_sheet: cannot load or place %s\n", path);
     return false;
   }
   const std::string name = path;
@@ -154,7 +154,7 @@ int main(int argc, char **argv) {
     std::fprintf(stderr, "usage: %s OUT.png TITLE PICTURE CAPTION [PICTURE CAPTION]...\n", argv[0]);
     return 2;
   }
-  tavrine::example::show_only_problems();
+  tavrine::demo::show_only_problems();
   const int32_t count = (argc - 3) / 2;
   const int32_t columns = std::min(count, kColumns);
   const int32_t rows = (count + columns - 1) / columns;
@@ -163,7 +163,7 @@ int main(int argc, char **argv) {
       TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_RGB24, kGap + columns * (kPictureWidth + kGap),
       kTitleHeight + kGap + rows * (kCellHeight + kGap), strides, 0));
   if (!sheet) {
-    std::fputs("contact_sheet: no memory for the sheet\n", stderr);
+    std::fputs("contact_sheet: out of memory\n", stderr);
     return 1;
   }
   paint_box(sheet, {0, 0, sheet->width, sheet->height}, kPaper);
@@ -175,7 +175,7 @@ int main(int argc, char **argv) {
     is_complete = fill_cell(sheet, x, y, argv[3 + 2 * index], argv[4 + 2 * index]) && is_complete;
   }
   if (tavrine_frame_save(sheet.get(), argv[1]) != TAVRINE_OK) {
-    std::fprintf(stderr, "contact_sheet: %s could not be saved\n", argv[1]);
+    std::fprintf(stderr, "contact_sheet: cannot save %s\n", argv[1]);
     return 1;
   }
   return is_complete ? 0 : 1;

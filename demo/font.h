@@ -1,10 +1,10 @@
-// Letters for captions: printable ASCII, 5 columns and 9 rows a glyph, the last two of them below
-// the line. The highest of a row's five bits is its left pixel.
+// A bitmap font of printable ASCII: 5 columns and 9 rows per glyph, the last two rows below the
+// baseline. The highest of a row's five bits is its left pixel.
 #pragma once
 
 #include <cstdint>
 
-namespace tavrine::example {
+namespace tavrine::demo {
 
 constexpr int kGlyphColumns = 5;
 constexpr int kGlyphRows = 9;
@@ -110,10 +110,10 @@ constexpr uint8_t kGlyphs[kLastGlyph - kFirstGlyph + 1][kGlyphRows] = {
     {0x00, 0x00, 0x08, 0x15, 0x02, 0x00, 0x00, 0x00, 0x00},  // ~
 };
 
-// Other characters look like a question mark.
+// Other characters are shown as a question mark.
 inline bool is_inked(char character, int column, int row) {
   const char shown = character < kFirstGlyph || character > kLastGlyph ? '?' : character;
   return (kGlyphs[shown - kFirstGlyph][row] >> (kGlyphColumns - 1 - column) & 1) != 0;
 }
 
-}  // namespace tavrine::example
+}  // namespace tavrine::demo

@@ -1,11 +1,12 @@
-// The library also tells which shortcuts it takes; these programs show only what went wrong.
+// The library also logs notices, such as the shortcuts it takes. These programs show only
+// warnings and errors.
 #pragma once
 
 #include <cstdio>
 
 #include "tavrine_devkit.h"
 
-namespace tavrine::example {
+namespace tavrine::demo {
 
 inline void show_only_problems() {
   tavrine_log_set_sink(
@@ -18,4 +19,4 @@ inline void show_only_problems() {
       nullptr);
 }
 
-}  // namespace tavrine::example
+}  // namespace tavrine::demo

@@ -1,5 +1,5 @@
-// Shows a tensor file, as `tavrine-aux tensor` writes them: its images side by side in one
-// picture, each channel from its smallest element, dark, to its largest.
+// Draws a tensor file written by `tavrine-aux tensor`: its images side by side in one picture.
+// Each channel is scaled so that its smallest element is black and its largest is full.
 //
 //   show_tensor IN.npy OUT.png [bgr]
 #include <algorithm>
@@ -29,7 +29,7 @@ struct Tensor {
   float at(int32_t n, int32_t c, int32_t y, int32_t x) const { return elements[index(n, c, y, x)]; }
 };
 
-// Reads what this library's tool writes: version 1.0, four dimensions, float or byte elements.
+// Reads the files that tavrine-aux writes: version 1.0, four dimensions, float or byte elements.
 bool read_tensor(const char *path, Tensor &tensor) {
   constexpr size_t kPrefixBytes = 10;
   std::ifstream file(path, std::ios::binary);
@@ -60,7 +60,7 @@ bool read_tensor(const char *path, Tensor &tensor) {
   return count > 0 && static_cast<double>(count) == expected;
 }
 
-// What stands for black and for white in a channel of all images.
+// The elements that become 0 and 255 in a channel of all images.
 struct Range {
   float darkest, brightest;
 
@@ -96,7 +96,7 @@ void draw_image(const Tensor &tensor, int32_t n, const Range *ranges, bool is_bl
   }
 }
 
-// Columns and rows that look like a square, with a black line between them.
+// About as many columns as rows, with black lines between the images.
 tavrine_frame_t *draw(const Tensor &tensor, bool is_blue_first) {
   const auto columns = static_cast<int32_t>(std::ceil(std::sqrt(tensor.images)));
   const int32_t rows = (tensor.images + columns - 1) / columns;
@@ -133,17 +133,18 @@ int main(int argc, char **argv) {
     std::fprintf(stderr, "usage: %s IN.npy OUT.png [bgr]\n", argv[0]);
     return 2;
   }
-  tavrine::example::show_only_problems();
+  tavrine::demo::show_only_problems();
   Tensor tensor{};
   if (!read_tensor(argv[1], tensor)) {
-    std::fprintf(stderr, "show_tensor: %s is no tensor of one or three channels\n", argv[1]);
+    std::fprintf(stderr, "show_tensor: %s is not a tensor file with one or three channels\n",
+                 argv[1]);
     return 1;
   }
   tavrine_frame_t *frame = draw(tensor, is_blue_first);
   const bool is_saved = frame != nullptr && tavrine_frame_save(frame, argv[2]) == TAVRINE_OK;
   tavrine_frame_free(&frame);
   if (!is_saved) {
-    std::fprintf(stderr, "show_tensor: %s could not be made\n", argv[2]);
+    std::fprintf(stderr, "show_tensor: cannot make %s\n", argv[2]);
     return 1;
   }
   return 0;

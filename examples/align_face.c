@@ -1,7 +1,7 @@
-/* Cuts a face out of a picture, upright: from three points, the transform to the places where a
- * recognition network expects them, and a warp.
+/* Cuts an upright face out of a picture: estimates the transform from three points to the places
+ * where a recognition network expects them, and warps the picture.
  *
- *   align_face                                  with a face that it paints itself, tilted
+ *   align_face                                  with a tilted face that it paints
  *   align_face PICTURE OUT.png X Y X Y X Y      left eye, right eye, mouth */
 #include <math.h>
 #include <stdio.h>
@@ -15,7 +15,7 @@ static const int32_t core_chooses_strides[4] = {0, 0, 0, 0};
 static const char *const names[3] = {"left eye", "right eye", "mouth"};
 static const tavrine_point2f_t upright[3] = {{38, 52}, {74, 52}, {56, 92}};
 
-/* Skin, with a spot at each point: dark eyes and a red mouth. */
+/* Skin with a spot at each point: dark eyes and a red mouth. */
 static tavrine_frame_t *paint_face(const tavrine_point2f_t points[3]) {
   static const uint8_t colours[4][3] = {{50, 30, 20}, {50, 30, 20}, {200, 40, 50}, {230, 190, 160}};
   tavrine_frame_t *frame = tavrine_frame_alloc(TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_RGB24, 200, 160,
@@ -44,7 +44,7 @@ static const uint8_t *pixel_at(const tavrine_frame_t *frame, const tavrine_point
   return (const uint8_t *)frame->planes[0] + lroundf(point->y) * stride + 3 * lroundf(point->x);
 }
 
-/* What went wrong, or null. */
+/* Returns what went wrong, or null. */
 static const char *align(const tavrine_frame_t *picture, const tavrine_point2f_t points[3],
                          tavrine_frame_t **face) {
   tavrine_matrix3x3f_t to_face;
@@ -59,10 +59,10 @@ static const char *align(const tavrine_frame_t *picture, const tavrine_point2f_t
   *face = tavrine_frame_alloc(TAVRINE_MEMORY_HOST, picture->pixel_format, SIDE, SIDE,
                               core_chooses_strides, 0);
   if (*face == NULL) {
-    return "no memory for the face";
+    return "out of memory";
   }
-  /* For each pixel of the face the warp asks where in the picture it comes from. */
-  return tavrine_frame_warpaffine(picture, *face, to_picture.m) == TAVRINE_OK ? NULL : "not warped";
+  /* The warp's matrix maps each pixel of the face to its position in the picture. */
+  return tavrine_frame_warpaffine(picture, *face, to_picture.m) == TAVRINE_OK ? NULL : "cannot warp the picture";
 }
 
 int main(int argc, char **argv) {
@@ -75,12 +75,12 @@ int main(int argc, char **argv) {
     points[i].x = strtof(argv[3 + 2 * i], NULL);
     points[i].y = strtof(argv[4 + 2 * i], NULL);
   }
-  /* Slots are empty or hold what has to be released: one exit serves every failure. */
+  /* Freeing a null frame is harmless, so one exit serves every failure. */
   tavrine_frame_t *picture = argc == 9 ? tavrine_frame_load(argv[1]) : paint_face(points);
   tavrine_frame_t *face = NULL;
-  const char *problem = picture == NULL ? "no picture" : align(picture, points, &face);
+  const char *problem = picture == NULL ? "cannot load the picture" : align(picture, points, &face);
   if (problem == NULL && argc == 9 && tavrine_frame_save(face, argv[2]) != TAVRINE_OK) {
-    problem = "not saved";
+    problem = "cannot save the face";
   }
   for (int i = 0; problem == NULL && argc == 1 && i < 3; ++i) {
     const uint8_t *pixel = pixel_at(face, &upright[i]);

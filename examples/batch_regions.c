@@ -1,7 +1,10 @@
-/* Several regions of a picture as one batch for a network, and where a place in each of its images
- * lies in the picture.
+/* Turns several regions of a picture into one batch for a network, and maps positions in its images
+ * back to the picture.
  *
- *   batch_regions [PICTURE]     without one it paints a ramp from left to right */
+ *   batch_regions [PICTURE]     without one it paints a horizontal ramp
+ *
+ * Tensors of an application come from the SDK on a camera; this program takes its own from the
+ * devkit (tavrine_tensor_alloc) and needs it to compile and link. */
 #include <stdio.h>
 
 #include "tavrine_aux.h"
@@ -37,30 +40,30 @@ static double mean_of(const tavrine_tensor_t *tensor, int32_t image) {
   return sum / (SIDE * SIDE);
 }
 
-/* What went wrong, or null. */
+/* Returns what went wrong, or null. */
 static const char *fill(tavrine_frame_t *rgb, tavrine_tensor_t *tensor) {
   const int32_t w = rgb->width;
   const int32_t h = rgb->height;
   const tavrine_area2d_t areas[REGIONS] = {
       {0, 0, w, h},                        /* all of it */
       {w / 4, h / 4, w / 2, h / 2},        /* the middle */
-      {0, h / 3, w, h / 6 + 1},            /* a strip, which leaves a band below */
-      {w / 2, h / 2, 2 * w / 3, 2 * h / 3} /* reaches outside, which becomes padding */
+      {0, h / 3, w, h / 6 + 1},            /* a strip, padded below */
+      {w / 2, h / 2, 2 * w / 3, 2 * h / 3} /* reaches outside, padded there */
   };
   tavrine_frame_t *const frames[REGIONS] = {rgb, rgb, rgb, rgb};
   float vertical[REGIONS];
   float horizontal[REGIONS];
-  /* Scratch memory; a program keeps it between its calls. */
+  /* Scratch memory; a program would keep it between calls. */
   tavrine_buffer_t *workspace = NULL;
   const int32_t status = tavrine_frame_transform_to_tensor_batch(
       tensor, TAVRINE_TENSOR_RGB, REGIONS, frames, areas, TAVRINE_RESIZE_FIT, 127.5F, 127.5F,
       127.5F, 127.5F, 127.5F, 127.5F, NULL, &workspace, vertical, horizontal);
   tavrine_buffer_free(&workspace);
   if (status != TAVRINE_OK) {
-    return "not written to the tensor";
+    return "cannot fill the tensor";
   }
   for (int i = 0; i < REGIONS; ++i) {
-    /* A place in the tensor, as a network would report it. */
+    /* A position in the tensor, as a network would report it. */
     const float x = (float)areas[i].x + 16 * horizontal[i];
     const float y = (float)areas[i].y + 4 * vertical[i];
     printf("region %d of %dx%d: %.3f pixels per element, red mean %+.3f, (16, 4) is (%.1f, %.1f)\n",
@@ -78,14 +81,14 @@ int main(int argc, char **argv) {
   tavrine_tensor_t *tensor =
       tavrine_tensor_alloc(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32, shape);
   tavrine_frame_t *picture = argc == 2 ? tavrine_frame_load(argv[1]) : paint_ramp();
-  tavrine_frame_t *rgb = NULL; /* grey pictures become colour: the network wants three channels */
+  tavrine_frame_t *rgb = NULL; /* the network needs three channels, also for grey pictures */
   const char *problem = NULL;
   if (tensor == NULL) {
-    problem = "no memory for the tensor";
+    problem = "out of memory";
   } else if (picture == NULL) {
-    problem = "no picture";
+    problem = "cannot load the picture";
   } else if (tavrine_frame_cvt_color(picture, &rgb, TAVRINE_FORMAT_RGB24) != TAVRINE_OK) {
-    problem = "not converted";
+    problem = "cannot convert the picture";
   } else {
     problem = fill(rgb, tensor);
   }

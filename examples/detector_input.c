@@ -1,9 +1,11 @@
-/* From a camera's NV12 frame to the input of a detector, and back: the frame is converted to
- * RGB24, made as large as fits, normalised and padded, and a place in the tensor is told as a
- * place in the frame.
+/* Turns a camera's NV12 frame into the input of a detector, and maps a position in the tensor back
+ * to the frame. The frame is converted to RGB24, resized to fit, normalised and padded.
  *
- *   detector_input                          with a frame that it paints itself
- *   detector_input FRAME.nv12 WIDTH HEIGHT */
+ *   detector_input                          with a frame that it paints
+ *   detector_input FRAME.nv12 WIDTH HEIGHT
+ *
+ * Tensors of an application come from the SDK on a camera; this program takes its own from the
+ * devkit (tavrine_tensor_alloc) and needs it to compile and link. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -14,7 +16,7 @@
 
 enum { SIDE = 320 };
 
-/* Dark, with a bright square in the middle of the left half. */
+/* A dark frame with a bright square in the middle of the left half. */
 static void paint(uint8_t *luma, int32_t width, int32_t height) {
   const int32_t half = height / 8;
   memset(luma, 40, (size_t)width * (size_t)height);
@@ -33,7 +35,7 @@ static int read_file(const char *path, uint8_t *bytes, size_t count) {
   return is_read;
 }
 
-/* The middle of what is brightest in the red channel: here, instead of a network. */
+/* Stands in for a network: the centre of the brightest elements in the red channel. */
 static void detect(const tavrine_tensor_t *tensor, float *x, float *y) {
   double sum = 0, sum_x = 0, sum_y = 0;
   for (int32_t row = 0; row < SIDE; ++row) {
@@ -49,7 +51,7 @@ static void detect(const tavrine_tensor_t *tensor, float *x, float *y) {
   *y = (float)(sum_y / (sum > 0 ? sum : 1));
 }
 
-/* What went wrong, or null. */
+/* Returns what went wrong, or null. */
 static const char *fill(const tavrine_frame_t *camera, tavrine_tensor_t *tensor, float *ratio) {
   const int32_t longer = camera->width > camera->height ? camera->width : camera->height;
   *ratio = (float)longer / SIDE;
@@ -59,12 +61,12 @@ static const char *fill(const tavrine_frame_t *camera, tavrine_tensor_t *tensor,
   tavrine_frame_t *small = NULL;
   const char *problem = NULL;
   if (tavrine_frame_cvt_color(camera, &rgb, TAVRINE_FORMAT_RGB24) != TAVRINE_OK) {
-    problem = "not converted";
+    problem = "cannot convert the frame";
   } else if (tavrine_frame_resize(rgb, &small, width, height) != TAVRINE_OK) {
-    problem = "not resized";
+    problem = "cannot resize the frame";
   } else if (tavrine_frame_to_tensor(tensor, 0, TAVRINE_TENSOR_RGB, small, 0, 0, 0, 255, 255, 255,
                                      0.5F, 0.5F, 0.5F) != TAVRINE_OK) {
-    problem = "not written to the tensor";
+    problem = "cannot fill the tensor";
   }
   tavrine_frame_free(&small);
   tavrine_frame_free(&rgb);
@@ -80,7 +82,7 @@ int main(int argc, char **argv) {
   const int32_t height = argc == 4 ? atoi(argv[3]) : 720;
   const int32_t shape[4] = {1, 3, SIDE, SIDE};
   const int32_t tight[4] = {0, 0, 0, 0};
-  /* The camera's memory stays the camera's: the frame is made around it, not copied. */
+  /* The frame wraps the camera's memory; nothing is copied. */
   const size_t count = tavrine_frame_inferred_size(TAVRINE_FORMAT_NV12, width, height);
   uint8_t *memory = count > 0 ? malloc(count) : NULL;
   tavrine_frame_t *camera = NULL;
@@ -92,7 +94,7 @@ int main(int argc, char **argv) {
       tavrine_tensor_alloc(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32, shape);
   const char *problem = NULL;
   if (camera == NULL || tensor == NULL) {
-    problem = "no frame of that size, or no memory";
+    problem = "cannot make a frame of that size";
   } else {
     float ratio, x, y;
     if (argc == 1) {
@@ -103,7 +105,7 @@ int main(int argc, char **argv) {
       detect(tensor, &x, &y);
       printf("NV12 %dx%d in a tensor of 3x%dx%d, %.2f frame pixels per element\n", width, height,
              SIDE, SIDE, ratio);
-      /* Pixel centres lie half a pixel inside. */
+      /* Pixel centres are half a pixel from the pixel's edge. */
       printf("found at (%.1f, %.1f), in the frame (%.1f, %.1f)\n", x, y, (x + 0.5F) * ratio - 0.5F,
              (y + 0.5F) * ratio - 0.5F);
     }

@@ -1,4 +1,4 @@
-// Programs of this project, run as their users run them.
+// Runs this project's programs as their users do.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,28 +14,33 @@ struct Outcome {
   std::string errors;
 };
 
-// A folder of its own for each test, with ramp.rgb and ramp.png, the same picture in which every
-// pixel differs from its neighbours, and with files that are no pictures.
+// Each test has a folder of its own with ramp.rgb and ramp.png, the same picture in which every
+// pixel differs from its neighbours, and with files that are not pictures. Programs run as an
+// ordinary user where possible, since root may write to anything.
 class Tool : public ::testing::Test {
  protected:
   Tool();
   ~Tool() override;
 
-  // The command line tool. `preparation` is shell code before it.
+  // Runs the command line tool. `preparation` is shell code before it.
   Outcome run(const std::string &arguments, const std::string &preparation = "") const;
   Outcome run_program(const std::string &name, const std::string &arguments,
                       const std::string &preparation = "") const;
 
-  // Runs the tool, which must end well and without a word of error; else the test ends here.
+  // Runs the tool, which must succeed without a message; otherwise the test ends here.
   void succeed(const std::string &arguments) const;
-  // Runs the tool, which must end with 1, one line of error that begins so, and no file changed.
+  // Runs the tool, which must end with status 1 and one line of error that begins with `line`,
+  // and must not change any file.
   void expect_failure(const std::string &arguments, const std::string &line,
                       const std::string &preparation = "") const;
+
+  // Whether programs run as another user than root.
+  bool is_ordinary_user() const { return !as_user_.empty(); }
 
   std::string path_of(const std::string &name) const { return folder_ + "/" + name; }
   std::string read(const std::string &name) const;
   void write(const std::string &name, const std::string &content) const;
-  // Their names and contents.
+  // Names and contents of all files.
   std::map<std::string, std::string> files() const;
 
   static constexpr size_t kWidth = 32;
@@ -43,6 +48,7 @@ class Tool : public ::testing::Test {
 
  private:
   std::string folder_;
+  std::string as_user_;  // the command that changes to an ordinary user
 };
 
 }  // namespace tavrine::test

@@ -1,4 +1,4 @@
-// Tensor files that the tool writes.
+// The tensor files that the tool writes.
 #include <array>
 #include <cstring>
 
@@ -7,7 +7,7 @@
 namespace tavrine::test {
 namespace {
 
-// The elements behind the header, which must describe them.
+// The elements after the header, which must describe them.
 std::string elements_of(const std::string &file, const std::string &type,
                         const std::string &shape) {
   const size_t header_size =
@@ -92,8 +92,8 @@ TEST_F(Tool, TensorOfYuvTakesItsLuma) {
   EXPECT_TRUE(read("direct.npy") == read("explicit.npy"));
 }
 
-TEST_F(Tool, TensorOfRegionsIsDefinedInEveryElement) {
-  // As large as an image, reaching outside, and a strip.
+TEST_F(Tool, TensorOfRegionsHasEveryElementDefined) {
+  // A region as large as an image, one that reaches outside, and a strip.
   write("regions.txt", "# faces\n\n 8, 4 ,8,6 # the first\r\n-4,-3,8,6\n\t0,0,32,12\n");
   const std::string ramp = read("ramp.rgb");
   struct Case {
@@ -127,7 +127,7 @@ TEST_F(Tool, TensorOfRegionsIsDefinedInEveryElement) {
       }
     }
   }
-  // Stretched, nothing is left open: padding plays no part.
+  // Stretched regions cover everything, so the padding does not matter.
   for (const std::string padding : {"1", "2"}) {
     succeed("tensor ramp.png stretched" + padding + ".npy --size 9x20 --mode stretch --pad " +
             padding);
@@ -141,11 +141,17 @@ TEST_F(Tool, TensorFailuresNameFileAndPlace) {
   const std::pair<const char *, const char *> regions[] = {
       {"0,0,8,8\n1,2,3\n", "r.txt: line 2: '1,2,3' is not X,Y,WIDTH,HEIGHT"},
       {"# one\n\n0,0,8,8.5\n", "r.txt: line 3: '0,0,8,8.5' is not"},
+      {"\xEF\xBB\xBF"
+       "0,0,8,0\n",
+       "r.txt: line 1: sizes must be positive"},
+      {"\xFF\xFE"
+       "0,0,8,8\n",
+       "r.txt: line 1: '\\xFF\\xFE0,0,8,8' is not"},
       {"0,0,8,8 9\n", "r.txt: line 1: '0,0,8,8 9' is not"},
       {"0,0,8,0\n", "r.txt: line 1: sizes must be positive"},
       {"0,0,8,8\n\n32,0,8,8", "r.txt: line 3: the area lies outside the picture of 32x24"},
       {"0,-8,8,8", "r.txt: line 1: the area lies outside the picture of 32x24"},
-      {"# none\n", "r.txt: read regions: there are none"},
+      {"# none\n", "r.txt: read regions: the file has no regions"},
   };
   for (const auto &[text, line] : regions) {
     SCOPED_TRACE(text);

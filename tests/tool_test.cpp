@@ -1,4 +1,4 @@
-// The command line tool, run as its users run it.
+// The command line tool: operations, messages and exit status.
 #include <algorithm>
 #include <filesystem>
 
@@ -14,7 +14,7 @@ TEST_F(Tool, AppliesOperationsInTheOrderGiven) {
   EXPECT_EQ(read("crop_first.rgb").size(), 32U * 24U * 3U);
   EXPECT_EQ(read("scale_first.rgb").size(), 16U * 12U * 3U);
 
-  // The same operation twice, with another between: neither value is taken for the other.
+  // The same operation twice with another between them: each uses its own value.
   succeed("convert ramp.png --crop 4,4,20,12 --format grey --crop 2,-1,8,2 twice.png");
   EXPECT_EQ(run("info twice.png").output.find("twice.png: GREY 8x2, 16 bytes of pixels"), 0U);
 }
@@ -60,10 +60,9 @@ TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
       {"empty.png kept.png", "empty.png: load: the file is empty"},
       {"text.png kept.png", "text.png: load: not a picture"},
       {"truncated.png kept.png",
-       "truncated.png: load: not a picture of a known kind, or truncated"},
+       "truncated.png: load: not a picture of a known kind, truncated, or too large\n"},
       {"ramp.rgb kept.png", "ramp.rgb: load: not a picture; for a raw frame add --in"},
       {"--in NV12:32x26 ramp.rgb kept.png", "ramp.rgb: read NV12:32x26: a frame has 1248 bytes"},
-      {"ramp.png --resize 0x10 kept.png", "ramp.png: resize to 0x10: sizes must be positive"},
       {"ramp.png --scale 0.01 kept.png",
        "ramp.png: scale by 0.01: gives 0x0, sizes must be positive"},
       {"ramp.png --format nv12 --resize 5x4 kept.png", "ramp.png: resize to 5x4: NV12 needs even"},
@@ -71,11 +70,10 @@ TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
       {"ramp.png --crop 99,0,5,4 kept.png", "ramp.png: crop 99,0,5,4: the area lies outside"},
       {"ramp.png --format BGRA kept.png", "ramp.png: convert to BGRA: RGB24 cannot be converted"},
       {"--in BGRA:6x1 text.png kept.png", "text.png: read BGRA:6x1: a frame has 24 bytes"},
-      {"--in Y16:11x1 text.png kept.png", "kept.png: save: a picture cannot be made of Y16"},
+      {"--in Y16:11x1 text.png kept.png",
+       "kept.png: save: Y16 cannot be saved as a picture, convert it with --format GREY first\n"},
       {"--in Y16:11x1 text.png --rotate 90 kept.png",
-       "text.png: rotate by 90: Y16 cannot be turned"},
-      {"ramp.png --warp-affine 1,0,0,0,1,0@0x9 kept.png",
-       "ramp.png: warp by 1,0,0,0,1,0@0x9: sizes must be positive"},
+       "text.png: rotate by 90: Y16 cannot be rotated"},
       {"ramp.png --format nv12 --warp-perspective 1,0,0,0,1,0,0,0,1@5x4 kept.png",
        "ramp.png: warp by 1,0,0,0,1,0,0,0,1@5x4: NV12 needs even"},
       {"--in ARGB:2x1 eight.argb --warp-perspective 1,0,0,0,1,0,0,0,1 kept.png",
@@ -88,7 +86,7 @@ TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
   }
 }
 
-TEST_F(Tool, AFullDiskLeavesWhatWasThere) {
+TEST_F(Tool, AFullDiskLeavesTheOldFile) {
   write("kept.bmp", "what was there before");
   for (const std::string name : {"kept.bmp", "new.png", "new.jpg", "new.rgb"}) {
     // Files of at most 4 KiB, and the error instead of the signal.
@@ -97,7 +95,7 @@ TEST_F(Tool, AFullDiskLeavesWhatWasThere) {
   }
 }
 
-TEST_F(Tool, WrongUsageIsToldBeforeAnythingIsDone) {
+TEST_F(Tool, WrongUsageIsReportedBeforeAnyFileIsTouched) {
   const auto before = files();
   const char *const cases[] = {
       "",
@@ -106,6 +104,11 @@ TEST_F(Tool, WrongUsageIsToldBeforeAnythingIsDone) {
       "convert ramp.png",
       "convert ramp.png out.png --blur 3",
       "convert ramp.png --resize 10 out.png",
+      "convert ramp.png --resize 0x10 out.png",
+      "convert ramp.png --crop 0,0,5,0 out.png",
+      "convert ramp.png --warp-affine 1,0,0,0,1,0@0x9 out.png",
+      "convert ramp.png --scale 0 out.png",
+      "convert ramp.png --scale 1e999 out.png",
       "convert ramp.png --resize 10x10x10 out.png",
       "convert ramp.png --resize 99999999999x1 out.png",
       "convert ramp.png --crop 1,2,3 out.png",
@@ -146,17 +149,33 @@ TEST_F(Tool, WrongUsageIsToldBeforeAnythingIsDone) {
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 2) << outcome.errors;
     EXPECT_TRUE(files() == before);
   }
+  // Unknown words are named.
+  EXPECT_NE(run("paint ramp.png").errors.find("'paint' is not a command"), std::string::npos);
+  EXPECT_NE(run("info --blur").errors.find("--blur"), std::string::npos);
+}
+
+TEST_F(Tool, HelpIsPrintedWhereverItIsAskedFor) {
+  for (const char *arguments :
+       {"convert photo.jpg --help", "convert --crop -h", "convert --help"}) {
+    const Outcome help = run(arguments);
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.errors, "");
+    EXPECT_NE(help.output.find("Usage: tavrine-aux convert"), std::string::npos);
+  }
+  for (const char *command : {"info", "align", "tensor", "compare", "version"}) {
+    EXPECT_EQ(run(std::string(command) + " --help").status, 0);
+    EXPECT_NE(run("--help").output.find(command), std::string::npos);
+  }
   const Outcome help = run("convert --help");
-  EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.output.find("--crop X,Y,WIDTH,HEIGHT"), std::string::npos);
 }
 
-TEST_F(Tool, BatchGoesOnAfterABadPicture) {
+TEST_F(Tool, BatchContinuesAfterABadPicture) {
   write("second.png", read("ramp.png"));
   const Outcome outcome =
       run("convert ramp.png text.png second.png --scale 0.5 --ext bmp new/sub/");
   EXPECT_EQ(outcome.status, 1);
-  // Nothing but the error: no progress where nobody watches.
+  // Progress is shown only on a terminal.
   EXPECT_EQ(outcome.output, "");
   EXPECT_EQ(outcome.errors.find("tavrine-aux: text.png: load: not a picture"), 0U);
   EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
@@ -164,12 +183,18 @@ TEST_F(Tool, BatchGoesOnAfterABadPicture) {
   EXPECT_NE(read("new/sub/ramp.bmp"), "");
   EXPECT_FALSE(std::filesystem::exists(path_of("new/sub/text.bmp")));
 
-  // Pictures may be replaced in place.
-  succeed("convert ramp.png second.png --scale 2 .");
+  // Pictures replace themselves only when that was asked for.
+  const auto before = files();
+  const Outcome refused = run("convert ramp.png second.png --scale 2 .");
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.errors.find("ramp.png: save: this would replace a picture"), std::string::npos)
+      << refused.errors;
+  EXPECT_TRUE(files() == before);
+  succeed("convert ramp.png second.png --scale 2 --replace .");
   EXPECT_NE(run("info second.png").output.find("RGB24 64x48"), std::string::npos);
 }
 
-TEST_F(Tool, NoticesAreForThoseWhoAsk) {
+TEST_F(Tool, NoticesAreShownOnRequest) {
   succeed("convert ramp.png --resize 32x24 out.bmp");
   const std::string notices = run("convert -v ramp.png --resize 32x24 out.bmp").errors;
   EXPECT_NE(notices.find("notice: Scale ratio is 1"), std::string::npos) << notices;
@@ -178,8 +203,8 @@ TEST_F(Tool, NoticesAreForThoseWhoAsk) {
   EXPECT_NE(run("version --verbose").output.find("\nBuild Config : "), std::string::npos);
 }
 
-// On device frames the tool tells who did what, and writes the files that the CPU makes.
-TEST_F(Tool, DeviceFramesTellWhoDidWhat) {
+// With --device the tool reports what the engine and the CPU did, and the files are the same.
+TEST_F(Tool, DeviceFramesReportEngineAndCpu) {
   const std::string operations = " --resize 128x96 --format GREY --resize 64x64 --rotate 90 ";
   succeed("convert ramp.png" + operations + "host.png");
   const Outcome device = run("convert -v --device ramp.png" + operations + "device.png");

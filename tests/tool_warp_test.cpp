@@ -1,4 +1,4 @@
-// The tool's operations that turn and warp pictures.
+// The tool's operations that rotate and warp pictures.
 #include <array>
 
 #include "tests/tool_support.h"
@@ -11,8 +11,8 @@ std::string pixel_of(const std::string &pixels, size_t width, size_t x, size_t y
   return pixels.substr((y * width + x) * 3, 3);
 }
 
-TEST_F(Tool, TurnsAndWarpsAsTold) {
-  // Where in the ramp pixel (x, y) of the result comes from: the factors of x and y, and a sum.
+TEST_F(Tool, RotatesAndWarpsByTheGivenNumbers) {
+  // The position in the ramp of the result's pixel (x, y): the factors of x and y, and an offset.
   struct Case {
     const char *operation;
     int width, height;
@@ -54,8 +54,8 @@ TEST_F(Tool, PerspectiveOf420GoesThroughRgb) {
   }
 }
 
-TEST_F(Tool, AlignPutsThePointsInTheirPlaces) {
-  // The template turned by a quarter and twice as large: three spots that it fits exactly.
+TEST_F(Tool, AlignMovesThePointsToTheirPlaces) {
+  // The template rotated by 90 degrees and scaled by 2, so that the three spots fit exactly.
   constexpr size_t kSide = 240;
   constexpr std::array<size_t, 2> kSpots[3] = {{{96, 86}}, {{96, 158}}, {{16, 122}}};
   const std::string colors[3] = {"Rr1", "Gg2", "Bb3"};
@@ -87,7 +87,7 @@ TEST_F(Tool, AlignPutsThePointsInTheirPlaces) {
     }
   }
   expect_failure("align ramp.png out.png --points 1e38,1e38,-1e38,1e38,0,-1e38",
-                 "ramp.png: align: the points determine no transform\n");
+                 "ramp.png: align: these points do not define a transform\n");
 }
 
 }  // namespace

@@ -9,12 +9,12 @@ namespace {
 
 constexpr char kNotes[] = R"(
 The points are the left eye, the right eye and the middle of the mouth as seen in the picture,
-in pixels. The result shows the face upright, the three points at fixed places:
+in pixels. The result shows the face upright, with the three points at fixed places:
 
-  38,52  74,52  56,92   of 112x112; in other sizes scaled to the smaller side, in the middle
+  38,52  74,52  56,92   of 112x112; in other sizes scaled to the shorter side and centred
 
-or, since only turning, scaling and shifting are allowed, as near to them as possible. Outside
-the picture all bytes are 0; with NV12 and NV21 its edge goes on.
+The picture is only rotated, scaled and shifted, so the points get as close to these places as
+that allows. Bytes outside the picture are 0; NV12 and NV21 repeat the edge instead.
 
 Example:
   tavrine-aux align photo.jpg face.png --points 412,305,489,322,441,398 --size 224x224
@@ -32,7 +32,7 @@ std::array<tavrine_point2f_t, 3> points_of(const std::string &text) {
   for (size_t index = 0; index < points.size(); ++index) {
     const tavrine_point2f_t &next = points[(index + 1) % points.size()];
     if (points[index].x == next.x && points[index].y == next.y) {
-      throw UsageError("--points: '" + text + "' names one point twice");
+      throw UsageError("--points: '" + text + "' contains the same point twice");
     }
   }
   return points;
@@ -43,7 +43,8 @@ std::array<tavrine_point2f_t, 3> points_of(const std::string &text) {
 CLI::App *add_align_command(CLI::App &app, Texts &texts, AlignTexts &align) {
   CLI::App *command =
       add_command(app, "align", "Cut out a face, upright and at a fixed size", texts);
-  add_in_and_out(command, texts, "IN OUT", "The picture, and the file to write");
+  add_two_files(command, texts, "IN OUT",
+                "The picture, and the file to write; - for standard input and output");
   command->add_option("--points", align.points, "Left eye, right eye, mouth")
       ->option_text("X,Y,X,Y,X,Y")
       ->required();
@@ -55,9 +56,8 @@ CLI::App *add_align_command(CLI::App &app, Texts &texts, AlignTexts &align) {
 }
 
 AlignRequest align_request(const Texts &texts, const AlignTexts &align) {
-  check_output_name(texts.paths[1]);
-  return {texts.paths[0], texts.paths[1], layout_of(texts), points_of(align.points),
-          size_of_option("--size", align.size)};
+  return {texts.paths[0], Destination::at(texts.paths[1]), layout_of(texts),
+          points_of(align.points), size_of_option("--size", align.size)};
 }
 
 }  // namespace tavrine::tool

@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "device_frames.h"
 #include "failure.h"
+#include "input_file.h"
 #include "picture_file.h"
 
 namespace tavrine::tool {
@@ -16,7 +17,7 @@ constexpr char kDefaultExtension[] = "png";
 
 struct Task {
   std::string input;
-  std::string output;
+  Destination output;
 };
 
 bool is_folder(const std::string &path) {
@@ -24,32 +25,50 @@ bool is_folder(const std::string &path) {
   return (!path.empty() && path.back() == '/') || fs::is_directory(path, error);
 }
 
-// One of the two would be lost.
-[[noreturn]] void refuse_collision(const std::string &output, const std::string &first,
-                                   const std::string &second) {
-  throw UsageError(output + ": save: both " + first + " and " + second + " would become this file");
+// The file that a picture becomes in the folder.
+std::string output_in_folder(const ConvertRequest &request, const std::string &input) {
+  if (input == kStandardStream) {
+    throw UsageError("-: standard input has no name for a file in " + request.output);
+  }
+  fs::path name = fs::path(input).stem();
+  name += "." + (request.extension.empty() ? std::string(kDefaultExtension) : request.extension);
+  return (fs::path(request.output) / name).string();
+}
+
+// No two pictures may become the same file, and a picture may replace itself or another one only
+// if that was asked for.
+void check_replacement(const ConvertRequest &request, const std::string &output) {
+  if (request.may_replace_inputs) {
+    return;
+  }
+  for (const std::string &input : request.pictures) {
+    std::error_code error;
+    if (fs::equivalent(input, output, error) && !error) {
+      throw UsageError(output +
+                       ": save: this would replace a picture that is read; add --replace "
+                       "to allow that");
+    }
+  }
 }
 
 std::vector<Task> tasks_into_folder(const ConvertRequest &request) {
-  const std::string extension =
-      "." + (request.folder_extension.empty() ? std::string(kDefaultExtension)
-                                              : request.folder_extension);
   std::map<std::string, std::string> input_of;
   std::vector<Task> tasks;
   for (const std::string &input : request.pictures) {
-    fs::path name = fs::path(input).stem();
-    name += extension;
-    const std::string output = (fs::path(request.output) / name).string();
+    const std::string output = output_in_folder(request, input);
     const auto [other, is_new] = input_of.emplace(output, input);
     if (!is_new) {
-      refuse_collision(output, other->second, input);
+      throw UsageError(output + ": save: both " + other->second + " and " + input +
+                       " would become this file");
     }
-    tasks.push_back({input, output});
+    check_replacement(request, output);
+    tasks.push_back({input, Destination::at(output)});
   }
   return tasks;
 }
 
 std::vector<Task> plan(const ConvertRequest &request) {
+  check_inputs(request.pictures);
   if (is_folder(request.output)) {
     return tasks_into_folder(request);
   }
@@ -57,11 +76,10 @@ std::vector<Task> plan(const ConvertRequest &request) {
     throw UsageError(request.output +
                      ": several pictures need a folder; end a new folder's name with /");
   }
-  if (!request.folder_extension.empty()) {
-    throw UsageError(request.output + ": --ext is for pictures in a folder, name the file instead");
+  if (!request.extension.empty() && request.output != kStandardStream) {
+    throw UsageError(request.output + ": --ext is for files in a folder and for standard output");
   }
-  check_output_name(request.output);
-  return {{request.pictures.front(), request.output}};
+  return {{request.pictures.front(), Destination::at(request.output, request.extension)}};
 }
 
 void create_folder(const std::string &path) {
@@ -73,22 +91,23 @@ void create_folder(const std::string &path) {
 }
 
 void convert(Environment &environment, const ConvertRequest &request, const Task &task) {
+  const std::string name = input_name(task.input);
   OwnedFrame frame = load_picture(environment, task.input, request.layout);
   if (request.on_device) {
-    frame = to_device(frame, task.input);
+    frame = to_device(frame, name);
   }
   for (const Operation &operation : request.operations) {
-    frame = apply_operation(environment, operation, frame, task.input);
+    frame = apply_operation(environment, operation, frame, name);
   }
   if (request.on_device) {
-    frame = to_host(frame, task.input);
+    frame = to_host(frame, name);
   }
   save_picture(environment, frame, task.output);
 }
 
 }  // namespace
 
-int run_convert(Environment &environment, const ConvertRequest &request) {
+int run(Environment &environment, const ConvertRequest &request) {
   const std::vector<Task> tasks = plan(request);
   if (is_folder(request.output)) {
     create_folder(request.output);

@@ -1,10 +1,14 @@
 #include "command_line.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <map>
 
 #include "align_options.h"
 #include "common_options.h"
+#include "compare_options.h"
 #include "failure.h"
+#include "input_file.h"
 #include "picture_file.h"
 #include "tavrine_aux.h"
 #include "tensor_options.h"
@@ -20,27 +24,29 @@ constexpr char kExamples[] = R"(Examples:
   tavrine-aux convert --in NV12:1920x1080 frame.nv12 frame.jpg
   tavrine-aux align photo.jpg face.png --points 412,305,489,322,441,398
   tavrine-aux tensor photo.jpg input.npy --size 224x224 --mean 124,116,104 --scale 58,57,57
+  tavrine-aux compare expected.png result.png --tolerance 2
 )";
 
 constexpr char kConvertNotes[] = R"(
-Operations are applied in the order given and can be repeated:
+Operations are applied in the given order and can be repeated:
   --crop 0,0,64,64 --scale 2   enlarges a corner
   --scale 2 --crop 0,0,64,64   cuts a corner out of the enlarged picture
 
-The matrices of both warps map pixels of the result to positions in the picture, pixel centres
-at whole numbers. The result has the picture's size, or the one behind @.
-  --warp-affine A,B,C,D,E,F    pixel (x, y) shows (A x + B y + C, D x + E y + F). Outside the
-                               picture all bytes are 0; with NV12 and NV21 its edge goes on.
+The matrices of both warps map pixels of the result to positions in the picture; pixel centres
+have integer coordinates. The result has the size after @, or the picture's.
+  --warp-affine A,B,C,D,E,F    pixel (x, y) shows (A x + B y + C, D x + E y + F). Bytes outside the
+                               picture are 0; NV12 and NV21 repeat the edge instead.
   --warp-perspective M0,...,M8 pixel (x, y) shows ((M0 x + M1 y + M2) / w, (M3 x + M4 y + M5) / w)
-                               with w = M6 x + M7 y + M8. Outside the picture its edge goes on.
+                               with w = M6 x + M7 y + M8. Outside the picture the edge is repeated.
 
-OUT decides what is written:
+IN can be - for standard input. OUT decides what is written:
   .jpg .jpeg .png .bmp   a picture
   .nv12 .nv21 .yu12 .grey .rgb .bgr .bgra .argb .y16
-                         a raw frame, converted to that format when it has another
+                         a raw frame, converted to that format if it has another one
   .yuv                   a raw NV12, NV21 or YU12 frame as it is, everything else as NV12
   a folder, or a name that ends in /
-                         one file for each picture, as --ext says
+                         one file for each picture, of the kind that --ext names
+  -                      standard output, of the kind that --ext names
 
 Raw frames are the planes one after another, rows without padding. Their format is one of
 GREY, NV12, NV21, YU12, RGB24, BGR24, BGRA, ARGB, Y16.
@@ -52,10 +58,10 @@ Examples:
   tavrine-aux convert photo.jpg --warp-affine -1,0,639,0,1,0@640x480 mirrored.png
   tavrine-aux convert photos/*.jpg --rotate 90 --scale 0.25 --ext jpg thumbnails/
 
-Exit status: 0 when all is done, 1 when a picture failed, 2 for a wrong command line.
+Exit status: 0 on success, 1 when a picture failed, 2 for a wrong command line.
 )";
 
-// Positionals are shown under the names that they were given, which tell their number.
+// Shows positionals by their names alone: the names say how many there can be.
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_option_usage(const CLI::Option *option) const override {
@@ -66,7 +72,7 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
-// In the order of the command line, which only the parser as a whole knows.
+// In the order of the command line, which the parser keeps for all options together.
 std::vector<Operation> operations_in_order(const CLI::App &command) {
   std::map<std::string, const OperationKind *> kinds;
   for (const OperationKind &kind : operation_kinds()) {
@@ -83,20 +89,96 @@ std::vector<Operation> operations_in_order(const CLI::App &command) {
   return operations;
 }
 
+struct ConvertTexts {
+  std::string extension;
+  bool may_replace_inputs = false;
+};
+
 ConvertRequest convert_request(const CLI::App &command, const Texts &texts,
-                               const std::string &extension) {
+                               const ConvertTexts &convert) {
+  const std::string &extension = convert.extension;
   ConvertRequest request;
   request.pictures.assign(texts.paths.begin(), texts.paths.end() - 1);
   request.output = texts.paths.back();
-  request.folder_extension =
-      extension.substr(!extension.empty() && extension.front() == '.' ? 1 : 0);
-  if (!extension.empty() && !is_output_name("name." + request.folder_extension)) {
-    throw UsageError("--ext: '" + extension + "' is none of " + output_extensions());
+  request.extension = extension.substr(!extension.empty() && extension.front() == '.' ? 1 : 0);
+  if (!extension.empty() && !is_output_extension("." + request.extension)) {
+    throw UsageError("--ext: '" + extension + "' is not one of " + output_extensions());
   }
   request.layout = layout_of(texts);
   request.operations = operations_in_order(command);
   request.on_device = texts.on_device;
+  request.may_replace_inputs = convert.may_replace_inputs;
   return request;
+}
+
+CLI::App *add_convert_command(CLI::App &app, Texts &texts, ConvertTexts &convert) {
+  CLI::App *command =
+      add_command(app, "convert", "Crop, resize, rotate, warp and convert pictures", texts);
+  command->add_option("IN... OUT", texts.paths, "Pictures, and the file or folder to write")
+      ->required()
+      ->expected(2, CLI::detail::expected_max_vector_size);
+  add_layout_option(command, texts);
+  add_device_option(command, texts);
+  for (const OperationKind &kind : operation_kinds()) {
+    command->add_option(kind.option)
+        ->description(kind.help)
+        ->option_text(kind.value_name)
+        ->group("Operations")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  }
+  command
+      ->add_option("--ext", convert.extension,
+                   "Kind of the files in a folder and of standard output, default png")
+      ->option_text("EXTENSION");
+  command->add_flag("--replace", convert.may_replace_inputs,
+                    "With a folder: files may replace pictures that are read");
+  command->footer(kConvertNotes);
+  return command;
+}
+
+std::string command_names(const CLI::App &app) {
+  std::string names;
+  for (const CLI::App *command : app.get_subcommands({})) {
+    names += (names.empty() ? "" : ", ") + command->get_name();
+  }
+  return names;
+}
+
+const CLI::App *find_command(const CLI::App &app, const std::string &name) {
+  for (const CLI::App *command : app.get_subcommands({})) {
+    if (command->get_name() == name) {
+      return command;
+    }
+  }
+  throw UsageError("'" + name + "' is not a command, there are " + command_names(app));
+}
+
+bool is_help(const std::string &word) { return word == "-h" || word == "--help"; }
+
+// Before the parser, which reports what is missing before what it does not know: unknown commands
+// and options are named, and help is printed wherever it is asked for. Returns whether it was.
+bool is_help_printed(const CLI::App &app, int argc, const char *const *argv) {
+  const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  if (words.empty()) {
+    throw UsageError("a command is missing, there are " + command_names(app));
+  }
+  if (is_help(words[0]) || words[0] == "--version") {
+    return false;  // the parser prints it
+  }
+  const CLI::App *command = find_command(app, words[0]);
+  const auto end = std::find(words.begin(), words.end(), "--");
+  if (std::find_if(words.begin(), end, is_help) != end) {
+    std::fputs(command->help("tavrine-aux").c_str(), stdout);
+    return true;
+  }
+  for (auto word = words.begin() + 1; word != end; ++word) {
+    const std::string name = word->substr(0, word->find('='));
+    if (word->rfind("--", 0) == 0 && command->get_option_no_throw(name) == nullptr) {
+      throw UsageError("'" + name + "' is not an option of " + words[0]);
+    }
+  }
+  return false;
 }
 
 }  // namespace
@@ -109,38 +191,27 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
   app.set_version_flag("--version", std::string("tavrine-aux ") + tavrine_aux_version());
   app.require_subcommand(1);
   Texts texts;
-  std::string extension;
+  ConvertTexts convert_texts;
   AlignTexts align_texts;
   TensorTexts tensor_texts;
+  CompareTexts compare_texts;
 
   CLI::App *info = add_command(app, "info", "Print format and size of pictures", texts);
-  info->add_option("PICTURE...", texts.paths, "Picture files, or raw frames with --in")->required();
+  info->add_option("PICTURE...", texts.paths,
+                   "Picture files, or raw frames with --in; - for standard input")
+      ->required();
   add_layout_option(info, texts);
 
-  CLI::App *convert =
-      add_command(app, "convert", "Crop, resize, turn, warp and convert pictures", texts);
-  convert->add_option("IN... OUT", texts.paths, "Pictures, and the file or folder to write")
-      ->required()
-      ->expected(2, CLI::detail::expected_max_vector_size);
-  add_layout_option(convert, texts);
-  add_device_option(convert, texts);
-  for (const OperationKind &kind : operation_kinds()) {
-    convert->add_option(kind.option)
-        ->description(kind.help)
-        ->option_text(kind.value_name)
-        ->group("Operations")
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  }
-  convert->add_option("--ext", extension, "Kind of the files written to a folder, default png")
-      ->option_text("EXTENSION");
-  convert->footer(kConvertNotes);
-
+  const CLI::App *convert = add_convert_command(app, texts, convert_texts);
   const CLI::App *align = add_align_command(app, texts, align_texts);
   const CLI::App *tensor = add_tensor_command(app, texts, tensor_texts);
+  const CLI::App *compare = add_compare_command(app, texts, compare_texts);
   add_command(app, "version", "Print the library's version and revision", texts,
-              "Print what the library was built with, too");
+              "Also print how the library was built");
 
+  if (is_help_printed(app, argc, argv)) {
+    return std::nullopt;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success &help) {
@@ -150,16 +221,20 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
     throw UsageError(error.what());
   }
   if (info->parsed()) {
+    check_inputs(texts.paths);
     return CommandLine{InfoRequest{texts.paths, layout_of(texts)}, texts.verbose};
   }
   if (convert->parsed()) {
-    return CommandLine{convert_request(*convert, texts, extension), texts.verbose};
+    return CommandLine{convert_request(*convert, texts, convert_texts), texts.verbose};
   }
   if (align->parsed()) {
     return CommandLine{align_request(texts, align_texts), texts.verbose};
   }
   if (tensor->parsed()) {
     return CommandLine{tensor_request(texts, tensor_texts), texts.verbose};
+  }
+  if (compare->parsed()) {
+    return CommandLine{compare_request(texts, compare_texts), texts.verbose};
   }
   return CommandLine{VersionRequest{texts.verbose}, texts.verbose};
 }

@@ -10,11 +10,13 @@
 namespace tavrine::tool {
 
 struct CommandLine {
-  std::variant<InfoRequest, ConvertRequest, AlignRequest, TensorRequest, VersionRequest> request;
+  std::variant<InfoRequest, ConvertRequest, AlignRequest, TensorRequest, CompareRequest,
+               VersionRequest>
+      request;
   bool verbose = false;
 };
 
-// Nothing when help was asked for and printed. Throws UsageError.
+// Empty when the command line asked for help or the version, which is printed. Throws UsageError.
 std::optional<CommandLine> read_command_line(int argc, const char *const *argv);
 
 }  // namespace tavrine::tool

@@ -3,12 +3,12 @@
 #include <memory>
 
 #include "commands.h"
-#include "common/pixel_format.h"
 #include "device_frames.h"
 #include "failure.h"
 #include "numpy_file.h"
 #include "output_file.h"
 #include "picture_file.h"
+#include "pixel_format.h"
 #include "refusal.h"
 #include "regions_file.h"
 #include "tavrine_aux.h"
@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kOperation[] = "tensor";
 
-// Tensors take packed colours, gray ones also GREY.
+// Tensors are made of packed colours, gray ones also of GREY.
 OwnedFrame load_for(Environment &environment, const TensorRequest &request) {
   OwnedFrame frame = load_picture(environment, request.picture, request.layout);
   if (request.on_device) {
@@ -64,7 +64,7 @@ OwnedTensor allocate_tensor(const TensorRequest &request, int32_t count) {
   return tensor;
 }
 
-// The library fills the bands beside byte images in their first channel only.
+// The library fills the padding of byte images in their first channel only.
 void fill_with_padding(const TensorRequest &request, const tavrine_tensor_t &tensor) {
   const auto &padding = request.padding;
   const std::array<float, 3> channels = request.color_type == TAVRINE_TENSOR_RGB ? padding
@@ -106,7 +106,7 @@ void fill_tensor(Environment &environment, const TensorRequest &request, OwnedFr
 
 }  // namespace
 
-int run_tensor(Environment &environment, const TensorRequest &request) {
+int run(Environment &environment, const TensorRequest &request) {
   OwnedFrame frame = load_for(environment, request);
   const std::vector<tavrine_area2d_t> areas = areas_of(request, *frame.get());
   const OwnedTensor tensor = allocate_tensor(request, static_cast<int32_t>(areas.size()));
@@ -116,10 +116,7 @@ int run_tensor(Environment &environment, const TensorRequest &request) {
   fill_tensor(environment, request, frame, areas, tensor);
 
   OutputFile output(request.output);
-  const int error = write_numpy_file(*tensor.get(), output.temporary_path());
-  if (error != 0) {
-    throw Failure(request.output, "save", std::strerror(error));
-  }
+  write_numpy_file(*tensor.get(), output);
   output.commit();
   return 0;
 }

@@ -5,7 +5,7 @@
 
 namespace tavrine::tool {
 
-int run_version(const VersionRequest &request) {
+int run(Environment & /*environment*/, const VersionRequest &request) {
   std::printf("tavrine-aux %s\nrevision %s\n", tavrine_aux_version(), tavrine_aux_revision());
   if (request.with_banner) {
     std::printf("\n%s", tavrine_aux_meta());

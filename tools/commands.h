@@ -9,6 +9,7 @@
 #include "environment.h"
 #include "numbers.h"
 #include "operations.h"
+#include "picture_file.h"
 #include "raw_frame.h"
 
 namespace tavrine::tool {
@@ -21,15 +22,16 @@ struct InfoRequest {
 struct ConvertRequest {
   std::vector<std::string> pictures;
   std::string output;
-  std::string folder_extension;  // of pictures in a folder; empty: not asked for
+  std::string extension;  // of files in a folder or of standard output; empty: not given
   std::optional<RawLayout> layout;
   std::vector<Operation> operations;
   bool on_device = false;
+  bool may_replace_inputs = false;  // in a folder
 };
 
 struct AlignRequest {
   std::string picture;
-  std::string output;
+  Destination output;
   std::optional<RawLayout> layout;
   std::array<tavrine_point2f_t, 3> points;  // left eye, right eye, mouth
   Size size;
@@ -48,14 +50,22 @@ struct TensorRequest {
   std::array<float, 3> mean{}, scale{}, padding{};  // red, green, blue
 };
 
+struct CompareRequest {
+  std::string first, second;
+  std::optional<RawLayout> layout;
+  std::optional<int32_t> tolerance;   // none: any difference is accepted
+  std::optional<Destination> output;  // a picture of the differences
+};
+
 struct VersionRequest {
   bool with_banner;
 };
 
-int run_info(Environment &environment, const InfoRequest &request);
-int run_convert(Environment &environment, const ConvertRequest &request);
-int run_align(Environment &environment, const AlignRequest &request);
-int run_tensor(Environment &environment, const TensorRequest &request);
-int run_version(const VersionRequest &request);
+int run(Environment &environment, const InfoRequest &request);
+int run(Environment &environment, const ConvertRequest &request);
+int run(Environment &environment, const AlignRequest &request);
+int run(Environment &environment, const TensorRequest &request);
+int run(Environment &environment, const CompareRequest &request);
+int run(Environment &environment, const VersionRequest &request);
 
 }  // namespace tavrine::tool

@@ -1,7 +1,5 @@
 #include "common_options.h"
 
-#include "failure.h"
-
 namespace tavrine::tool {
 
 CLI::App *add_command(CLI::App &app, const char *name, const char *description, Texts &texts,
@@ -11,7 +9,7 @@ CLI::App *add_command(CLI::App &app, const char *name, const char *description, 
   return command;
 }
 
-void add_in_and_out(CLI::App *command, Texts &texts, const char *names, const char *description) {
+void add_two_files(CLI::App *command, Texts &texts, const char *names, const char *description) {
   command->add_option(names, texts.paths, description)->required()->expected(2);
 }
 
@@ -24,20 +22,12 @@ void add_layout_option(CLI::App *command, Texts &texts) {
 
 void add_device_option(CLI::App *command, Texts &texts) {
   command->add_flag("--device", texts.on_device,
-                    "Work in device memory: the image engine first, the CPU for what it declines; "
-                    "-v tells who did what");
+                    "Work in device memory: the image engine first, the CPU for what it refuses; "
+                    "-v shows which did what");
 }
 
 std::optional<RawLayout> layout_of(const Texts &texts) {
   return texts.layout.empty() ? std::nullopt : std::make_optional(parse_raw_layout(texts.layout));
-}
-
-Size size_of_option(const std::string &option, const std::string &value) {
-  const auto size = parse_size(value);
-  if (!size || size->width <= 0 || size->height <= 0) {
-    throw UsageError(option + ": '" + value + "' is not WIDTHxHEIGHT, like 112x112");
-  }
-  return *size;
 }
 
 }  // namespace tavrine::tool

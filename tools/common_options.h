@@ -1,4 +1,4 @@
-// What the commands' options have in common.
+// Options that several commands have.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "numbers.h"
 #include "raw_frame.h"
 
 namespace tavrine::tool {
 
-// Texts that the parser stores: options keep their value as it was written.
+// Option values as the user wrote them, filled by the parser.
 struct Texts {
   std::vector<std::string> paths;
   std::string layout;
@@ -24,14 +23,11 @@ constexpr char kShowNotices[] = "Show the library's notices";
 CLI::App *add_command(CLI::App &app, const char *name, const char *description, Texts &texts,
                       const char *verbose_help = kShowNotices);
 
-// For commands that read one picture and write one file: "IN OUT".
-void add_in_and_out(CLI::App *command, Texts &texts, const char *names, const char *description);
+// For commands with exactly two files: "IN OUT".
+void add_two_files(CLI::App *command, Texts &texts, const char *names, const char *description);
 
 void add_layout_option(CLI::App *command, Texts &texts);
 void add_device_option(CLI::App *command, Texts &texts);
 std::optional<RawLayout> layout_of(const Texts &texts);
-
-// Throws UsageError, also for sizes that are not positive.
-Size size_of_option(const std::string &option, const std::string &value);
 
 }  // namespace tavrine::tool

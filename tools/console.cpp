@@ -47,7 +47,7 @@ void Console::progress(size_t number, size_t total, const std::string &name) {
   clear_progress();
   std::string text =
       "[" + std::to_string(number) + "/" + std::to_string(total) + "] " + printable(name);
-  // A line that wraps could not be cleared again.
+  // A line that wraps cannot be cleared.
   text.resize(std::min(text.size(), terminal_columns() - 1));
   std::fputs(text.c_str(), stderr);
   progress_shown_ = true;

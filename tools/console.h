@@ -1,4 +1,4 @@
-// Standard error: lines that stay, and on a terminal a progress line that does not.
+// Standard error: lines that stay, and on a terminal a progress line that is overwritten.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ class Console {
   // Always one line: control characters, also those of file names, are shown as '?'.
   void line(const std::string &text);
 
-  // Nothing unless standard error is a terminal.
+  // Shown only if standard error is a terminal.
   void progress(size_t number, size_t total, const std::string &name);
   void clear_progress();
 

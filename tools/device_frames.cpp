@@ -20,7 +20,7 @@ OwnedFrame to_host(const OwnedFrame &frame, const std::string &file) {
   return host;
 }
 
-void tell_who_did(Environment &environment, const Operation &operation, const OwnedFrame &in,
+void note_who_did(Environment &environment, const Operation &operation, const OwnedFrame &in,
                   const OwnedFrame &out, const std::string &file) {
   const LogRecords::Path path = environment.log.take_path();
   const bool is_copy = operation.only_copies || path == LogRecords::Path::kShortcut ||

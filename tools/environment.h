@@ -1,4 +1,4 @@
-// What every command works with.
+// What every command uses.
 #pragma once
 
 #include "console.h"

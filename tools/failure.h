@@ -1,4 +1,4 @@
-// What went wrong, as the one line on standard error tells it.
+// What went wrong, as the one line on standard error that reports it.
 #pragma once
 
 #include <stdexcept>
@@ -13,7 +13,7 @@ class Failure : public std::runtime_error {
       : std::runtime_error(file + ": " + operation + ": " + reason) {}
 };
 
-// A command line that makes no sense: exit status 2, before any picture is touched.
+// A command line that is wrong, whatever the pictures: exit status 2, before any picture is read.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "common/pixel_format.h"
 #include "failure.h"
 #include "pixel_format.h"
 #include "refusal.h"
@@ -32,7 +31,7 @@ std::optional<Warp<Matrix>> parse_warp(const std::string &text) {
   std::copy(numbers->begin(), numbers->end(), warp.matrix.begin());
   if (at != std::string::npos) {
     warp.size = parse_size(text.substr(at + 1));
-    if (!warp.size) {
+    if (!warp.size || is_empty(*warp.size)) {
       return std::nullopt;
     }
   }
@@ -41,10 +40,11 @@ std::optional<Warp<Matrix>> parse_warp(const std::string &text) {
 
 Size size_of(const tavrine_frame_t &frame) { return {frame.width, frame.height}; }
 
-// The library warps into a frame that is there.
+// The library warps into an existing frame.
 tavrine_frame_t *destination(const tavrine_frame_t &in, uint32_t format, const Size &size) {
+  const int32_t core_chooses_strides[TAVRINE_MAX_PLANES] = {};
   return tavrine_frame_alloc(tavrine_frame_mem_type(&in), format, size.width, size.height,
-                             kTightStrides, in.extra);
+                             core_chooses_strides, in.extra);
 }
 
 int32_t warp_perspective(const tavrine_frame_t &in, tavrine_frame_t **out,
@@ -54,7 +54,7 @@ int32_t warp_perspective(const tavrine_frame_t &in, tavrine_frame_t **out,
     return *out == nullptr ? TAVRINE_FAILURE
                            : tavrine_frame_warpperspective(&in, *out, matrix.data());
   }
-  // The library takes the same way, but answers success when memory runs out on it.
+  // The library would do the same conversions, but returns success when memory runs out for them.
   OwnedFrame rgb;
   int32_t status = tavrine_frame_cvt_color(&in, rgb.slot(), TAVRINE_FORMAT_RGB24);
   if (status != TAVRINE_OK) {
@@ -104,7 +104,7 @@ Operation parse_rotate(const std::string &value) {
             return tavrine_frame_rotate(&in, out, code);
           },
           [](const tavrine_frame_t &in, int32_t status) {
-            return explain_new_size(in, size_of(in), status, "turned");
+            return explain_new_size(in, size_of(in), status, "rotated");
           }};
 }
 
@@ -112,7 +112,7 @@ Operation parse_warp_affine(const std::string &value) {
   const auto warp = parse_warp<AffineMatrix>(value);
   if (!warp) {
     throw UsageError("--warp-affine: '" + value +
-                     "' is not six numbers and perhaps a size, like 1,0,-8,0,1,-8@640x480");
+                     "' is not six numbers with an optional size, like 1,0,-8,0,1,-8@640x480");
   }
   return affine_warp("warp by " + value, warp->matrix, warp->size);
 }
@@ -120,8 +120,9 @@ Operation parse_warp_affine(const std::string &value) {
 Operation parse_warp_perspective(const std::string &value) {
   const auto warp = parse_warp<PerspectiveMatrix>(value);
   if (!warp) {
-    throw UsageError("--warp-perspective: '" + value +
-                     "' is not nine numbers and perhaps a size, like 1,0,0,0,1,0,0,0.001,1@64x48");
+    throw UsageError(
+        "--warp-perspective: '" + value +
+        "' is not nine numbers with an optional size, like 1,0,0,0,1,0,0,0.001,1@64x48");
   }
   return {"warp by " + value,
           [warp = *warp](const tavrine_frame_t &in, tavrine_frame_t **out) {

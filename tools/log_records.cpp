@@ -3,14 +3,17 @@
 #include <sstream>
 #include <utility>
 
-#include "common/log.h"
 #include "tavrine_devkit.h"
 
 namespace tavrine::tool {
 
 namespace {
 
-// Log texts span lines and may begin with the function's name in brackets.
+// Levels of the core's log.
+constexpr int32_t kWarning = 3;
+constexpr int32_t kError = 4;
+
+// Log texts may have several lines, and begin with the function's name in brackets.
 std::string on_one_line(const std::string &text) {
   std::istringstream words(text);
   std::string word;
@@ -51,10 +54,10 @@ void LogRecords::receive(void *self, int32_t level, const char *tag, int32_t lin
   } else if (message.find("degrade to") != std::string::npos) {
     records.path_ = Path::kShortcut;
   }
-  if (level >= LogLevel::kError) {
+  if (level >= kError) {
     records.errors_ += (records.errors_.empty() ? "" : "; ") + message;
   } else if (records.verbose_) {
-    const char *kind = level >= LogLevel::kWarning ? "warning" : "notice";
+    const char *kind = level >= kWarning ? "warning" : "notice";
     records.console_.line(std::string(kind) + ": " + message + " (" + tag + ":" +
                           std::to_string(line) + ")");
   }

@@ -1,5 +1,5 @@
-// The library's log: errors wait for the line that reports the failed call, notices and
-// warnings are shown only to those who asked for them.
+// The library's log: errors are kept for the line that reports the failed call, notices and
+// warnings are shown only when the user asks for them.
 #pragma once
 
 #include <cstdint>
@@ -19,11 +19,12 @@ class LogRecords {
   // The error texts since the last call, on one line.
   std::string take_errors();
 
-  // How the library went about the operations on device frames since the last call.
+  // How the operations on device frames since the last call were done: by the backend that was
+  // asked first, without any work, or by the CPU instead of the engine.
   enum class Path { kDirect, kShortcut, kFallback };
   Path take_path();
 
-  // A line for those who asked for notices.
+  // A line that is shown with notices.
   void note(const std::string &text);
 
  private:

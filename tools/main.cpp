@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <type_traits>
+#include <new>
 
 #include "command_line.h"
 #include "failure.h"
@@ -13,23 +13,9 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
-int run(Environment &environment, const CommandLine &command_line) {
-  return std::visit(
-      [&](const auto &request) {
-        using Request = std::decay_t<decltype(request)>;
-        if constexpr (std::is_same_v<Request, InfoRequest>) {
-          return run_info(environment, request);
-        } else if constexpr (std::is_same_v<Request, ConvertRequest>) {
-          return run_convert(environment, request);
-        } else if constexpr (std::is_same_v<Request, AlignRequest>) {
-          return run_align(environment, request);
-        } else if constexpr (std::is_same_v<Request, TensorRequest>) {
-          return run_tensor(environment, request);
-        } else {
-          return run_version(request);
-        }
-      },
-      command_line.request);
+int run_request(Environment &environment, const CommandLine &command_line) {
+  return std::visit([&](const auto &request) { return run(environment, request); },
+                    command_line.request);
 }
 
 int run_program(Console &console, int argc, char **argv) {
@@ -38,7 +24,7 @@ int run_program(Console &console, int argc, char **argv) {
     if (const auto command_line = read_command_line(argc, argv)) {
       LogRecords log(console, command_line->verbose);
       Environment environment{console, log};
-      status = run(environment, *command_line);
+      status = run_request(environment, *command_line);
     }
     if (std::fflush(stdout) != 0) {
       throw Failure("standard output", "write", std::strerror(errno));
@@ -46,8 +32,11 @@ int run_program(Console &console, int argc, char **argv) {
     return status;
   } catch (const UsageError &error) {
     console.line(error.what());
-    console.line("'tavrine-aux --help' and 'tavrine-aux COMMAND --help' tell more");
+    console.line("see 'tavrine-aux --help' and 'tavrine-aux COMMAND --help'");
     return kWrongUsage;
+  } catch (const std::bad_alloc &) {
+    console.line("out of memory");
+    return kFailed;
   } catch (const std::exception &error) {
     console.line(error.what());
     return kFailed;

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "failure.h"
+
 namespace tavrine::tool {
 
 namespace {
@@ -39,7 +41,7 @@ std::optional<int32_t> parse_integer(const std::string &text) {
 }
 
 std::optional<float> parse_number(const std::string &text) {
-  // Without the other spellings that strtof knows.
+  // strtof also accepts hexadecimal numbers, infinities and NaN.
   if (text.empty() || text.find_first_not_of("+-.0123456789eE") != std::string::npos) {
     return std::nullopt;
   }
@@ -90,6 +92,14 @@ std::optional<Size> parse_size(const std::string &text) {
     return std::nullopt;
   }
   return Size{*width, *height};
+}
+
+Size size_of_option(const std::string &option, const std::string &value) {
+  const auto size = parse_size(value);
+  if (!size || is_empty(*size)) {
+    throw UsageError(option + ": '" + value + "' is not WIDTHxHEIGHT, like 640x480");
+  }
+  return *size;
 }
 
 std::string size_text(int32_t width, int32_t height) {

@@ -1,9 +1,7 @@
 #include "numpy_file.h"
 
-#include <cerrno>
 #include <filesystem>
 
-#include "owned_file.h"
 #include "pixel_format.h"
 #include "tavrine_core.h"
 
@@ -11,10 +9,11 @@ namespace tavrine::tool {
 
 namespace {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "elements are written as they are");
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "elements are written in the machine's byte order");
 
-// The magic text, version 1.0, the length of the description in two bytes, the description; all
-// of it a multiple of 64 bytes, so that the elements can be mapped into memory.
+// The magic text, version 1.0, the length of the description in two bytes, the description.
+// The header's size is a multiple of 64 bytes, so that the elements can be mapped into memory.
 std::string header_of(const tavrine_tensor_t &tensor) {
   constexpr size_t kAlignment = 64;
   constexpr size_t kLengthBytes = 2;
@@ -37,24 +36,18 @@ std::string header_of(const tavrine_tensor_t &tensor) {
 }  // namespace
 
 bool is_numpy_name(const std::string &path) {
-  return lower_case(std::filesystem::path(path).extension().string()) == ".npy";
+  return path == kStandardStream ||
+         lower_case(std::filesystem::path(path).extension().string()) == ".npy";
 }
 
-int write_numpy_file(const tavrine_tensor_t &tensor, const std::string &path) {
-  OwnedFile file(std::fopen(path.c_str(), "wb"));
-  if (!file) {
-    return errno;
-  }
+void write_numpy_file(const tavrine_tensor_t &tensor, OutputFile &output) {
   const std::string header = header_of(tensor);
   size_t bytes = tensor.element_type == TAVRINE_ELEMENT_FLOAT32 ? sizeof(float) : 1;
   for (const int32_t count : tensor.shape) {
     bytes *= static_cast<size_t>(count);
   }
-  if (std::fwrite(header.data(), 1, header.size(), file.get()) != header.size() ||
-      std::fwrite(tavrine_tensor_raw_pointer(&tensor), 1, bytes, file.get()) != bytes) {
-    return errno;
-  }
-  return std::fclose(file.release()) == 0 ? 0 : errno;
+  output.write(header.data(), header.size());
+  output.write(tavrine_tensor_raw_pointer(&tensor), bytes);
 }
 
 }  // namespace tavrine::tool

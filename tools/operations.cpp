@@ -1,7 +1,8 @@
 #include "operations.h"
 
-#include "common/numeric.h"
-#include "common/pixel_format.h"
+#include <algorithm>
+#include <limits>
+
 #include "device_frames.h"
 #include "failure.h"
 #include "geometry_operations.h"
@@ -22,18 +23,17 @@ bool is_inside(const tavrine_area2d_t &area, const tavrine_frame_t &frame) {
 }
 
 int32_t crop(const tavrine_frame_t &in, tavrine_frame_t **out, const tavrine_area2d_t &area) {
-  // An odd area wholly inside would be cut out, and no other operation could take the result.
+  // The library cuts out an odd area that is wholly inside, but no other operation accepts it.
   if (is_yuv420(in.pixel_format) && (area.width % 2 != 0 || area.height % 2 != 0)) {
     return TAVRINE_INVALID_ARGUMENT;
   }
-  const bool is_cleared_by_crop = is_yuv420(in.pixel_format) || is_packed_rgb(in.pixel_format) ||
-                                  in.pixel_format == TAVRINE_FORMAT_GREY;
-  if (is_cleared_by_crop || is_inside(area, in)) {
+  // Of formats that cannot be encoded, the library leaves what lies outside undefined.
+  if (is_encodable(in.pixel_format) || is_inside(area, in)) {
     return tavrine_frame_crop(&in, out, area);
   }
-  // The part outside would be whatever the memory held before.
+  const int32_t core_chooses_strides[TAVRINE_MAX_PLANES] = {};
   *out = tavrine_frame_alloc(tavrine_frame_mem_type(&in), in.pixel_format, area.width, area.height,
-                             kTightStrides, in.extra);
+                             core_chooses_strides, in.extra);
   if (*out == nullptr) {
     return TAVRINE_FAILURE;
   }
@@ -43,7 +43,7 @@ int32_t crop(const tavrine_frame_t &in, tavrine_frame_t **out, const tavrine_are
 
 Operation parse_crop(const std::string &value) {
   const auto area = parse_area(value);
-  if (!area) {
+  if (!area || is_empty({area->width, area->height})) {
     throw UsageError("--crop: '" + value + "' is not X,Y,WIDTH,HEIGHT, like 100,50,640,480");
   }
   const auto explain = [area = *area](const tavrine_frame_t &in, int32_t) -> std::string {
@@ -54,7 +54,7 @@ Operation parse_crop(const std::string &value) {
     if (is_yuv420(in.pixel_format) && (area.x % 2 != 0 || area.y % 2 != 0)) {
       return std::string(pixel_format_name(in.pixel_format)) + " needs even offsets";
     }
-    return explain_size(in.pixel_format, area.width, area.height);
+    return explain_size(in.pixel_format, {area.width, area.height});
   };
   return {"crop " + value,
           [area = *area](const tavrine_frame_t &in, tavrine_frame_t **out) {
@@ -65,29 +65,30 @@ Operation parse_crop(const std::string &value) {
 
 // ---- Resize and scale -----------------------------------------------------------------
 
+// For a positive ratio.
 Size scaled_size(const tavrine_frame_t &in, float ratio) {
-  return {truncate_to_int32(static_cast<float>(in.width) * ratio),
-          truncate_to_int32(static_cast<float>(in.height) * ratio)};
+  const auto scaled = [=](int32_t side) {
+    const double length = static_cast<float>(side) * ratio;
+    return static_cast<int32_t>(std::min<double>(length, std::numeric_limits<int32_t>::max()));
+  };
+  return {scaled(in.width), scaled(in.height)};
 }
 
 Operation parse_resize(const std::string &value) {
-  const auto size = parse_size(value);
-  if (!size) {
-    throw UsageError("--resize: '" + value + "' is not WIDTHxHEIGHT, like 640x480");
-  }
+  const Size size = size_of_option("--resize", value);
   return {"resize to " + value,
-          [size = *size](const tavrine_frame_t &in, tavrine_frame_t **out) {
+          [=](const tavrine_frame_t &in, tavrine_frame_t **out) {
             return tavrine_frame_resize(&in, out, size.width, size.height);
           },
-          [size = *size](const tavrine_frame_t &in, int32_t status) {
+          [=](const tavrine_frame_t &in, int32_t status) {
             return explain_new_size(in, size, status, "resized");
           }};
 }
 
 Operation parse_scale(const std::string &value) {
   const auto ratio = parse_number(value);
-  if (!ratio) {
-    throw UsageError("--scale: '" + value + "' is not a ratio, like 0.5");
+  if (!ratio || *ratio <= 0) {
+    throw UsageError("--scale: '" + value + "' is not a positive ratio, like 0.5");
   }
   return {"scale by " + value,
           [ratio = *ratio](const tavrine_frame_t &in, tavrine_frame_t **out) {
@@ -95,7 +96,7 @@ Operation parse_scale(const std::string &value) {
           },
           [ratio = *ratio](const tavrine_frame_t &in, int32_t status) {
             const Size size = scaled_size(in, ratio);
-            const std::string problem = explain_size(in.pixel_format, size.width, size.height);
+            const std::string problem = explain_size(in.pixel_format, size);
             return problem.empty() ? explain_new_size(in, size, status, "resized")
                                    : "gives " + size_text(size.width, size.height) + ", " + problem;
           }};
@@ -106,7 +107,7 @@ Operation parse_scale(const std::string &value) {
 Operation parse_format(const std::string &value) {
   const auto format = pixel_format_by_name(value);
   if (!format) {
-    throw UsageError("--format: '" + value + "' is no pixel format, there are " +
+    throw UsageError("--format: '" + value + "' is not a pixel format, there are " +
                      pixel_format_names());
   }
   return conversion_to(*format);
@@ -116,14 +117,15 @@ Operation parse_format(const std::string &value) {
 
 const std::vector<OperationKind> &operation_kinds() {
   static const std::vector<OperationKind> kinds = {
-      {"--crop", "X,Y,WIDTH,HEIGHT", "Cut out an area; what lies outside the picture becomes black",
+      {"--crop", "X,Y,WIDTH,HEIGHT",
+       "Cut out an area; bytes outside the picture are 0: black, in 4:2:0 formats dark green",
        parse_crop},
       {"--resize", "WIDTHxHEIGHT", "Resize to exactly this size", parse_resize},
       {"--scale", "RATIO", "Multiply both sizes, 0.5 for half", parse_scale},
-      {"--rotate", "90|180|270", "Turn clockwise by so many degrees", parse_rotate},
-      {"--warp-affine", "A,B,C,D,E,F[@WIDTHxHEIGHT]", "Move pixels by a 2x3 matrix, see below",
+      {"--rotate", "90|180|270", "Rotate clockwise by this angle", parse_rotate},
+      {"--warp-affine", "A,B,C,D,E,F[@WIDTHxHEIGHT]", "Map pixels with a 2x3 matrix, see below",
        parse_warp_affine},
-      {"--warp-perspective", "M0,...,M8[@WIDTHxHEIGHT]", "Move pixels by a 3x3 matrix, see below",
+      {"--warp-perspective", "M0,...,M8[@WIDTHxHEIGHT]", "Map pixels with a 3x3 matrix, see below",
        parse_warp_perspective},
       {"--format", "NAME", "Convert the pixels to GREY, NV12, NV21, YU12, RGB24 or BGR24",
        parse_format},
@@ -150,7 +152,7 @@ OwnedFrame apply_operation(Environment &environment, const Operation &operation,
     throw Failure(file, operation.description, refusal_reason(environment, status, explanation));
   }
   if (tavrine_frame_mem_type(frame.get()) == TAVRINE_MEMORY_DEVICE) {
-    tell_who_did(environment, operation, frame, result, file);
+    note_who_did(environment, operation, frame, result, file);
   }
   return result;
 }

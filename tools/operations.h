@@ -1,4 +1,4 @@
-// What `convert` can do to a picture. A new operation is one entry of the table.
+// What `convert` can do to a picture. A new operation is a new entry in the table.
 #pragma once
 
 #include <cstdint>
@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-#include "common/owned.h"
 #include "environment.h"
+#include "handles.h"
 
 namespace tavrine::tool {
 
 // An operation with its arguments.
 struct Operation {
-  std::string description;  // as a failure names it: "resize to 640x480"
+  std::string description;  // in failures: "resize to 640x480"
   std::function<int32_t(const tavrine_frame_t &in, tavrine_frame_t **out)> apply;
-  // What is wrong with the arguments for this picture; empty when they look right.
+  // Why the arguments do not fit this picture; empty when they look right.
   std::function<std::string(const tavrine_frame_t &in, int32_t status)> explain;
-  bool only_copies = false;  // there is nothing for the engine to do
+  bool only_copies = false;  // so the engine has nothing to do
 };
 
 struct OperationKind {
@@ -31,7 +31,7 @@ const std::vector<OperationKind> &operation_kinds();
 
 Operation conversion_to(uint32_t format);
 
-// `file` is the picture that a failure names.
+// `file` is the picture's name in failures. Throws Failure.
 OwnedFrame apply_operation(Environment &environment, const Operation &operation,
                            const OwnedFrame &frame, const std::string &file);
 

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 
@@ -17,8 +16,11 @@ namespace tavrine::tool {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr char kOperation[] = "save";
-constexpr mode_t kDefaultMode = 0666;
+constexpr mode_t kNewFileMode = 0666;  // less the umask
+constexpr mode_t kPrivateMode = 0600;
 constexpr mode_t kPermissionBits = 0777;
 
 // For the signal handler: the file to remove, or an empty text.
@@ -32,7 +34,9 @@ extern "C" void remove_pending_file(int signal_number) {
   raise(signal_number);
 }
 
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
+// What a user, a shell, a pipe or a resource limit ends a program with.
+constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE, SIGALRM,
+                                  SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGXFSZ};
 
 void install_handlers() {
   for (const int signal_number : kEndingSignals) {
@@ -48,7 +52,7 @@ void install_handlers() {
   }
 }
 
-// Between a file's appearance and its registration a signal has to wait.
+// Holds signals back between a file's creation or removal and its registration.
 class BlockedSignals {
  public:
   BlockedSignals() {
@@ -67,49 +71,87 @@ class BlockedSignals {
   sigset_t previous_;
 };
 
-std::string behind_links(const std::string &path) {
+// The file that a chain of symbolic links ends at, which need not exist. A chain that is too
+// long ends at a link, and stat reports that.
+std::string resolve_links(const std::string &path) {
+  constexpr int kMaxLinks = 40;
+  fs::path target = path;
   std::error_code error;
-  if (!std::filesystem::is_symlink(path, error)) {
-    return path;
+  for (int count = 0; count < kMaxLinks && fs::is_symlink(target, error); ++count) {
+    const fs::path next = fs::read_symlink(target, error);
+    if (error) {
+      break;
+    }
+    target = target.parent_path() / next;  // an absolute path replaces what stands before it
   }
-  const auto target = std::filesystem::canonical(path, error);
-  return error ? path : target.string();
+  return target.string();
 }
 
-std::string temporary_name(const std::filesystem::path &target, int attempt) {
-  const std::string name = ".tavrine-" + std::to_string(getpid()) + "-" + std::to_string(attempt) +
-                           target.extension().string();
+std::string temporary_name(const fs::path &target, int attempt) {
+  const std::string name =
+      ".tavrine-" + std::to_string(getpid()) + "-" + std::to_string(attempt) + ".tmp";
   return (target.parent_path() / name).string();
+}
+
+// Owner and permissions of the file that will be replaced. The permissions come last, since
+// changing the owner may change them. A group that cannot be kept gets no more than all others.
+void copy_attributes(const struct stat &from, int descriptor) {
+  mode_t mode = from.st_mode & kPermissionBits;
+  if (fchown(descriptor, from.st_uid, from.st_gid) != 0 &&
+      fchown(descriptor, static_cast<uid_t>(-1), from.st_gid) != 0) {
+    mode = (mode & ~mode_t{S_IRWXG}) | ((mode & S_IRWXO) << 3);
+  }
+  fchmod(descriptor, mode);
 }
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string &path) : path_(path), target_path_(behind_links(path)) {
-  install_handlers();
-  struct stat existing {};
-  const bool replaces = stat(target_path_.c_str(), &existing) == 0;
-  if (replaces && !S_ISREG(existing.st_mode)) {
-    throw Failure(path, kOperation, "exists and is not a file");
+OutputFile::OutputFile(const std::string &path) : path_(path), target_path_(resolve_links(path)) {
+  if (path == kStandardStream) {
+    return;
   }
-  // A file that must not be written would not survive being replaced.
-  if (replaces && access(target_path_.c_str(), W_OK) != 0) {
-    throw Failure(path, kOperation, std::strerror(errno));
+  install_handlers();
+  open_temporary(target_path_);
+}
+
+void OutputFile::open_temporary(const std::string &target) {
+  struct stat existing {};
+  const bool replaces = stat(target.c_str(), &existing) == 0;
+  if (!replaces && errno != ENOENT) {
+    fail(errno);
+  }
+  if (replaces && !S_ISREG(existing.st_mode)) {
+    throw Failure(path_, kOperation, "exists and is not a file");
+  }
+  // Renaming would replace a read-only file without asking for its permission.
+  if (replaces && access(target.c_str(), W_OK) != 0) {
+    fail(errno);
   }
   const BlockedSignals blocked;
   int descriptor = -1;
   for (int attempt = 0; descriptor < 0; ++attempt) {
-    temporary_path_ = temporary_name(target_path_, attempt);
-    descriptor =
-        open(temporary_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kDefaultMode);
+    temporary_path_ = temporary_name(target, attempt);
+    // Nobody else may read a private file's new content, not even while it is being written.
+    descriptor = open(temporary_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                      replaces ? kPrivateMode : kNewFileMode);
     if (descriptor < 0 && errno != EEXIST) {
-      throw Failure(path, kOperation, std::strerror(errno));
+      const int error = errno;
+      temporary_path_.clear();
+      fail(error);
     }
   }
-  if (replaces) {
-    kept_mode_ = existing.st_mode & kPermissionBits;
-  }
-  close(descriptor);
   std::strncpy(pending_path, temporary_path_.c_str(), sizeof(pending_path) - 1);
+  if (replaces) {
+    copy_attributes(existing, descriptor);
+  }
+  file_.reset(fdopen(descriptor, "wb"));
+  if (!file_) {
+    const int error = errno;
+    close(descriptor);
+    unlink(temporary_path_.c_str());
+    pending_path[0] = '\0';
+    fail(error);
+  }
 }
 
 OutputFile::~OutputFile() {
@@ -120,17 +162,33 @@ OutputFile::~OutputFile() {
   }
 }
 
+void OutputFile::write(const void *bytes, size_t count) {
+  if (std::fwrite(bytes, 1, count, file_ ? file_.get() : stdout) != count) {
+    fail(errno);
+  }
+}
+
 void OutputFile::commit() {
-  if (kept_mode_) {
-    // Best effort: the picture counts more than its permissions.
-    chmod(temporary_path_.c_str(), *kept_mode_);
+  if (!file_) {
+    if (std::fflush(stdout) != 0) {
+      fail(errno);
+    }
+    return;
+  }
+  if (std::fclose(file_.release()) != 0) {
+    fail(errno);
   }
   const BlockedSignals blocked;
   if (std::rename(temporary_path_.c_str(), target_path_.c_str()) != 0) {
-    throw Failure(path_, kOperation, std::strerror(errno));
+    fail(errno);
   }
   pending_path[0] = '\0';
   temporary_path_.clear();
+}
+
+void OutputFile::fail(int error) const {
+  const std::string name = path_ == kStandardStream ? "standard output" : path_;
+  throw Failure(name, kOperation, std::strerror(error));
 }
 
 }  // namespace tavrine::tool

@@ -1,4 +1,4 @@
-// A stream that is closed on every path. Writers close it themselves, to hear about failure.
+// A stream that is closed on every path. Writers close it themselves, to see whether that fails.
 #pragma once
 
 #include <cstdio>

@@ -1,12 +1,13 @@
 #include "picture_file.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 
-#include "common/pixel_format.h"
 #include "failure.h"
+#include "input_file.h"
 #include "operations.h"
 #include "output_file.h"
 #include "pixel_format.h"
@@ -18,22 +19,22 @@ namespace tavrine::tool {
 namespace {
 
 enum class Content {
-  kPicture,   // encoded by the library
-  kRaw,       // the planes, in the kind's format
-  kRawYuv420  // the planes, in whichever 4:2:0 format the frame has
+  kPicture,   // encoded by the library; the code is one of its encodings
+  kRaw,       // the planes; the code is a pixel format
+  kRawYuv420  // the planes in the frame's own 4:2:0 format, or in the one of the code
 };
 
 struct FileKind {
   const char *extension;
   Content content;
-  uint32_t format;
+  uint32_t code;
 };
 
 constexpr FileKind kFileKinds[] = {
-    {".jpg", Content::kPicture, 0},
-    {".jpeg", Content::kPicture, 0},
-    {".png", Content::kPicture, 0},
-    {".bmp", Content::kPicture, 0},
+    {".jpg", Content::kPicture, TAVRINE_ENCODE_JPEG},
+    {".jpeg", Content::kPicture, TAVRINE_ENCODE_JPEG},
+    {".png", Content::kPicture, TAVRINE_ENCODE_PNG},
+    {".bmp", Content::kPicture, TAVRINE_ENCODE_BMP},
     {".yuv", Content::kRawYuv420, TAVRINE_FORMAT_NV12},
     {".nv12", Content::kRaw, TAVRINE_FORMAT_NV12},
     {".nv21", Content::kRaw, TAVRINE_FORMAT_NV21},
@@ -46,76 +47,93 @@ constexpr FileKind kFileKinds[] = {
     {".y16", Content::kRaw, TAVRINE_FORMAT_Y16},
 };
 
-const FileKind *file_kind(const std::string &path) {
-  const std::string extension = lower_case(std::filesystem::path(path).extension().string());
+const FileKind *file_kind(const std::string &extension) {
   for (const FileKind &kind : kFileKinds) {
-    if (extension == kind.extension) {
+    if (lower_case(extension) == kind.extension) {
       return &kind;
     }
   }
   return nullptr;
 }
 
-// The decoder does not tell why; the file does.
+std::string extension_of(const std::string &path) {
+  return std::filesystem::path(path).extension().string();
+}
+
+// The decoder does not say why it failed, so this looks at the file again.
 std::string unreadable_reason(const std::string &path) {
-  std::FILE *file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) {
+  const OwnedFile file(std::fopen(path.c_str(), "rb"));
+  if (!file) {
     return std::strerror(errno);
   }
   errno = 0;
-  const int first = std::fgetc(file);
-  const int error = errno;
-  std::fclose(file);
-  if (first == EOF) {
-    return error != 0 ? std::strerror(error) : "the file is empty";
+  if (std::fgetc(file.get()) == EOF) {
+    return errno != 0 ? std::strerror(errno) : "the file is empty";
   }
-  const FileKind *kind = file_kind(path);
+  const FileKind *kind = file_kind(extension_of(path));
   if (kind != nullptr && kind->content != Content::kPicture) {
     return "not a picture; for a raw frame add --in FORMAT:WIDTHxHEIGHT";
   }
-  return "not a picture of a known kind, or truncated";
+  return "not a picture of a known kind, truncated, or too large";
+}
+
+OwnedFrame load_from_standard_input() {
+  const std::vector<unsigned char> bytes = read_standard_input();
+  if (bytes.size() > INT32_MAX) {
+    throw Failure(input_name(kStandardStream), "load", "more than 2 GiB");
+  }
+  errno = 0;
+  return OwnedFrame(
+      tavrine_frame_load_from_memory(bytes.data(), static_cast<int32_t>(bytes.size())));
 }
 
 OwnedFrame in_raw_format(Environment &environment, OwnedFrame frame, const FileKind &kind,
                          const std::string &path) {
   const uint32_t format = frame->pixel_format;
-  if (format == kind.format || (kind.content == Content::kRawYuv420 && is_yuv420(format))) {
+  if (format == kind.code || (kind.content == Content::kRawYuv420 && is_yuv420(format))) {
     return frame;
   }
-  Operation conversion = conversion_to(kind.format);
+  Operation conversion = conversion_to(kind.code);
   conversion.description = "save";
   return apply_operation(environment, conversion, frame, path);
 }
 
-void encode_picture(Environment &environment, const tavrine_frame_t &frame, const std::string &path,
-                    const OutputFile &output) {
-  errno = 0;
-  const int32_t status = tavrine_frame_save(&frame, output.temporary_path().c_str());
-  const int error = errno;
+OwnedBuffer encode_picture(Environment &environment, const tavrine_frame_t &frame,
+                           const FileKind &kind, const std::string &path) {
+  OwnedBuffer buffer(tavrine_buffer_alloc(0, TAVRINE_MEMORY_HOST));
+  const int32_t status =
+      !buffer ? TAVRINE_FAILURE
+              : tavrine_frame_encode(&frame, static_cast<int32_t>(kind.code), buffer.get());
   if (status == TAVRINE_OK) {
-    return;
+    return buffer;
   }
-  std::string explanation;
   const uint32_t format = frame.pixel_format;
-  if (!is_yuv420(format) && !is_packed_rgb(format) && format != TAVRINE_FORMAT_GREY) {
-    explanation = std::string("a picture cannot be made of ") + pixel_format_name(format);
-    explanation += format == TAVRINE_FORMAT_Y16 ? ", convert it with --format GREY before" : "";
-  } else if (status == TAVRINE_FAILURE) {
-    const bool is_storage = error == ENOSPC || error == EDQUOT || error == EFBIG || error == EIO;
-    explanation = is_storage ? std::strerror(error) : "could not be encoded or written";
+  if (!is_encodable(format)) {
+    environment.log.take_errors();
+    throw Failure(
+        path, "save",
+        std::string(pixel_format_name(format)) + " cannot be saved as a picture" +
+            (format == TAVRINE_FORMAT_Y16 ? ", convert it with --format GREY first" : ""));
   }
-  throw Failure(path, "save", refusal_reason(environment, status, explanation));
+  throw Failure(
+      path, "save",
+      refusal_reason(environment, status, "out of memory, or too large for this kind of picture"));
 }
 
 }  // namespace
 
-bool is_output_name(const std::string &path) { return file_kind(path) != nullptr; }
-
-void check_output_name(const std::string &path) {
-  if (!is_output_name(path)) {
+Destination Destination::at(const std::string &path, const std::string &stream_extension) {
+  const bool is_stream = path == kStandardStream;
+  const std::string extension =
+      is_stream ? "." + (stream_extension.empty() ? std::string("png") : stream_extension)
+                : extension_of(path);
+  if (!is_output_extension(extension)) {
     throw UsageError(path + ": save: the name must end in one of " + output_extensions());
   }
+  return {path, extension};
 }
+
+bool is_output_extension(const std::string &extension) { return file_kind(extension) != nullptr; }
 
 std::string output_extensions() {
   std::string extensions;
@@ -127,36 +145,41 @@ std::string output_extensions() {
 
 OwnedFrame load_picture(Environment &environment, const std::string &path,
                         const std::optional<RawLayout> &layout) {
-  environment.log.take_errors();  // what another picture left
+  environment.log.take_errors();  // those of other pictures
   if (layout) {
     return read_raw_frame(path, *layout);
   }
-  OwnedFrame frame(tavrine_frame_load(path.c_str()));
-  if (!frame) {
-    const std::string logged = environment.log.take_errors();
-    throw Failure(path, "load", logged.empty() ? unreadable_reason(path) : logged);
+  const bool is_stream = path == kStandardStream;
+  errno = 0;
+  OwnedFrame frame =
+      is_stream ? load_from_standard_input() : OwnedFrame(tavrine_frame_load(path.c_str()));
+  if (frame) {
+    return frame;
   }
-  return frame;
+  const bool is_out_of_memory = errno == ENOMEM;
+  const std::string logged = environment.log.take_errors();
+  throw Failure(input_name(path), "load",
+                !logged.empty()    ? logged
+                : is_out_of_memory ? "out of memory"
+                : is_stream        ? "not a picture of a known kind, truncated, or too large"
+                                   : unreadable_reason(path));
 }
 
-void save_picture(Environment &environment, const OwnedFrame &frame, const std::string &path) {
-  const FileKind *kind = file_kind(path);
-  if (kind == nullptr) {
-    throw Failure(path, "save", "the name must end in one of " + output_extensions());
-  }
-  if (kind->content == Content::kPicture) {
+void save_picture(Environment &environment, const OwnedFrame &frame,
+                  const Destination &destination) {
+  const FileKind &kind = *file_kind(destination.extension);
+  const std::string &path = destination.path;
+  if (kind.content == Content::kPicture) {
+    const OwnedBuffer buffer = encode_picture(environment, *frame.get(), kind, path);
     OutputFile output(path);
-    encode_picture(environment, *frame.get(), path, output);
+    output.write(tavrine_buffer_raw_pointer(buffer.get()), tavrine_buffer_size(buffer.get()));
     output.commit();
     return;
   }
   const OwnedFrame raw =
-      in_raw_format(environment, OwnedFrame(tavrine_frame_ref(frame.get())), *kind, path);
+      in_raw_format(environment, OwnedFrame(tavrine_frame_ref(frame.get())), kind, path);
   OutputFile output(path);
-  const int error = write_raw_frame(*raw.get(), output.temporary_path());
-  if (error != 0) {
-    throw Failure(path, "save", std::strerror(error));
-  }
+  write_raw_frame(*raw.get(), output);
   output.commit();
 }
 

@@ -8,16 +8,37 @@ namespace tavrine::tool {
 
 namespace {
 
-struct NamedFormat {
+enum class Kind { kGrey, kYuv420, kPackedRgb, kOther };
+
+struct KnownFormat {
   const char *name;
   uint32_t format;
+  Kind kind;
 };
 
-constexpr NamedFormat kFormats[] = {
-    {"GREY", TAVRINE_FORMAT_GREY}, {"NV12", TAVRINE_FORMAT_NV12},   {"NV21", TAVRINE_FORMAT_NV21},
-    {"YU12", TAVRINE_FORMAT_YU12}, {"RGB24", TAVRINE_FORMAT_RGB24}, {"BGR24", TAVRINE_FORMAT_BGR24},
-    {"BGRA", TAVRINE_FORMAT_BGRA}, {"ARGB", TAVRINE_FORMAT_ARGB},   {"Y16", TAVRINE_FORMAT_Y16},
+constexpr KnownFormat kFormats[] = {
+    {"GREY", TAVRINE_FORMAT_GREY, Kind::kGrey},
+    {"NV12", TAVRINE_FORMAT_NV12, Kind::kYuv420},
+    {"NV21", TAVRINE_FORMAT_NV21, Kind::kYuv420},
+    {"YU12", TAVRINE_FORMAT_YU12, Kind::kYuv420},
+    {"RGB24", TAVRINE_FORMAT_RGB24, Kind::kPackedRgb},
+    {"BGR24", TAVRINE_FORMAT_BGR24, Kind::kPackedRgb},
+    {"BGRA", TAVRINE_FORMAT_BGRA, Kind::kOther},
+    {"ARGB", TAVRINE_FORMAT_ARGB, Kind::kOther},
+    {"Y16", TAVRINE_FORMAT_Y16, Kind::kOther},
 };
+
+const KnownFormat *find(uint32_t format) {
+  const auto *const found =
+      std::find_if(std::begin(kFormats), std::end(kFormats),
+                   [=](const KnownFormat &entry) { return entry.format == format; });
+  return found == std::end(kFormats) ? nullptr : found;
+}
+
+Kind kind_of(uint32_t format) {
+  const KnownFormat *known = find(format);
+  return known == nullptr ? Kind::kOther : known->kind;
+}
 
 }  // namespace
 
@@ -29,7 +50,7 @@ std::string lower_case(std::string text) {
 }
 
 std::optional<uint32_t> pixel_format_by_name(const std::string &name) {
-  for (const NamedFormat &entry : kFormats) {
+  for (const KnownFormat &entry : kFormats) {
     if (lower_case(name) == lower_case(entry.name)) {
       return entry.format;
     }
@@ -38,20 +59,22 @@ std::optional<uint32_t> pixel_format_by_name(const std::string &name) {
 }
 
 const char *pixel_format_name(uint32_t format) {
-  for (const NamedFormat &entry : kFormats) {
-    if (entry.format == format) {
-      return entry.name;
-    }
-  }
-  return "unknown format";
+  const KnownFormat *known = find(format);
+  return known == nullptr ? "unknown format" : known->name;
 }
 
 std::string pixel_format_names() {
   std::string names;
-  for (const NamedFormat &entry : kFormats) {
+  for (const KnownFormat &entry : kFormats) {
     names += (names.empty() ? "" : ", ") + std::string(entry.name);
   }
   return names;
 }
+
+bool is_yuv420(uint32_t format) { return kind_of(format) == Kind::kYuv420; }
+
+bool is_packed_rgb(uint32_t format) { return kind_of(format) == Kind::kPackedRgb; }
+
+bool is_encodable(uint32_t format) { return kind_of(format) != Kind::kOther; }
 
 }  // namespace tavrine::tool

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "common/owned.h"
+#include "handles.h"
+#include "output_file.h"
 
 namespace tavrine::tool {
 
@@ -15,13 +16,13 @@ struct RawLayout {
   size_t bytes;
 };
 
-// "NV12:1920x1080"; throws UsageError, also for a size that the format cannot have.
+// "NV12:1920x1080". Throws UsageError, also for a size that the format cannot have.
 RawLayout parse_raw_layout(const std::string &text);
 
 // Throws Failure unless the file holds exactly one frame.
 OwnedFrame read_raw_frame(const std::string &path, const RawLayout &layout);
 
-// 0, or the errno of what failed.
-int write_raw_frame(const tavrine_frame_t &frame, const std::string &path);
+// Throws Failure.
+void write_raw_frame(const tavrine_frame_t &frame, OutputFile &output);
 
 }  // namespace tavrine::tool

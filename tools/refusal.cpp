@@ -1,6 +1,5 @@
 #include "refusal.h"
 
-#include "common/pixel_format.h"
 #include "pixel_format.h"
 #include "tavrine_core.h"
 
@@ -23,8 +22,6 @@ std::string status_text(int32_t status) {
   }
 }
 
-bool is_odd(int32_t size) { return size % 2 != 0; }
-
 }  // namespace
 
 std::string refusal_reason(Environment &environment, int32_t status,
@@ -36,21 +33,21 @@ std::string refusal_reason(Environment &environment, int32_t status,
   return logged.empty() ? explanation : explanation + " (" + logged + ")";
 }
 
-std::string explain_size(uint32_t format, int32_t width, int32_t height) {
-  if (width <= 0 || height <= 0) {
+std::string explain_size(uint32_t format, const Size &size) {
+  if (is_empty(size)) {
     return kEmptySize;
   }
-  if (is_yuv420(format) && (is_odd(width) || is_odd(height))) {
+  if (is_yuv420(format) && (size.width % 2 != 0 || size.height % 2 != 0)) {
     return std::string(pixel_format_name(format)) + " needs even sizes";
   }
-  if (tavrine_frame_inferred_size(format, width, height) == 0) {
+  if (tavrine_frame_inferred_size(format, size.width, size.height) == 0) {
     return "too large for a frame";
   }
   return "";
 }
 
 std::string explain_area(const tavrine_frame_t &in, const tavrine_area2d_t &area) {
-  if (area.width <= 0 || area.height <= 0) {
+  if (is_empty({area.width, area.height})) {
     return kEmptySize;
   }
   const bool is_outside = area.x >= in.width || area.y >= in.height ||
@@ -58,12 +55,12 @@ std::string explain_area(const tavrine_frame_t &in, const tavrine_area2d_t &area
   return is_outside ? "the area lies outside the picture of " + size_text(in.width, in.height) : "";
 }
 
-std::string explain_new_size(const tavrine_frame_t &in, Size size, int32_t status,
+std::string explain_new_size(const tavrine_frame_t &in, const Size &size, int32_t status,
                              const char *operation) {
   if (in.pixel_format == TAVRINE_FORMAT_Y16) {
-    return std::string("Y16 cannot be ") + operation + ", convert it with --format GREY before";
+    return std::string("Y16 cannot be ") + operation + ", convert it with --format GREY first";
   }
-  std::string problem = explain_size(in.pixel_format, size.width, size.height);
+  std::string problem = explain_size(in.pixel_format, size);
   if (!problem.empty() || status != TAVRINE_FAILURE) {
     return problem;
   }
@@ -75,10 +72,10 @@ std::string explain_conversion(const tavrine_frame_t &frame, uint32_t format, in
     return std::string(pixel_format_name(frame.pixel_format)) + " cannot be converted to " +
            pixel_format_name(format);
   }
-  const std::string size_problem = explain_size(format, frame.width, frame.height);
+  const std::string size_problem = explain_size(format, {frame.width, frame.height});
   return size_problem.empty()
              ? ""
-             : size_problem + ", the picture has " + size_text(frame.width, frame.height);
+             : size_problem + ", the picture is " + size_text(frame.width, frame.height);
 }
 
 }  // namespace tavrine::tool

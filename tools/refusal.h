@@ -10,17 +10,17 @@
 
 namespace tavrine::tool {
 
-// `explanation` is what the arguments themselves tell; empty when they look right. What the
+// `explanation` is what follows from the arguments alone; empty when they look right. What the
 // library logged about the call is added.
 std::string refusal_reason(Environment &environment, int32_t status,
                            const std::string &explanation);
 
-// Explanations for a frame of this format with that size, for an area of `in`, for an operation
-// that makes `in` this large ("resized", "turned"), and for a conversion; empty when there is
-// nothing to say.
-std::string explain_size(uint32_t format, int32_t width, int32_t height);
+// Explanations for a frame of this format and size, for an area of `in`, for an operation whose
+// result has this size ("resized", "rotated"), and for a conversion. Empty when there is nothing
+// to say.
+std::string explain_size(uint32_t format, const Size &size);
 std::string explain_area(const tavrine_frame_t &in, const tavrine_area2d_t &area);
-std::string explain_new_size(const tavrine_frame_t &in, Size size, int32_t status,
+std::string explain_new_size(const tavrine_frame_t &in, const Size &size, int32_t status,
                              const char *operation);
 std::string explain_conversion(const tavrine_frame_t &frame, uint32_t format, int32_t status);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 
@@ -13,6 +14,22 @@ namespace tavrine::tool {
 namespace {
 
 constexpr char kOperation[] = "read regions";
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";  // some editors begin UTF-8 files with it
+
+// Bytes that a terminal may not show are written as numbers.
+std::string quoted(const std::string &text) {
+  std::string result = "'";
+  for (const char character : text) {
+    if (character >= ' ' && character <= '~') {
+      result += character;
+    } else {
+      char escaped[8];
+      std::snprintf(escaped, sizeof(escaped), "\\x%02X", static_cast<unsigned char>(character));
+      result += escaped;
+    }
+  }
+  return result + "'";
+}
 
 }  // namespace
 
@@ -28,6 +45,9 @@ std::vector<Region> read_regions(std::istream &file, const std::string &path) {
   std::vector<Region> regions;
   std::string text;
   for (int line = 1; std::getline(file, text); ++line) {
+    if (line == 1 && text.rfind(kByteOrderMark, 0) == 0) {
+      text.erase(0, std::strlen(kByteOrderMark));
+    }
     text.erase(std::min(text.find('#'), text.size()));
     if (text.find_first_not_of(" \t\r") == std::string::npos) {
       continue;
@@ -35,7 +55,7 @@ std::vector<Region> read_regions(std::istream &file, const std::string &path) {
     const auto area = parse_area(text);
     if (!area) {
       throw Failure(path, line_text(line),
-                    "'" + text + "' is not X,Y,WIDTH,HEIGHT, like 100,50,640,480");
+                    quoted(text) + " is not X,Y,WIDTH,HEIGHT, like 100,50,640,480");
     }
     regions.push_back({*area, line});
   }
@@ -43,7 +63,7 @@ std::vector<Region> read_regions(std::istream &file, const std::string &path) {
     throw Failure(path, kOperation, std::strerror(errno));
   }
   if (regions.empty()) {
-    throw Failure(path, kOperation, "there are none");
+    throw Failure(path, kOperation, "the file has no regions");
   }
   return regions;
 }

@@ -1,4 +1,4 @@
-// Areas of a picture, one X,Y,WIDTH,HEIGHT on a line; '#' begins a comment.
+// Areas of a picture, one X,Y,WIDTH,HEIGHT on each line; '#' starts a comment.
 #pragma once
 
 #include <istream>
@@ -11,15 +11,15 @@ namespace tavrine::tool {
 
 struct Region {
   tavrine_area2d_t area;
-  int line;  // in its file, from 1 on
+  int line;  // in its file, counted from 1
 };
 
 // At least one. Throws Failure.
 std::vector<Region> read_regions(const std::string &path);
-// `path` is what a failure names.
+// `path` is the name in failures.
 std::vector<Region> read_regions(std::istream &file, const std::string &path);
 
-// How a failure names a region's place: "line 3".
+// A region's place in failures: "line 3".
 std::string line_text(int line);
 
 }  // namespace tavrine::tool

@@ -12,19 +12,18 @@ namespace {
 
 constexpr char kNotes[] = R"(
 OUT.npy is a NumPy array of the shape (N, channels, HEIGHT, WIDTH), channels in the order of
---color. Values are (byte - mean) / scale; what a region leaves open, or takes from outside the
-picture, is the padding value as it is. u8 keeps whole numbers without the sign: less than 0
-becomes 0, more than 255 keeps its low byte.
+--color. Values are (byte - mean) / scale. Elements that a region does not cover, and those
+outside the picture, get the padding value unchanged. u8 truncates values to integers: below 0
+they become 0, above 255 they keep their low byte.
 
---mean, --scale and --pad are red, green, blue whatever the order of the channels, or one number
-for all. Of three numbers a gray tensor takes the first mean and scale and the middle padding.
+--mean, --scale and --pad are in the order red, green, blue whatever the order of the channels,
+or one number for all. A gray tensor uses the first mean and scale and the middle padding.
 
-The regions file has one X,Y,WIDTH,HEIGHT on a line; # begins a comment. Without it the whole
-picture is the one region.
+The regions file has one X,Y,WIDTH,HEIGHT on each line; # starts a comment. Without it the whole
+picture is the only region.
 
-  --mode fit      keeps the shape of a region: it ends at the right or at the bottom before the
-                  tensor does
-  --mode stretch  fills the tensor
+  --mode fit      keeps the shape of a region and pads at the right or at the bottom
+  --mode stretch  fills the image
 
 Examples:
   tavrine-aux tensor photo.jpg input.npy --size 224x224 --mean 124,116,104 --scale 58,57,57
@@ -51,7 +50,7 @@ int32_t value_of_name(const char *option, const std::string &text, const Name (&
     }
     known += (known.empty() ? "" : ", ") + std::string(name.text);
   }
-  throw UsageError(std::string(option) + ": '" + text + "' is none of " + known);
+  throw UsageError(std::string(option) + ": '" + text + "' is not one of " + known);
 }
 
 std::array<float, 3> triple_of(const char *option, const std::string &text) {
@@ -76,14 +75,16 @@ CLI::App *add_tensor_command(CLI::App &app, Texts &texts, TensorTexts &tensor) {
       {"--color", tensor.color, "rgb|bgr|gray", "Channels, default rgb"},
       {"--type", tensor.type, "f32|u8", "Elements: float or byte, default f32"},
       {"--mean", tensor.mean, "R,G,B", "Subtracted from the bytes, default 0"},
-      {"--scale", tensor.scale, "R,G,B", "What the differences are divided by, default 1"},
-      {"--pad", tensor.padding, "R,G,B", "Elements beside the picture, default 0"},
-      {"--regions", tensor.regions, "FILE", "Areas of the picture, an image of the tensor each"},
+      {"--scale", tensor.scale, "R,G,B", "Divides the differences, default 1"},
+      {"--pad", tensor.padding, "R,G,B", "Value of uncovered elements, default 0"},
+      {"--regions", tensor.regions, "FILE",
+       "Areas of the picture; each becomes an image of the tensor"},
       {"--mode", tensor.mode, "fit|stretch", "How a region fills its image, default fit"},
   };
   CLI::App *command =
-      add_command(app, "tensor", "Write a picture as a network's input, for NumPy", texts);
-  add_in_and_out(command, texts, "IN OUT.npy", "The picture, and the file to write");
+      add_command(app, "tensor", "Write a picture as a network input, for NumPy", texts);
+  add_two_files(command, texts, "IN OUT.npy",
+                "The picture, and the file to write; - for standard input and output");
   command->add_option("--size", tensor.size, "Size of the tensor's images")
       ->option_text("WIDTHxHEIGHT")
       ->required();
@@ -115,12 +116,12 @@ TensorRequest tensor_request(const Texts &texts, const TensorTexts &tensor) {
   request.padding = triple_of("--pad", tensor.padding);
   const auto &scale = request.scale;
   if (std::find(scale.begin(), scale.end(), 0.0F) != scale.end()) {
-    throw UsageError("--scale: values are divided by it, so it cannot be 0");
+    throw UsageError("--scale: values are divided by it, so it must not be 0");
   }
-  const auto is_no_byte = [](float value) { return value < 0 || value > 255; };
+  const auto is_outside_byte = [](float value) { return value < 0 || value > 255; };
   if (request.element_type == TAVRINE_ELEMENT_UINT8 &&
-      std::any_of(request.padding.begin(), request.padding.end(), is_no_byte)) {
-    throw UsageError("--pad: u8 tensors can have 0 to 255");
+      std::any_of(request.padding.begin(), request.padding.end(), is_outside_byte)) {
+    throw UsageError("--pad: the padding of u8 tensors must be 0 to 255");
   }
   return request;
 }
