@@ -24,7 +24,8 @@ struct Tensor {
   std::vector<float> elements;
 
   size_t index(int32_t n, int32_t c, int32_t y, int32_t x) const {
-    return ((static_cast<size_t>(n) * channels + c) * height + y) * width + x;
+    const int64_t row = (int64_t{n} * channels + c) * height + y;
+    return static_cast<size_t>(row * width + x);
   }
   float at(int32_t n, int32_t c, int32_t y, int32_t x) const { return elements[index(n, c, y, x)]; }
 };

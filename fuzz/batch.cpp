@@ -1,5 +1,5 @@
-// Frames and tensors end where their memory ends, so that the sanitizer sees every step beyond,
-// and what lies between the rows of a tensor must stay as it was.
+// Frames and tensors end where their memory ends, so that the sanitizer sees accesses beyond, and
+// the elements between the rows of a tensor must not change.
 #include <array>
 #include <cstring>
 #include <vector>
@@ -20,7 +20,7 @@ constexpr int32_t kElementTypes[] = {TAVRINE_ELEMENT_FLOAT32, TAVRINE_ELEMENT_UI
                                      TAVRINE_ELEMENT_INT8};
 constexpr uint8_t kUntouched = 0x5A;
 
-// One plane whose last row has no padding.
+// One plane; its last row has no padding.
 class ExactFrame {
  public:
   ExactFrame(uint32_t format, int32_t width, int32_t height, int32_t padding, uint8_t first) {
@@ -39,7 +39,7 @@ class ExactFrame {
 
   OwnedFrame take() { return std::move(frame_); }
 
-  bool is_unharmed() const { return bytes_ == before_; }
+  bool is_unchanged() const { return bytes_ == before_; }
 
  private:
   std::vector<uint8_t> bytes_;
@@ -68,8 +68,8 @@ class ExactTensor {
 
   tavrine_tensor_t *get() const { return tensor_.get(); }
 
-  // What belongs to no element of the shape is as it was. The elements are lost.
-  bool is_unharmed_between_rows() {
+  // Whether only elements of the shape were written. Overwrites them.
+  bool is_unchanged_between_rows() {
     const size_t row_bytes = static_cast<size_t>(shape_[3]) * element_size_;
     for (int32_t n = 0; n < shape_[0]; ++n) {
       for (int32_t c = 0; c < shape_[1]; ++c) {
@@ -170,9 +170,9 @@ void batch(const uint8_t *data, size_t size) {
         scale[0], scale[1], scale[2], reinterpret_cast<const float(*)[3]>(paddings.data()),
         workspace.slot(), vertical.data(), horizontal.data());
   }
-  require(host_tensor.is_unharmed_between_rows(), "written between the rows of the tensor");
+  require(host_tensor.is_unchanged_between_rows(), "the tensor was written between its rows");
   for (const ExactFrame &source : sources) {
-    require(source.is_unharmed(), "a source was written to");
+    require(source.is_unchanged(), "a source was written");
   }
 }
 

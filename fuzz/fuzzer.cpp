@@ -1,4 +1,4 @@
-// The door of libFuzzer, for the harness that the build names.
+// libFuzzer's entry point, for the harness that the build names.
 #include "fuzz/harness.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {

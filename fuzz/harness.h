@@ -1,5 +1,5 @@
-// The library's doors to strangers, each with one function that takes any bytes. It aborts when
-// something went wrong that no sanitizer would notice.
+// Entry points for untrusted bytes. Each harness is a function of any bytes, which aborts on faults
+// that a sanitizer does not notice.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace tavrine::fuzz {
 
 using Harness = void(const uint8_t *data, size_t size);
 
-// A picture file, and what an application does with the frame that comes of it.
+// A picture file, and operations on the frame that it becomes.
 Harness picture;
 
 // Command lines, raw frame layouts and regions files of the tool.

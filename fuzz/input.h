@@ -1,4 +1,4 @@
-// Decisions read from a fuzzer's bytes. When they have run out, everything is 0.
+// Values read from a fuzzer's bytes, 0 when there are none left.
 #pragma once
 
 #include <cstddef>
@@ -23,8 +23,10 @@ class Input {
     return data_[index];
   }
 
-  // From `least` to `most`, at most 256 values.
-  int32_t between(int32_t least, int32_t most) { return least + byte() % (most - least + 1); }
+  // From `minimum` to `maximum`, at most 256 values.
+  int32_t between(int32_t minimum, int32_t maximum) {
+    return minimum + byte() % (maximum - minimum + 1);
+  }
 
   bool flag() { return (byte() & 1) != 0; }
 
@@ -38,7 +40,7 @@ class Input {
     return result;
   }
 
-  // Any bits: also infinities and what is not a number.
+  // Any bits: also infinities and NaNs.
   float number() {
     const int32_t bits = integer();
     float result = 0;

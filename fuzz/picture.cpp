@@ -1,5 +1,5 @@
-// All bytes are the picture, so that any file is an input. What is done with it is read from
-// the end backward: bytes behind a picture mean nothing to the decoder.
+// All bytes are the picture, so that any file is an input. The operations are read from the end
+// backwards: the decoder ignores bytes after a picture.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -23,13 +23,12 @@ constexpr uint32_t kFormats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVR
                                  TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_Y16};
 constexpr int32_t kEncodings[] = {TAVRINE_ENCODE_JPEG, TAVRINE_ENCODE_BMP, TAVRINE_ENCODE_PNG};
 
-// A file without a place on the disk.
+// A file in memory.
 class MemoryFile {
  public:
   MemoryFile(const uint8_t *data, size_t size) : descriptor_(memfd_create("picture", 0)) {
-    require(descriptor_ >= 0, "no file could be made");
-    require(write(descriptor_, data, size) == static_cast<ssize_t>(size),
-            "the file is not written");
+    require(descriptor_ >= 0, "cannot make a file");
+    require(write(descriptor_, data, size) == static_cast<ssize_t>(size), "cannot write the file");
   }
   MemoryFile(const MemoryFile &) = delete;
   MemoryFile &operator=(const MemoryFile &) = delete;
@@ -42,14 +41,14 @@ class MemoryFile {
 };
 
 OwnedFrame load(const uint8_t *data, size_t size) {
-  // Its end is the allocation's, where the sanitizer sees what reads beyond.
+  // A copy of exactly this size, so that the sanitizer sees reads beyond its end.
   const std::unique_ptr<uint8_t[]> copy(new uint8_t[size]);
   std::memcpy(copy.get(), data, size);
   return OwnedFrame(tavrine_frame_load_from_memory(copy.get(), static_cast<int32_t>(size)));
 }
 
 void compare(const tavrine_frame_t *a, const tavrine_frame_t *b) {
-  require((a == nullptr) == (b == nullptr), "a file and the same bytes differ in being a picture");
+  require((a == nullptr) == (b == nullptr), "only one of a file and the same bytes is a picture");
   if (a == nullptr) {
     return;
   }
@@ -60,7 +59,7 @@ void compare(const tavrine_frame_t *a, const tavrine_frame_t *b) {
           "a file and the same bytes differ in pixels");
 }
 
-// What comes is never without size or pixels, and all of these can be read.
+// A loaded frame has a size and pixels, and all of them can be read.
 void check(const tavrine_frame_t *frame) {
   require(frame->width > 0 && frame->height > 0, "a frame without size");
   require(frame->plane_count > 0 && frame->planes[0] != nullptr, "a frame without pixels");
@@ -68,18 +67,18 @@ void check(const tavrine_frame_t *frame) {
   const auto *bytes = static_cast<const uint8_t *>(frame->planes[0]);
   const size_t count = static_cast<size_t>(frame->height) * static_cast<size_t>(frame->strides[0]);
   const std::vector<uint8_t> read(bytes, bytes + count);
-  require(read.size() == count, "a picture that cannot be read");
+  require(read.size() == count, "pixels cannot be read");
 }
 
 tavrine_area2d_t area_from(Input &input) {
   const tavrine_area2d_t area = {input.coordinate(), input.coordinate(), input.coordinate(),
                                  input.coordinate()};
-  // An enlargement by surroundings costs memory and time and shows nothing more.
+  // Large areas take time and memory without more coverage.
   const bool is_large = area.width > 1024 || area.height > 1024;
   return is_large ? tavrine_area2d_t{area.x, area.y, 64, 64} : area;
 }
 
-// Any number, but no enlargement that only takes memory and time.
+// Any number, but no large ratio that only takes time and memory.
 float ratio_from(Input &input) {
   const float ratio = input.flag() ? input.number() : static_cast<float>(input.byte()) / 100;
   return ratio > 4 && ratio < 1e6F ? 4 : ratio;
@@ -131,11 +130,11 @@ void operate(Input &input, OwnedFrame &frame) {
   }
 }
 
-// Encoding and warping take time, which a small part shows as much in.
+// Encoding and warping are slow, and a small part gives the same coverage.
 void shrink(OwnedFrame &frame) {
-  constexpr int32_t kLongest = 160;
-  const tavrine_area2d_t area = {0, 0, std::min(frame->width, kLongest),
-                                 std::min(frame->height, kLongest)};
+  constexpr int32_t kMaxSide = 160;
+  const tavrine_area2d_t area = {0, 0, std::min(frame->width, kMaxSide),
+                                 std::min(frame->height, kMaxSide)};
   if (area.width < frame->width || area.height < frame->height) {
     OwnedFrame part;
     tavrine_frame_crop(frame.get(), part.slot(), area);
@@ -153,9 +152,9 @@ void encode(Input &input, const OwnedFrame &frame) {
   const OwnedFrame back =
       load(static_cast<const uint8_t *>(tavrine_buffer_raw_pointer(buffer.get())),
            tavrine_buffer_size(buffer.get()));
-  require(static_cast<bool>(back), "what was encoded cannot be loaded");
+  require(static_cast<bool>(back), "an encoded picture cannot be loaded");
   require(back->width == frame->width && back->height == frame->height,
-          "what was encoded has another size");
+          "an encoded picture has another size");
 }
 
 }  // namespace

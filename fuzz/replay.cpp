@@ -1,6 +1,6 @@
-// Runs a harness over the inputs that were kept, without a fuzzer:
+// Runs a harness on the kept inputs, without a fuzzer:
 //   fuzz_replay HARNESS FOLDER
-// takes FOLDER/corpus/HARNESS, which must hold inputs, and FOLDER/findings/HARNESS.
+// reads FOLDER/corpus/HARNESS, which must not be empty, and FOLDER/findings/HARNESS.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -28,7 +28,7 @@ std::vector<fs::path> files_in(const fs::path &folder) {
 }
 
 void run(tavrine::fuzz::Harness *harness, const fs::path &path) {
-  // Named before it runs, since it may be the last.
+  // Printed before the run, which may not return.
   std::fprintf(stderr, "%s\n", path.filename().c_str());
   std::ifstream file(path, std::ios::binary);
   const std::vector<char> bytes{std::istreambuf_iterator<char>(file),
@@ -57,7 +57,7 @@ int main(int argc, char **argv) {
   const std::vector<fs::path> corpus = files_in(folder / "corpus" / name);
   const std::vector<fs::path> findings = files_in(folder / "findings" / name);
   if (corpus.empty()) {
-    std::fprintf(stderr, "%s holds no inputs\n", (folder / "corpus" / name).c_str());
+    std::fprintf(stderr, "%s has no inputs\n", (folder / "corpus" / name).c_str());
     return 1;
   }
   for (const auto &files : {corpus, findings}) {

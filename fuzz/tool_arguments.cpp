@@ -1,4 +1,4 @@
-// The first byte tells what the text is: a command line with an argument on each line, a
+// The first byte selects what the text is: a command line with one argument on each line, a
 // regions file, or the layout of raw frames.
 #include <sstream>
 #include <string>
@@ -13,7 +13,7 @@
 namespace tavrine::fuzz {
 namespace {
 
-// Nothing is done, but what is wrong with an operation can be told for any picture.
+// Runs nothing, but asks every operation why it would fail.
 void explain(const tool::ConvertRequest &request) {
   tavrine_frame_t frame{};
   frame.pixel_format = TAVRINE_FORMAT_NV12;
@@ -52,7 +52,7 @@ void tool_arguments(const uint8_t *data, size_t size) {
     return;
   }
   const std::string text(reinterpret_cast<const char *>(data) + 1, size - 1);
-  // These two are what the tool tells its user; everything else is a fault.
+  // These two are reported to the user; any other exception is a fault.
   try {
     switch (data[0]) {
       case 'r': {

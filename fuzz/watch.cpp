@@ -23,11 +23,11 @@ Watch::~Watch() {
   tavrine_devkit_clear_failures();
   tavrine_devkit_mpp_clear_orders();
   const tavrine_devkit_objects_t alive = tavrine_devkit_live_objects();
-  require(alive.frames == 0, "frames are left");
-  require(alive.buffers == 0, "buffers are left");
-  require(alive.tensors == 0, "tensors are left");
-  require(alive.storage_blocks == 0, "memory of frames or tensors is left");
-  require(tavrine_devkit_live_mmz().blocks == 0, "media memory is left");
+  require(alive.frames == 0, "leaked frames");
+  require(alive.buffers == 0, "leaked buffers");
+  require(alive.tensors == 0, "leaked tensors");
+  require(alive.storage_blocks == 0, "leaked memory of frames or tensors");
+  require(tavrine_devkit_live_mmz().blocks == 0, "leaked media memory");
 }
 
 void Watch::order_failures(Input &input) {

@@ -1,4 +1,4 @@
-// Around one input: a quiet log, failures on order, and nothing left behind.
+// Around one input: silences the log, injects failures, and checks for leaks.
 #pragma once
 
 #include "fuzz/input.h"
@@ -10,14 +10,14 @@ class Watch {
   Watch();
   Watch(const Watch &) = delete;
   Watch &operator=(const Watch &) = delete;
-  // Aborts when objects of the core or media memory are still alive.
+  // Aborts if objects of the core or media memory are still alive.
   ~Watch();
 
-  // Perhaps makes a call of the core or of the media platform fail.
+  // Makes a call of the core or of the media platform fail, if the input says so.
   static void order_failures(Input &input);
 };
 
-// Ends the process with a message unless `holds`.
+// Aborts with a message unless `holds`.
 void require(bool holds, const char *what);
 
 }  // namespace tavrine::fuzz

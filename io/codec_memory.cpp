@@ -11,7 +11,7 @@ thread_local CodecMemory *current = nullptr;
 
 }  // namespace
 
-// Stands before the bytes.
+// Precedes the bytes that the codec sees.
 struct alignas(std::max_align_t) CodecMemory::Block {
   Block *previous;
   Block *next;

@@ -1,5 +1,6 @@
 #include "io/decoder.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <optional>
@@ -14,52 +15,51 @@ namespace {
 constexpr stbi_io_callbacks kCallbacks = {PictureSource::on_read, PictureSource::on_skip,
                                           PictureSource::on_end};
 
-constexpr int64_t kLongestSide = int64_t{1} << 24;  // the decoder's
+constexpr int64_t kMaxSide = int64_t{1} << 24;  // the decoder's
 
-// A few bytes can announce a picture that no memory holds. Fuzzers find no more in large ones,
-// only later.
+// A few bytes can announce a picture that does not fit into memory. Fuzz builds use a smaller
+// limit: large pictures add time, not coverage.
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
-constexpr int64_t kMostPixelBytes = int64_t{1} << 22;
-constexpr uint64_t kSmallestBudget = uint64_t{1} << 23;
+constexpr int64_t kMaxPixelBytes = int64_t{1} << 22;
+constexpr uint64_t kMinBudget = uint64_t{1} << 23;
 #else
-constexpr int64_t kMostPixelBytes = kMostDecodedBytes;
-constexpr uint64_t kSmallestBudget = uint64_t{1} << 26;
+constexpr int64_t kMaxPixelBytes = kMaxDecodedBytes;
+constexpr uint64_t kMinBudget = uint64_t{1} << 26;
 #endif
 
-// Whatever a picture is compressed with, its decoder works with a small multiple of its pixels:
-// the most for interlaced 16-bit rows, whose blocks double while they grow. A stream that
-// expands to more than that is no picture.
+// Every decoder needs at most a small multiple of the pixels' bytes; interlaced 16-bit PNG needs
+// the most, since its buffers double while they grow. A stream that expands beyond that is
+// refused.
 size_t budget_for(int64_t pixel_bytes) {
-  constexpr uint64_t kMostTimesPixels = 16;
-  const uint64_t budget = kSmallestBudget + kMostTimesPixels * static_cast<uint64_t>(pixel_bytes);
-  constexpr auto kMost = static_cast<uint64_t>(std::numeric_limits<size_t>::max());
-  return static_cast<size_t>(budget < kMost ? budget : kMost);
+  constexpr uint64_t kMaxTimesPixels = 16;
+  const uint64_t budget = kMinBudget + kMaxTimesPixels * static_cast<uint64_t>(pixel_bytes);
+  constexpr auto kMax = static_cast<uint64_t>(std::numeric_limits<size_t>::max());
+  return static_cast<size_t>(std::min(budget, kMax));
 }
 
-// The bytes of the pixels, as the header tells; nothing when it tells no size, or one that no
-// picture has.
+// How many bytes the pixels have according to the header; empty if it has no valid size.
 std::optional<int64_t> announced_bytes(PictureSource &source) {
-  const CodecMemory memory(kSmallestBudget);
+  const CodecMemory memory(kMinBudget);
   int width = 0;
   int height = 0;
   int channels = 0;
   if (stbi_info_from_callbacks(&kCallbacks, &source, &width, &height, &channels) == 0) {
     return std::nullopt;
   }
-  // A negative height is that of rows from the top down.
+  // A negative height means that rows are stored from top to bottom.
   const int64_t rows = std::abs(int64_t{height});
-  if (width <= 0 || rows == 0 || width > kLongestSide || rows > kLongestSide) {
+  if (width <= 0 || rows == 0 || width > kMaxSide || rows > kMaxSide) {
     return std::nullopt;
   }
   return width * rows * channels;
 }
 
 Picture run_decoder(PictureSource &source) {
-  if (!source.begin()) {
+  if (!source.rewind()) {
     return {};
   }
   const std::optional<int64_t> pixel_bytes = announced_bytes(source);
-  if (!pixel_bytes || *pixel_bytes > kMostPixelBytes || !source.begin()) {
+  if (!pixel_bytes || *pixel_bytes > kMaxPixelBytes || !source.rewind()) {
     return {};
   }
   CodecMemory memory(budget_for(*pixel_bytes));
@@ -82,16 +82,16 @@ struct FreeBytes {
   void operator()(uint8_t *bytes) const { std::free(bytes); }
 };
 
-// What a pipe delivers, since the decoder begins twice.
+// Reads all of a pipe first, since decoding needs two passes.
 Picture decode_stream(FILE *file) {
-  constexpr size_t kMostBytes = std::numeric_limits<int32_t>::max();
+  constexpr size_t kMaxBytes = std::numeric_limits<int32_t>::max();
   std::unique_ptr<uint8_t, FreeBytes> bytes;
   size_t capacity = 0;
   size_t length = 0;
   for (size_t got = 1; got > 0; length += got) {
     if (length == capacity) {
       capacity = capacity == 0 ? size_t{1} << 16 : 2 * capacity;
-      auto *grown = capacity <= kMostBytes
+      auto *grown = capacity <= kMaxBytes
                         ? static_cast<uint8_t *>(std::realloc(bytes.get(), capacity))
                         : nullptr;
       if (grown == nullptr) {

@@ -1,4 +1,4 @@
-// The bytes of picture files to pixels.
+// Decodes picture files to pixels.
 #pragma once
 
 #include <cstdint>
@@ -11,19 +11,18 @@ struct FreePixels {
   void operator()(uint8_t *pixels) const;
 };
 
-// Rows without padding, `channels` bytes a pixel, as many as the file stores.
+// Rows without padding; `channels` bytes per pixel, as many as the file stores.
 struct Picture {
-  std::unique_ptr<uint8_t, FreePixels> pixels;  // null: no picture
+  std::unique_ptr<uint8_t, FreePixels> pixels;  // null: not a picture
   int width = 0;
   int height = 0;
   int channels = 0;
 };
 
-// A picture of more bytes than this is refused before memory is asked for.
-constexpr int64_t kMostDecodedBytes = int64_t{1} << 29;
+// A picture with more bytes than this is refused before memory is allocated.
+constexpr int64_t kMaxDecodedBytes = int64_t{1} << 29;
 
-// A file that ends before its picture does is no picture, whatever its kind: uncompressed
-// pixels that are missing would otherwise pass for black.
+// A truncated file is refused, whatever its kind: missing pixels would otherwise be black.
 Picture decode_file(FILE *file);
 Picture decode_memory(const uint8_t *data, size_t length);
 

@@ -6,7 +6,7 @@
 #include "io/stb.h"
 #include "tavrine_aux.h"
 
-// The encoder defines this for its users but does not declare it.
+// The encoder defines this function for other programs but does not declare it.
 extern "C" unsigned char *stbi_write_png_to_mem(const unsigned char *pixels, int stride_bytes,
                                                 int x, int y, int n, int *out_len);
 
@@ -15,19 +15,19 @@ namespace {
 
 constexpr int kJpegQuality = 100;
 
-// The encoders count bytes in int and double their buffers.
-constexpr int64_t kMostPixelBytes = int64_t{1} << 29;
-constexpr int32_t kLongestJpegSide = 65535;
+// The encoders count bytes in int and grow their buffers by doubling.
+constexpr int64_t kMaxPixelBytes = int64_t{1} << 29;
+constexpr int32_t kMaxJpegSide = 65535;
 
 bool can_be_encoded(const tavrine_frame_t *frame, int channels, PictureFormat format) {
   if (frame->planes[0] == nullptr || frame->width <= 0 || frame->height <= 0) {
     return false;
   }
   if (format == PictureFormat::kJpeg &&
-      (frame->width > kLongestJpegSide || frame->height > kLongestJpegSide)) {
+      (frame->width > kMaxJpegSide || frame->height > kMaxJpegSide)) {
     return false;
   }
-  return (static_cast<int64_t>(frame->width) * channels + 1) <= kMostPixelBytes / frame->height;
+  return (static_cast<int64_t>(frame->width) * channels + 1) <= kMaxPixelBytes / frame->height;
 }
 
 bool make_tight(OwnedFrame &frame) {
@@ -37,7 +37,7 @@ bool make_tight(OwnedFrame &frame) {
   return static_cast<bool>(frame);
 }
 
-// The encoder does not look at what its callback achieved.
+// The encoder ignores failures of its callback, so they are kept here.
 struct Stream {
   ByteSink &sink;
   bool failed;
@@ -111,7 +111,7 @@ bool encode(const tavrine_frame_t *frame, PictureFormat format, ByteSink &sink) 
   if (!can_be_encoded(frame, channels, format)) {
     return false;
   }
-  // Its memory follows from the size, which has been limited.
+  // No budget: the encoder's memory depends only on the size, which is limited above.
   const CodecMemory memory(std::numeric_limits<size_t>::max());
   try {
     return run_encoder(frame, channels, format, sink);

@@ -1,4 +1,4 @@
-// Frames to the bytes of picture files.
+// Encodes frames as picture files.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace tavrine {
 
 enum class PictureFormat { kJpeg, kBmp, kPng };
 
-// Where the encoder's output goes, piece by piece.
+// Receives the encoder's output in pieces.
 class ByteSink {
  public:
   virtual bool append(const void *data, size_t size) = 0;
@@ -18,17 +18,17 @@ class ByteSink {
   ~ByteSink() = default;
 };
 
-// A host frame with the pixels of `frame` in tightly packed rows: a reference where that is
-// enough. Returns 0, a failed download's code, or -4.
+// A host frame with the pixels of `frame` in tightly packed rows: a reference if `frame` is one
+// already. Returns TAVRINE_OK, a failed download's code, or TAVRINE_FAILURE.
 int32_t take_host_copy(const tavrine_frame_t *frame, OwnedFrame &copy);
 
 // Only a GREY frame saved as PNG keeps its one channel; everything else becomes RGB24.
 bool keeps_grey(const tavrine_frame_t *frame, PictureFormat format);
 
-// Turns a host copy into what the encoder of `format` takes. False when it cannot.
+// Converts a host copy to the pixel format that the encoder of `format` needs. False on failure.
 bool convert_for(PictureFormat format, OwnedFrame &copy);
 
-// Writes the file's bytes to `sink`. False when the encoder or the sink failed.
+// Writes the file's bytes to `sink`. False if the encoder or the sink failed.
 bool encode(const tavrine_frame_t *frame, PictureFormat format, ByteSink &sink);
 
 }  // namespace tavrine

@@ -1,4 +1,4 @@
-// Pictures to frames. One- and three-channel pictures are never copied after decoding: the
+// Loads pictures as frames. One- and three-channel pictures are not copied after decoding: the
 // frame owns the decoder's array.
 #include <cstdio>
 #include <memory>
@@ -35,9 +35,9 @@ tavrine_frame_t *copy_without_alpha(const Picture &picture, uint32_t format) {
   const int kept = picture.channels - 1;
   const uint8_t *in = picture.pixels.get();
   const ptrdiff_t row_bytes = static_cast<ptrdiff_t>(picture.width) * kept;
-  const ptrdiff_t step = frame->strides[0] != 0 ? frame->strides[0] : row_bytes;
+  const ptrdiff_t stride = frame->strides[0] != 0 ? frame->strides[0] : row_bytes;
   for (ptrdiff_t y = 0; y < picture.height; ++y) {
-    uint8_t *out = static_cast<uint8_t *>(frame->planes[0]) + y * step;
+    uint8_t *out = static_cast<uint8_t *>(frame->planes[0]) + y * stride;
     for (int x = 0; x < picture.width; ++x, in += picture.channels) {
       for (int channel = 0; channel < kept; ++channel) {
         *out++ = in[channel];
@@ -47,7 +47,7 @@ tavrine_frame_t *copy_without_alpha(const Picture &picture, uint32_t format) {
   return frame.release();
 }
 
-// `refuse` reports a channel count that no frame can hold.
+// Calls `refuse` for a channel count that no frame format has.
 template <typename Refuse>
 tavrine_frame_t *to_frame(Picture picture, Refuse refuse) {
   if (!picture.pixels) {

@@ -7,9 +7,9 @@
 
 namespace tavrine {
 
-// The decoder first fills a buffer of its own, and again whenever it has used that up; larger
-// blocks it asks for directly. An empty buffer, or a block cut short, means that it needed more
-// than there is.
+// The decoder's first read fills a buffer inside the decoder, which it refills when it is used up.
+// Larger blocks are read directly to their place. An empty refill or a short block means that the
+// decoder needs more bytes than there are.
 int PictureSource::on_read(void *source, char *data, int size) {
   auto *self = static_cast<PictureSource *>(source);
   if (self->buffer_ == nullptr) {

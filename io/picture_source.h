@@ -1,4 +1,4 @@
-// Where the decoder's bytes come from.
+// Supplies the decoder with bytes.
 #pragma once
 
 #include <cstddef>
@@ -9,14 +9,14 @@ namespace tavrine {
 
 class PictureSource {
  public:
-  // Before each run of the decoder.
-  bool begin() {
+  // Call before each run of the decoder.
+  bool rewind() {
     buffer_ = nullptr;
-    return rewind();
+    return seek_to_start();
   }
 
-  // The decoder's callbacks. A read ends its run when there is less than it needs: it then
-  // goes on with zeros, which can take forever, and missing pixels would pass for black.
+  // The decoder's callbacks. They throw CodecStopped when the file ends too early: the decoder
+  // would continue with zeros, which can take very long and makes missing pixels black.
   static int on_read(void *source, char *data, int size);
   static void on_skip(void *source, int distance);
   static int on_end(void *source);
@@ -25,21 +25,21 @@ class PictureSource {
   ~PictureSource() = default;
 
  private:
-  virtual bool rewind() = 0;
+  virtual bool seek_to_start() = 0;
   virtual size_t read(char *data, size_t size) = 0;
   virtual void skip(size_t distance) = 0;
   virtual bool is_at_end() = 0;
 
-  const char *buffer_ = nullptr;  // the decoder's own
+  const char *buffer_ = nullptr;  // the one inside the decoder
 };
 
-// A file that can seek, open at its beginning.
+// A file that supports seeking.
 class FileSource final : public PictureSource {
  public:
   explicit FileSource(FILE *file) : file_(file) {}
 
  private:
-  bool rewind() override { return fseek(file_, 0, SEEK_SET) == 0; }
+  bool seek_to_start() override { return fseek(file_, 0, SEEK_SET) == 0; }
   size_t read(char *data, size_t size) override { return fread(data, 1, size, file_); }
   void skip(size_t distance) override;
   bool is_at_end() override;
@@ -52,7 +52,7 @@ class MemorySource final : public PictureSource {
   MemorySource(const uint8_t *data, size_t length) : data_(data), length_(length) {}
 
  private:
-  bool rewind() override {
+  bool seek_to_start() override {
     position_ = 0;
     return true;
   }

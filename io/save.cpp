@@ -1,4 +1,4 @@
-// Frames to picture files and buffers.
+// Saves frames as picture files and encodes them into buffers.
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -53,7 +53,7 @@ class FileSink final : public ByteSink {
     return fwrite(data, 1, size, file_) == size;
   }
 
-  // What the disk could not take may show only here.
+  // A full disk may be reported only here.
   bool close() {
     FILE *file = std::exchange(file_, nullptr);
     return file == nullptr || fclose(file) == 0;
@@ -63,7 +63,7 @@ class FileSink final : public ByteSink {
   FILE *file_;
 };
 
-// Collects the encoder's crumbs, because a buffer may move its bytes each time it grows.
+// Buffers the encoder's small writes, since a core buffer may move its bytes each time it grows.
 class BufferSink final : public ByteSink {
  public:
   explicit BufferSink(tavrine_buffer_t *buffer) : buffer_(buffer) {}
@@ -138,7 +138,7 @@ int32_t tavrine_frame_save(const tavrine_frame_t *frame, const char *path) {
   if (taken != TAVRINE_OK) {
     return taken;
   }
-  // An existing file is touched only when there is something to write.
+  // Converts first, so that a failure leaves an existing file unchanged.
   if (!convert_for(*format, copy)) {
     return TAVRINE_FAILURE;
   }

@@ -7,7 +7,7 @@
 #define STBIW_REALLOC STBI_REALLOC
 #define STBIW_FREE STBI_FREE
 
-// What the codecs take for impossible, a broken picture may well bring about.
+// Corrupt input can violate the codecs' assertions, so they end the run instead of aborting.
 #define STBI_ASSERT(condition) ((condition) ? static_cast<void>(0) : throw tavrine::CodecStopped())
 #define STBIW_ASSERT STBI_ASSERT
 

@@ -19,7 +19,7 @@ thread_local int32_t allocations_left = 0;
 thread_local size_t largest = 0;
 thread_local int64_t live = 0;
 
-bool must_fail(size_t size) {
+bool should_fail(size_t size) {
   largest = std::max(largest, size);
   return allocations_left > 0 && --allocations_left == 0;
 }
@@ -40,15 +40,15 @@ int64_t live_allocations() { return live; }
 }  // namespace tavrine::test
 
 using tavrine::test::live;
-using tavrine::test::must_fail;
+using tavrine::test::should_fail;
 
-// The libraries take these instead of the system's.
+// The libraries use these instead of the system's functions.
 #pragma GCC visibility push(default)
 
 #if TAVRINE_SANITIZER_HAS_MALLOC
 
 void *operator new(size_t size, const std::nothrow_t &) noexcept {
-  return must_fail(size) ? nullptr : std::malloc(size != 0 ? size : 1);
+  return should_fail(size) ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 void *operator new(size_t size) {
   void *block = operator new(size, std::nothrow);
@@ -66,7 +66,7 @@ void operator delete[](void *block) noexcept { std::free(block); }
 void operator delete(void *block, size_t) noexcept { std::free(block); }
 void operator delete[](void *block, size_t) noexcept { std::free(block); }
 
-// Named by the linker.
+// The names that the linker's --wrap uses.
 extern "C" {
 void *__real_calloc(size_t count, size_t size);
 void *__real_realloc(void *block, size_t size);
@@ -74,29 +74,29 @@ void *__wrap_calloc(size_t count, size_t size);
 void *__wrap_realloc(void *block, size_t size);
 
 void *__wrap_calloc(size_t count, size_t size) {
-  return must_fail(count * size) ? nullptr : __real_calloc(count, size);
+  return should_fail(count * size) ? nullptr : __real_calloc(count, size);
 }
 
 void *__wrap_realloc(void *block, size_t size) {
-  return must_fail(size) ? nullptr : __real_realloc(block, size);
+  return should_fail(size) ? nullptr : __real_realloc(block, size);
 }
 }
 
 #else
 
-// Counts what the C library answers, unless it must not be asked.
-template <typename Ask>
-static void *allocate(size_t size, Ask ask) {
-  if (must_fail(size)) {
+// Counts the C library's allocation, or fails instead of calling it.
+template <typename Allocate>
+static void *allocate(size_t size, Allocate call) {
+  if (should_fail(size)) {
     errno = ENOMEM;
     return nullptr;
   }
-  void *block = ask();
+  void *block = call();
   live += block != nullptr ? 1 : 0;
   return block;
 }
 
-// The C library's own entrances, which a program's malloc goes around.
+// The C library's own functions under the names that a program cannot replace.
 extern "C" {
 void *__libc_malloc(size_t);
 void *__libc_calloc(size_t, size_t);

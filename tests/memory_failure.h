@@ -1,4 +1,4 @@
-// Makes allocations fail, in everything that is linked into the test program.
+// Makes allocations fail on request, in all code that is linked into the test program.
 #pragma once
 
 #include <cstddef>
@@ -6,18 +6,18 @@
 
 namespace tavrine::test {
 
-// Makes the nth allocation of this thread from now on (1: the next, 0: none) fail once. Under a
-// sanitizer, which replaces malloc, only operator new counts, and calls of calloc and realloc from
-// this program's own objects.
+// Makes the nth next allocation of this thread (1: the next, 0: none) fail once. Under a sanitizer
+// that replaces malloc, only operator new and this program's own calls of calloc and realloc
+// count.
 void fail_allocation(int32_t nth);
 
-// Withdraws the order. True when the allocation had failed.
+// Cancels the request. Returns whether an allocation had failed.
 bool clear_failed_allocation();
 
-// The largest single request since the last order.
+// The largest of the counted allocations since the last request.
 size_t largest_allocation();
 
-// Allocations of this thread that it has not released; 0 under a sanitizer.
+// Allocations of this thread that it has not freed; 0 under a sanitizer, which checks that.
 int64_t live_allocations();
 
 }  // namespace tavrine::test

@@ -1,4 +1,4 @@
-// Pictures that announce more than they hold, end early or are broken, and memory that runs out.
+// Pictures that announce too much, are truncated or corrupt, and memory that runs out.
 #include <unistd.h>
 
 #include <cstdio>
@@ -30,7 +30,7 @@ struct NamedFile {
   Bytes bytes;
 };
 
-// A picture of every kind that the decoder knows.
+// Pictures of every kind that the decoder knows.
 std::vector<NamedFile> corpus() {
   std::vector<NamedFile> files;
   const auto folder = std::filesystem::path(TAVRINE_FUZZ_FOLDER) / "corpus/picture";
@@ -52,7 +52,7 @@ Bytes pixels_of(const Picture &picture) {
 }
 
 struct BytesSink final : ByteSink {
-  BytesSink() { bytes.reserve(10000); }  // so that no memory is needed later
+  BytesSink() { bytes.reserve(10000); }  // so that appending allocates nothing
   bool append(const void *data, size_t size) override {
     bytes.append(static_cast<const char *>(data), size);
     return true;
@@ -62,8 +62,8 @@ struct BytesSink final : ByteSink {
 
 class PictureLimits : public LibraryTest {};
 
-TEST_F(PictureLimits, WhatAnnouncesTooMuchIsRefusedBeforeMemoryIsAskedFor) {
-  // 16000 x 16000 each: more than the limit, and still less than what the decoder itself refuses.
+TEST_F(PictureLimits, TooManyAnnouncedPixelsAreRefusedBeforeAllocation) {
+  // 16000 x 16000 each: more than the limit, but less than the decoder itself refuses.
   const Bytes zeros(16, '\0');
   const Bytes bmp = "BM\0\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0"s;
   const NamedFile files[] = {
@@ -71,7 +71,7 @@ TEST_F(PictureLimits, WhatAnnouncesTooMuchIsRefusedBeforeMemoryIsAskedFor) {
        "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\x3e\x80\0\0\x3e\x80\x08\2\0\0\0\0\0\0\0"
        "\0\0\0\1IDAT\0\0\0\0\0\0\0\0\0IEND\0\0\0\0"s},
       {"bmp", bmp + "\x80\x3e\0\0\x80\x3e\0\0\1\0\x18\0"s + zeros + zeros},
-      {"bmp from the top down", bmp + "\x80\x3e\0\0\x80\xc1\xff\xff\1\0\x18\0"s + zeros + zeros},
+      {"bmp from top to bottom", bmp + "\x80\x3e\0\0\x80\xc1\xff\xff\1\0\x18\0"s + zeros + zeros},
       {"gif", "GIF89a\x80\x3e\x80\x3e" + zeros},
       {"psd", "8BPS\0\1\0\0\0\0\0\0\0\3\0\0\x3e\x80\0\0\x3e\x80\0\x08\0\3"s + zeros},
       {"ppm", "P6 16000 16000 255\n" + zeros},
@@ -87,13 +87,13 @@ TEST_F(PictureLimits, WhatAnnouncesTooMuchIsRefusedBeforeMemoryIsAskedFor) {
   }
 }
 
-TEST_F(PictureLimits, SeventeenMegapixelsAreNotTooMuch) {
+TEST_F(PictureLimits, SeventeenMegapixelsAreAccepted) {
   const Picture picture = decode("P6 4864 3584 255\n" + Bytes(size_t{4864} * 3584 * 3, 9));
   ASSERT_TRUE(picture.pixels);
   EXPECT_EQ(picture.width, 4864);
 }
 
-// Bits as deflate packs them.
+// Packs bits in the order of deflate.
 class BitWriter {
  public:
   void put(uint32_t value, int count) {
@@ -101,7 +101,9 @@ class BitWriter {
       if (used_ % 8 == 0) {
         bytes_.push_back(0);
       }
-      bytes_.back() = static_cast<char>(bytes_.back() | ((value >> i & 1) << used_ % 8));
+      if ((value >> i & 1) != 0) {
+        bytes_.back() = static_cast<char>(bytes_.back() | 1 << used_ % 8);
+      }
     }
   }
   const Bytes &bytes() const { return bytes_; }
@@ -111,7 +113,7 @@ class BitWriter {
   int used_ = 0;
 };
 
-TEST_F(PictureLimits, AStreamThatExpandsBeyondItsPictureIsRefused) {
+TEST_F(PictureLimits, StreamsThatExpandBeyondTheirPictureAreRefused) {
   constexpr int kRunLength = 258;
   constexpr int kExpanded = 100 << 20;
   BitWriter packed;
@@ -131,11 +133,11 @@ TEST_F(PictureLimits, AStreamThatExpandsBeyondItsPictureIsRefused) {
   file += "IDAT" + packed.bytes() + "\0\0\0\0\0\0\0\0IEND\0\0\0\0"s;
   fail_allocation(0);
   EXPECT_FALSE(decode(file).pixels);
-  EXPECT_GT(largest_allocation(), size_t{1} << 20);  // it did expand
+  EXPECT_GT(largest_allocation(), size_t{1} << 20);  // the stream did expand
   EXPECT_LT(largest_allocation(), size_t{1} << 26);
 }
 
-TEST_F(PictureLimits, NoMemoryIsNoPicture) {
+TEST_F(PictureLimits, ExhaustedMemoryIsNoPicture) {
   for (const auto &[name, bytes] : corpus()) {
     const Bytes expected = pixels_of(decode(bytes));
     ASSERT_FALSE(expected.empty()) << name;
@@ -150,7 +152,7 @@ TEST_F(PictureLimits, NoMemoryIsNoPicture) {
   }
 }
 
-TEST_F(PictureLimits, NoMemoryIsAFailedEncoder) {
+TEST_F(PictureLimits, ExhaustedMemoryFailsTheEncoder) {
   OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 9, 7);
   fill_random(frame.get(), random_);
   for (const PictureFormat format :
@@ -170,17 +172,17 @@ TEST_F(PictureLimits, NoMemoryIsAFailedEncoder) {
   }
 }
 
-TEST_F(PictureLimits, EveryBeginningOfAFileIsReadToItsEnd) {
+TEST_F(PictureLimits, TruncatedFilesAreRefusedAtEveryLength) {
   for (const auto &[name, bytes] : corpus()) {
     for (size_t size = 0; size < bytes.size() / 2; size += 3) {
       EXPECT_FALSE(decode(bytes.substr(0, size)).pixels) << name << " cut to " << size;
     }
   }
-  // More than its buffer holds, the decoder asks for at once.
+  // The decoder reads more than its buffer holds in one block.
   EXPECT_FALSE(decode("P6 40 30 255\n" + Bytes(40 * 30 * 3 - 1, '\7')).pixels);
 }
 
-TEST_F(PictureLimits, APipeIsAFile) {
+TEST_F(PictureLimits, PipesAreFiles) {
   for (const auto &[name, bytes] : corpus()) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
@@ -193,15 +195,15 @@ TEST_F(PictureLimits, APipeIsAFile) {
   }
 }
 
-TEST_F(PictureLimits, WhatFuzzersFound) {
+TEST_F(PictureLimits, FindingsOfFuzzers) {
   EXPECT_EQ(pixels_of(decode(finding("bmp-short-palette"))), Bytes(6, '\0'));
   const Bytes file = finding("jpeg-too-many-codes");
   ASSERT_FALSE(file.empty());
   EXPECT_FALSE(decode(file).pixels);
 }
 
-// The camera makes 0 of a negative float; other machines would keep its low bits.
-TEST_F(PictureLimits, ColoursBelowZeroBehindAlphaAreZero) {
+// The camera converts a negative float to 0; other machines would keep its low bits.
+TEST_F(PictureLimits, PsdColoursBelowZeroAreZero) {
   const Picture picture = decode("8BPS\0\1\0\0\0\0\0\0\0\4\0\0\0\1\0\0\0\1\0\x08\0\3"s +
                                  Bytes(14, '\0') + "\x0a\x7f\xc8\x80");
   EXPECT_EQ(pixels_of(picture), "\0\0\x91\x80"s);

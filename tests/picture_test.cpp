@@ -75,7 +75,7 @@ TEST_F(Pictures, ChannelsBecomeFormats) {
   }
 }
 
-TEST_F(Pictures, ATruncatedFileIsNullWhateverItsKind) {
+TEST_F(Pictures, TruncatedFilesAreNullWhateverTheirKind) {
   OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
   fill_random(frame.get(), random_);
   for (const char *name : {"a.png", "a.bmp", "a.jpg"}) {
@@ -90,7 +90,7 @@ TEST_F(Pictures, ATruncatedFileIsNullWhateverItsKind) {
   }
 }
 
-TEST_F(Pictures, WhatIsNoPictureIsNull) {
+TEST_F(Pictures, BytesThatAreNotAPictureAreNull) {
   EXPECT_FALSE(decode({1, 2, 3, 4}));
   EXPECT_EQ(tavrine_frame_load_from_memory(nullptr, 10), nullptr);
   EXPECT_EQ(tavrine_frame_load(path("missing.png").c_str()), nullptr);
@@ -101,7 +101,7 @@ TEST_F(Pictures, WhatIsNoPictureIsNull) {
             (std::vector<LogRecord>{{4, "aux", 257, "Load frame but no file name specified!\n"}}));
 }
 
-TEST_F(Pictures, EveryFormatAndMemorySavesByExtension) {
+TEST_F(Pictures, EveryFormatAndMemoryIsSavedByExtension) {
   for (const uint32_t format : {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24,
                                 TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12}) {
     const PaddedFrame padded = make_padded_frame(format, 18, 14, random_);
@@ -176,7 +176,7 @@ TEST_F(Pictures, RefusalsInTheirOrder) {
   EXPECT_EQ(tavrine_frame_save(nullptr, path("a.png").c_str()), -1);
   EXPECT_EQ(tavrine_frame_save(frame.get(), path("none/a.png").c_str()), -4);
 
-  // What cannot be converted leaves an existing file alone.
+  // A failed conversion leaves an existing file unchanged.
   ASSERT_EQ(tavrine_frame_save(frame.get(), path("keep.png").c_str()), 0);
   const std::vector<uint8_t> kept = read_file(path("keep.png"));
   const OwnedFrame four_bytes = make_frame(TAVRINE_FORMAT_BGRA, 4, 4);
@@ -199,7 +199,7 @@ TEST_F(Pictures, RefusalsInTheirOrder) {
                 format, format, {4, "aux", 480, "Invalid input frame!\n"}, host, host}));
 }
 
-TEST_F(Pictures, AJpegHasNoRoomForLongerSides) {
+TEST_F(Pictures, AJpegHasAtMost65535Columns) {
   const OwnedBuffer buffer(tavrine_buffer_alloc(0, TAVRINE_MEMORY_HOST));
   for (const bool is_tall : {false, true}) {
     for (const int32_t side : {65535, 65536}) {
@@ -213,14 +213,14 @@ TEST_F(Pictures, AJpegHasNoRoomForLongerSides) {
   EXPECT_EQ(take_log().size(), 2U);
 }
 
-// A device that cannot take all bytes: the failure must not pass for a saved picture.
+// /dev/full fails when bytes reach it.
 TEST_F(Pictures, AFullDiskIsAFailure) {
   if (!std::filesystem::exists("/dev/full")) {
     GTEST_SKIP();
   }
   for (const char *name : {"a.png", "a.bmp", "a.jpg"}) {
     std::filesystem::create_symlink("/dev/full", path(name));
-    // The smaller one reaches the disk only when its file is closed.
+    // The smaller picture reaches the disk only when its file is closed.
     for (const int side : {64, 2}) {
       OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, side, side);
       fill_random(frame.get(), random_);

@@ -5,7 +5,7 @@
 namespace tavrine::test {
 namespace {
 
-// Into an empty slot, and at times into the frame that is then there.
+// Into an empty slot, and sometimes again into the frame that it then holds.
 template <typename Operation>
 void into_slot(RandomSource &source, Digest &digest, const tavrine_frame_t *in,
                Operation operation) {
@@ -15,7 +15,7 @@ void into_slot(RandomSource &source, Digest &digest, const tavrine_frame_t *in,
     digest.add(out.get());
   };
   fill();
-  // A conversion may have answered with the source's own pixels.
+  // A conversion may return a reference to the source's pixels.
   if (source.chance(source.variety().repeated) && out && out->planes[0] != in->planes[0]) {
     fill();
   }
@@ -50,7 +50,7 @@ void rotate(RandomSource &source, Digest &digest) {
 }
 
 void crop(RandomSource &source, Digest &digest) {
-  // Formats of four bytes leave what lies outside undefined.
+  // Four-byte formats and Y16 leave pixels outside the source undefined.
   const uint32_t formats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_BGR24, TAVRINE_FORMAT_NV12,
                               TAVRINE_FORMAT_YU12};
   const SharedFrame in = source.input(source.one_of(formats));
@@ -73,7 +73,7 @@ void cvt_color(RandomSource &source, Digest &digest) {
             [=](auto *from, auto **out) { return tavrine_frame_cvt_color(from, out, format); });
 }
 
-// The first numbers of the matrix vary.
+// Varies the first kNumbers elements of the matrix.
 template <auto kOperation, int kNumbers>
 void warp(RandomSource &source, Digest &digest) {
   const uint32_t format = source.one_of(kEightBitFormats);
@@ -94,7 +94,7 @@ OwnedTensor make_tensor(RandomSource &source, int items, int32_t &elements) {
   OwnedTensor tensor(tavrine_tensor_alloc(source.tensor_memory(), source.one_of(types), shape));
   elements = items * 3 * shape[2] * shape[3];
   const size_t bytes = tensor->element_type == TAVRINE_ELEMENT_UINT8 ? 1 : 4;
-  std::memset(tavrine_tensor_raw_pointer(tensor.get()), 0, elements * bytes);
+  std::memset(tavrine_tensor_raw_pointer(tensor.get()), 0, static_cast<size_t>(elements) * bytes);
   return tensor;
 }
 
@@ -171,7 +171,7 @@ void find_transform(RandomSource &source, Digest &digest) {
   }
 }
 
-// Through a picture file in memory and back.
+// Encodes a picture in memory and loads it again.
 void encode_and_load(RandomSource &source, Digest &digest) {
   const uint32_t formats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_NV21};
   const SharedFrame in = source.input(source.one_of(formats));
@@ -214,7 +214,7 @@ const std::vector<RandomOperation> &random_operations() {
   return operations;
 }
 
-uint64_t answer_of(const RandomOperation &operation, uint32_t seed, const Variety &variety) {
+uint64_t digest_of_call(const RandomOperation &operation, uint32_t seed, const Variety &variety) {
   RandomSource source(seed, variety);
   Digest digest;
   source.begin_call();

@@ -1,5 +1,5 @@
-// Random calls of the public operations. The same seed makes the same calls with the same
-// answers on every machine, in every order and from every thread.
+// Random calls of the public operations. A seed makes the same calls with the same results on
+// every machine, in every order and from every thread.
 #pragma once
 
 #include <map>
@@ -9,14 +9,14 @@
 
 namespace tavrine::test {
 
-// What calls answered, as FNV-1a.
+// FNV-1a of the results of calls.
 class Digest {
  public:
   void add(const void *data, size_t size);
   void add(int32_t value) { add(&value, sizeof(value)); }
-  // Which NaN it is belongs to the machine, and so does the sign of it.
+  // All NaNs are equal: their bits depend on the machine.
   void add(float value);
-  // Null frames count as nothing.
+  // A null frame adds nothing.
   void add(const tavrine_frame_t *frame);
 
   uint64_t value() const { return value_; }
@@ -29,31 +29,32 @@ using SharedFrame = std::shared_ptr<tavrine_frame_t>;
 // By memory type and format.
 using SharedFrames = std::map<std::pair<int32_t, uint32_t>, SharedFrame>;
 
-// How many percent go beyond small tight host frames of even size that belong to one call.
+// The base case is small tight host frames of even size, made for one call. Each number is the
+// percentage of cases that differ in this way.
 struct Variety {
   int device = 0;    // calls on device memory
   int engine = 0;    // of these, calls that the image engine can take
   int any_size = 0;  // frames whose size may be odd
   int padded = 0;    // frames inside a larger one
-  int repeated = 0;  // destinations that are filled a second time
+  int repeated = 0;  // destinations that are filled twice
   int failing = 0;   // calls in which the core or the platform fails
   int shared = 0;    // sources taken from `frames`
   SharedFrames frames;
-  std::string folder;  // for the operations with files
+  std::string folder;  // for operations on files
 };
 
-// Only the generator's own numbers are the same everywhere, so everything is made from these.
+// All random values come from the generator itself: standard distributions differ by library.
 class RandomSource {
  public:
   explicit RandomSource(uint32_t seed, const Variety &variety) : random_(seed), variety_(variety) {}
 
-  // Settles what a call's frames have in common.
+  // Chooses what a call's frames have in common.
   void begin_call();
 
-  int between(int least, int most) {
-    return least + static_cast<int>(random_() % static_cast<uint32_t>(most - least + 1));
+  int between(int minimum, int maximum) {
+    return minimum + static_cast<int>(random_() % static_cast<uint32_t>(maximum - minimum + 1));
   }
-  // What never happens takes no number from the generator.
+  // 0 percent takes no number from the generator.
   bool chance(int percent) { return percent > 0 && between(1, 100) <= percent; }
   float real(float magnitude) {
     return (static_cast<float>(between(0, 20000)) - 10000) * magnitude / 10000;
@@ -69,27 +70,27 @@ class RandomSource {
   bool is_for_engine() const { return is_for_engine_; }
   const Variety &variety() const { return variety_; }
 
-  // A frame to write, and one to read, which others may be reading too.
+  // A frame to write, and one to read, which other threads may be reading.
   OwnedFrame frame(uint32_t format);
   SharedFrame input(uint32_t format);
 
-  // Carries the operation out, and has something fail under it now and then.
+  // Runs the operation, sometimes with an injected failure.
   template <typename Operation>
   int32_t attempt(Operation operation) {
     const bool is_failing = chance(variety_.failing);
     if (is_failing) {
-      order_failure();
+      inject_failure();
     }
     const int32_t status = operation();
     if (is_failing) {
-      withdraw_failures();
+      clear_failures();
     }
     return status;
   }
 
  private:
-  void order_failure();
-  static void withdraw_failures();
+  void inject_failure();
+  static void clear_failures();
 
   Random random_;
   const Variety &variety_;
@@ -100,17 +101,17 @@ class RandomSource {
 
 struct RandomOperation {
   const char *name;
-  int calls;  // how many make a good sample
+  int calls;  // in a sample
   void (*call)(RandomSource &source, Digest &digest);
 };
 
-// Every operation but those with files.
+// All operations except those on files.
 const std::vector<RandomOperation> &random_operations();
 
-// Files, damaged ones too, the library's texts, and arguments that every operation refuses.
+// Files, also damaged ones, the library's texts, and arguments that are refused.
 const std::vector<RandomOperation> &random_file_and_error_operations();
 
-// The folder that they need.
+// A folder for them.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -124,7 +125,7 @@ class TemporaryFolder {
   std::string path_;
 };
 
-// One call and its answer.
-uint64_t answer_of(const RandomOperation &operation, uint32_t seed, const Variety &variety);
+// Makes one call and returns the digest of its results.
+uint64_t digest_of_call(const RandomOperation &operation, uint32_t seed, const Variety &variety);
 
 }  // namespace tavrine::test

@@ -1,4 +1,4 @@
-// Beyond what is the same everywhere: files, damage, and calls that must be refused.
+// Calls whose results may depend on the machine: files, damaged files, and refused calls.
 #include <unistd.h>
 
 #include <atomic>
@@ -17,7 +17,7 @@ constexpr uint32_t kAllFormats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, T
                                     TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_NV12,
                                     TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12,  TAVRINE_FORMAT_Y16};
 
-// In the folder, or in one that is not there.
+// In the folder, or in one that does not exist.
 std::string new_path(RandomSource &source) {
   static std::atomic<int> next{0};
   const char *const extensions[] = {".png", ".PNG", ".jpg", ".jpeg", ".bmp", ".gif", ""};
@@ -38,7 +38,7 @@ void save_and_load(RandomSource &source, Digest &digest) {
   digest.add(back.get());
 }
 
-// Cut short, or with other pixels: sizes stay, since a damaged size may ask for gigabytes.
+// Truncated, or with damaged pixels. The header is kept, since a damaged size may need gigabytes.
 void load_damaged(RandomSource &source, Digest &digest) {
   const SharedFrame in = source.input(TAVRINE_FORMAT_RGB24);
   const OwnedBuffer buffer(tavrine_buffer_alloc(1, TAVRINE_MEMORY_HOST));
@@ -52,7 +52,7 @@ void load_damaged(RandomSource &source, Digest &digest) {
     length = source.between(1, length);
   }
   const OwnedFrame back(tavrine_frame_load_from_memory(file, length));
-  // What a damaged file leaves open is not defined.
+  // The pixels of a damaged file are not compared.
   digest.add(back ? back->width : 0);
 }
 
@@ -63,13 +63,13 @@ void texts(RandomSource &, Digest &digest) {
   }
 }
 
-// What a refused call is made with.
+// Arguments of refused calls.
 struct Refused {
   tavrine_frame_t *in;
   tavrine_frame_t *other;  // of another format and memory
   tavrine_frame_t **out;
   tavrine_buffer_t *device_buffer;
-  tavrine_tensor_t *tensor;  // of one image and of a type that cannot be filled
+  tavrine_tensor_t *tensor;  // one image, of a type that cannot be filled
   tavrine_tensor_t *usable;
   const char *folder;
 };
@@ -94,7 +94,7 @@ int32_t fill_batch(tavrine_tensor_t *tensor, int32_t n, tavrine_frame_t *const *
                                                  workspace.slot(), nullptr, nullptr);
 }
 
-// Most null arguments are refused before there is anything to lose: they are tested elsewhere.
+// Null arguments are tested elsewhere.
 using Refusal = int32_t (*)(const Refused &with);
 
 constexpr Refusal kRefusals[] = {

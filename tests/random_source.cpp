@@ -42,7 +42,7 @@ float RandomSource::odd_number() {
 }
 
 OwnedFrame RandomSource::frame(uint32_t format) {
-  // One statement each: the order of a call's arguments is the compiler's choice.
+  // Separate statements: the evaluation order of arguments differs by compiler.
   int width = 2 * between(1, 40);
   int height = 2 * between(1, 30);
   if (is_for_engine_) {
@@ -75,9 +75,9 @@ SharedFrame RandomSource::input(uint32_t format) {
   return {frame(format).release(), [](tavrine_frame_t *owned) { tavrine_frame_free(&owned); }};
 }
 
-void RandomSource::order_failure() {
-  // Not the release of media memory, nor a resize that the engine refuses: what has failed to be
-  // released stays, and so does what the engine may still be writing.
+void RandomSource::inject_failure() {
+  // Not the release of media memory, nor an engine resize: memory that was not released leaks, and
+  // so does memory that the engine may still be writing.
   const char *const platform_calls[] = {"HI_MPI_SYS_GetVirMemInfo", "HI_MPI_SYS_MmzAlloc_Cached",
                                         "HI_MPI_SYS_MmzFlushCache", "HI_MPI_SYS_MflushCache",
                                         "HI_MPI_IVE_CSC",           "HI_MPI_IVE_Query"};
@@ -92,7 +92,7 @@ void RandomSource::order_failure() {
   }
 }
 
-void RandomSource::withdraw_failures() {
+void RandomSource::clear_failures() {
   tavrine_devkit_clear_failures();
   tavrine_devkit_mpp_clear_orders();
 }

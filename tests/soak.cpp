@@ -1,6 +1,6 @@
-// Makes random calls for a while, right and wrong ones, some with failures underneath, and holds
-// that nothing stays behind: no object of the core, no media memory, no file, no descriptor, and
-// after a warm-up no more memory than before. Every call is made twice and must answer the same.
+// Makes random calls for a while, valid and invalid ones, some with injected failures, and checks
+// for leaks: objects of the core, media memory, files, descriptors, and memory that grows after a
+// warm-up. Every call is made twice and must have the same results.
 //
 //   tavrine_soak SECONDS [SEED]
 #include <malloc.h>
@@ -25,14 +25,14 @@ namespace {
 
 constexpr int kCallsInRound = 200;
 
-// The C library counts what it keeps for the next allocation of a thread as allocated, unless it
-// is told to keep nothing.
+// The C library counts the memory in its thread caches as allocated, unless they are switched
+// off.
 int64_t allocated_slack() { return std::getenv("GLIBC_TUNABLES") != nullptr ? 1024 : 256 * 1024; }
 #if defined(__SANITIZE_ADDRESS__)
-// The sanitizer holds back what was freed.
+// The sanitizer keeps freed memory for a while.
 constexpr int64_t kResidentSlack = INT64_C(512) << 20;
 #elif defined(__arm__)
-// The emulator keeps the code that it translates.
+// The emulator caches translated code.
 constexpr int64_t kResidentSlack = INT64_C(32) << 20;
 #else
 constexpr int64_t kResidentSlack = INT64_C(2) << 20;
@@ -57,7 +57,7 @@ Memory measure() {
 #if defined(__SANITIZE_ADDRESS__)
   const auto allocated = static_cast<int64_t>(__sanitizer_get_current_allocated_bytes());
 #else
-  // So that what is resident is what is in use.
+  // Returns free memory to the system, so that only used memory is resident.
   malloc_trim(0);
   const struct mallinfo2 heap = mallinfo2();
   const auto allocated = static_cast<int64_t>(heap.uordblks + heap.hblkhd);
@@ -91,8 +91,8 @@ class Soak {
     for (int i = 0; i < kCallsInRound; ++i) {
       const RandomOperation &operation = operations_[seeds_() % operations_.size()];
       const auto seed = static_cast<uint32_t>(seeds_());
-      const uint64_t first = answer_of(operation, seed, variety_);
-      const uint64_t second = answer_of(operation, seed, variety_);
+      const uint64_t first = digest_of_call(operation, seed, variety_);
+      const uint64_t second = digest_of_call(operation, seed, variety_);
       EXPECT_EQ(first, second) << operation.name << ", seed " << seed;
       calls_ += 2;
     }
@@ -154,6 +154,6 @@ int main(int argument_count, char **arguments) {
   std::printf("seed %" PRIu32 "\n", seed);
   tavrine_log_set_sink([](void *, int32_t, const char *, int32_t, const char *) {}, nullptr);
   const bool is_flat = tavrine::test::run(seconds, seed);
-  std::puts(is_flat ? "nothing stayed behind" : "FAILED");
+  std::puts(is_flat ? "no leaks" : "FAILED");
   return is_flat ? 0 : 1;
 }

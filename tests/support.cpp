@@ -7,8 +7,8 @@ namespace {
 
 uint8_t *row_of(const tavrine_frame_t *frame, size_t plane, const Plane &shape, int y) {
   const ptrdiff_t tight = static_cast<ptrdiff_t>(shape.columns) * shape.channels;
-  const ptrdiff_t step = frame->strides[plane] != 0 ? frame->strides[plane] : tight;
-  return static_cast<uint8_t *>(frame->planes[plane]) + step * y;
+  const ptrdiff_t stride = frame->strides[plane] != 0 ? frame->strides[plane] : tight;
+  return static_cast<uint8_t *>(frame->planes[plane]) + stride * y;
 }
 
 // Calls visit(row, bytes) for every row of every plane.
@@ -18,7 +18,7 @@ void for_each_row(const tavrine_frame_t *frame, Visit visit) {
   for (size_t i = 0; i < planes.size(); ++i) {
     for (int y = 0; y < planes[i].rows; ++y) {
       visit(row_of(frame, i, planes[i], y),
-            static_cast<size_t>(planes[i].columns) * planes[i].channels);
+            static_cast<size_t>(planes[i].columns * planes[i].channels));
     }
   }
 }

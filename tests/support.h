@@ -1,4 +1,4 @@
-// What the tests share: frames for different purposes, pixels, the log, and a check for leaks.
+// Shared by the tests: frames, their pixels, and checks for leaks.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ inline constexpr uint32_t kEightBitFormats[] = {
     TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24, TAVRINE_FORMAT_BGRA,
     TAVRINE_FORMAT_ARGB, TAVRINE_FORMAT_NV12,  TAVRINE_FORMAT_NV21,  TAVRINE_FORMAT_YU12};
 
-// One plane of a format, independent of the library's own table.
+// A plane of a format, independent of the library's own table.
 struct Plane {
   int channels;
   int columns;
@@ -32,13 +32,13 @@ std::vector<Plane> planes_of(uint32_t format, int width, int height);
 OwnedFrame make_frame(uint32_t format, int width, int height, int32_t memory = TAVRINE_MEMORY_HOST);
 
 // A frame inside a larger one: rows are padded, planes do not follow each other, and the bytes
-// around the pixels can be checked.
+// around the pixels can be checked for changes.
 struct PaddedFrame {
   OwnedFrame parent;
   OwnedFrame frame;
   std::vector<uint8_t> surroundings_before;
 
-  // The parent's bytes without the frame's.
+  // The parent's bytes without those of the frame.
   std::vector<uint8_t> surroundings() const;
   bool surroundings_unharmed() const { return surroundings() == surroundings_before; }
 };
@@ -70,14 +70,14 @@ struct LogRecord {
 bool operator==(const LogRecord &a, const LogRecord &b);
 std::ostream &operator<<(std::ostream &stream, const LogRecord &record);
 
-// Collects the log, and fails the test when it leaks objects of the core.
+// Collects the log, and fails the test if it leaks objects of the core.
 class LibraryTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
 
   std::vector<LogRecord> take_log();
-  // Exactly one record since the last call. Its line number is not checked.
+  // Expects one record since the last call. Its line is not checked.
   void expect_log(int32_t level, const std::string &tag, const std::string &text);
 
   Random random_{20210917};

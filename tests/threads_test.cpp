@@ -29,7 +29,7 @@ std::vector<Job> make_jobs(const Variety &variety) {
   for (uint32_t seed = 1; seed <= kSeeds; ++seed) {
     for (const auto *operations : {&random_operations(), &random_file_and_error_operations()}) {
       for (const RandomOperation &operation : *operations) {
-        jobs.push_back({&operation, seed, answer_of(operation, seed, variety)});
+        jobs.push_back({&operation, seed, digest_of_call(operation, seed, variety)});
       }
     }
   }
@@ -44,7 +44,7 @@ void run_side_by_side(const std::vector<Job> &jobs, const Variety &variety) {
     threads.emplace_back([&, begin = thread / 2 * jobs.size() * 2 / kThreads] {
       for (size_t i = 0; i < jobs.size(); ++i) {
         const Job &job = jobs[(begin + i) % jobs.size()];
-        EXPECT_EQ(answer_of(*job.operation, job.seed, variety), job.expected)
+        EXPECT_EQ(digest_of_call(*job.operation, job.seed, variety), job.expected)
             << job.operation->name << ", seed " << job.seed;
       }
     });

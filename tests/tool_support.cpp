@@ -76,6 +76,8 @@ void Tool::expect_failure(const std::string &arguments, const std::string &line,
   EXPECT_TRUE(files() == before) << "files changed";
 }
 
+bool Tool::is_emulated() { return TAVRINE_PROGRAMS_EMULATOR[0] != '\0'; }
+
 std::string Tool::read(const std::string &name) const {
   std::ifstream file(path_of(name), std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};

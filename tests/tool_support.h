@@ -37,6 +37,8 @@ class Tool : public ::testing::Test {
   // Whether programs run as another user than root.
   bool is_ordinary_user() const { return !as_user_.empty(); }
 
+  static bool is_emulated();
+
   std::string path_of(const std::string &name) const { return folder_ + "/" + name; }
   std::string read(const std::string &name) const;
   void write(const std::string &name, const std::string &content) const;

@@ -7,8 +7,9 @@ namespace tavrine::test {
 namespace {
 
 // Three bytes of a raw RGB24 picture.
-std::string pixel_of(const std::string &pixels, size_t width, size_t x, size_t y) {
-  return pixels.substr((y * width + x) * 3, 3);
+template <typename Coordinate>
+std::string pixel_of(const std::string &pixels, size_t width, Coordinate x, Coordinate y) {
+  return pixels.substr((static_cast<size_t>(y) * width + static_cast<size_t>(x)) * 3, 3);
 }
 
 TEST_F(Tool, RotatesAndWarpsByTheGivenNumbers) {
