@@ -180,7 +180,9 @@ TEST_F(Batch, WritesEveryElement) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 23, 19);
   fill_random(in.get(), random_);
   for (int i = 0; i < 3000; ++i) {
-    const auto up_to = [this](int limit) { return static_cast<int32_t>(random_() % limit) + 1; };
+    const auto up_to = [this](unsigned limit) {
+      return static_cast<int32_t>(random_() % limit) + 1;
+    };
     const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {1, 3, up_to(30), up_to(30)});
     const Elements before = tensor.elements();
     Elements all = before;

@@ -69,18 +69,18 @@ TEST(ColorKernels, EqualTheirDefinition) {
 // the double's sum may fall just short. Among the greys it does so 65 times.
 TEST(ColorKernels, WeightedLumaTruncatesForEveryColour) {
   const auto lumas_one_lower = [](ByteOrder order) {
-    constexpr int kCount = 256 * 256;
-    std::vector<uint8_t> pixels(size_t{3} * kCount);
+    constexpr size_t kCount = 256 * 256;
+    std::vector<uint8_t> pixels(3 * kCount);
     std::vector<uint8_t> lumas(kCount);
     std::vector<uint8_t> expected(kCount);
     int greys_one_lower = 0;
     for (int r = 0; r < 256; ++r) {
-      for (int i = 0; i < kCount; ++i) {
-        const int b = i % 256;
-        const int g = i / 256;
-        pixels[3 * i + red_byte(order)] = static_cast<uint8_t>(r);
+      for (size_t i = 0; i < kCount; ++i) {
+        const int b = static_cast<int>(i % 256);
+        const int g = static_cast<int>(i / 256);
+        pixels[3 * i + static_cast<size_t>(red_byte(order))] = static_cast<uint8_t>(r);
         pixels[3 * i + 1] = static_cast<uint8_t>(g);
-        pixels[3 * i + blue_byte(order)] = static_cast<uint8_t>(b);
+        pixels[3 * i + static_cast<size_t>(blue_byte(order))] = static_cast<uint8_t>(b);
         const int thousandfold = 587 * g + 299 * r + 114 * b;
         int luma = thousandfold / 1000;
         if (thousandfold % 1000 == 0) {

@@ -99,13 +99,13 @@ bool is_rgb(uint32_t format) {
   return format == TAVRINE_FORMAT_RGB24 || format == TAVRINE_FORMAT_BGR24;
 }
 
-int channels_of(uint32_t format) { return format == TAVRINE_FORMAT_GREY ? 1 : 3; }
+size_t channels_of(uint32_t format) { return format == TAVRINE_FORMAT_GREY ? 1 : 3; }
 
-// The index of a channel of a pixel, in the layout of pixels_of.
-int place_of(uint32_t format, int channel, int x, int y, int width, int height) {
-  const int pixel = y * width + x;
-  const int chroma = width * height;
-  const int block = y / 2 * (width / 2) + x / 2;
+// Where a frame keeps a channel of a pixel.
+size_t place_of(uint32_t format, size_t channel, int x, int y, int width, int height) {
+  const auto pixel = static_cast<size_t>(y * width + x);
+  const auto chroma = static_cast<size_t>(width * height);
+  const auto block = static_cast<size_t>(y / 2 * (width / 2) + x / 2);
   if (is_rgb(format)) {
     return 3 * pixel + (format == TAVRINE_FORMAT_RGB24 ? channel : 2 - channel);
   }
@@ -138,12 +138,12 @@ std::vector<uint8_t> convert_by_definition(const std::vector<uint8_t> &in, uint3
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       Triple samples{};
-      for (int channel = 0; channel < channels_of(from); ++channel) {
+      for (size_t channel = 0; channel < channels_of(from); ++channel) {
         samples[channel] = in[place_of(from, channel, x, y, width, height)];
       }
       const Triple result = convert_pixel(samples, from, to);
-      for (int channel = 0; channel < channels_of(to); ++channel) {
-        // Chroma is that of the top left pixel.
+      for (size_t channel = 0; channel < channels_of(to); ++channel) {
+        // Chroma is that of the upper left pixel.
         if (channel == 0 || is_rgb(to) || (x % 2 == 0 && y % 2 == 0)) {
           out[place_of(to, channel, x, y, width, height)] = result[channel];
         }

@@ -128,12 +128,13 @@ TEST_F(EntryPoints, CropInsideAndAcrossEveryEdge) {
                   from_y < planes[i].rows) {
                 cleared[to] = kept[to] =
                     source[plane_begin +
-                           (from_y * planes[i].columns + from_x) * planes[i].channels + c];
+                           static_cast<size_t>(
+                               (from_y * planes[i].columns + from_x) * planes[i].channels + c)];
               }
             }
           }
         }
-        plane_begin += static_cast<size_t>(planes[i].columns) * planes[i].rows * planes[i].channels;
+        plane_begin += static_cast<size_t>(planes[i].columns * planes[i].rows * planes[i].channels);
       }
       ASSERT_EQ(pixels_of(fresh.get()), cleared) << area.x << "," << area.y;
       ASSERT_EQ(pixels_of(given.frame.get()), kept) << area.x << "," << area.y;

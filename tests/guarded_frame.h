@@ -53,7 +53,7 @@ class GuardedFrame {
     for (const Plane &plane : planes_of(format, width, height)) {
       const int row = plane.columns * plane.channels;
       const int step = row + kPadding;
-      memory_.emplace_back(static_cast<size_t>(step) * (plane.rows - 1) + row, edge);
+      memory_.emplace_back(static_cast<size_t>(step * (plane.rows - 1) + row), edge);
       frame_->planes[next] = memory_.back().data();
       frame_->strides[next++] = step;
     }

@@ -52,8 +52,10 @@ class GuardedPlane {
   static constexpr uint8_t kPoison = 0x99;
 
   GuardedPlane(int32_t columns, int32_t rows, int32_t channels, ptrdiff_t padding = 0)
-      : row_bytes_(static_cast<size_t>(columns) * channels),
-        memory_((row_bytes_ + padding) * (rows - 1) + row_bytes_, GuardedMemory::Edge::kLast),
+      : row_bytes_(static_cast<size_t>(columns * channels)),
+        memory_((row_bytes_ + static_cast<size_t>(padding)) * static_cast<size_t>(rows - 1) +
+                    row_bytes_,
+                GuardedMemory::Edge::kLast),
         view_{memory_.data(), channels, columns, rows,
               static_cast<ptrdiff_t>(row_bytes_) + padding} {
     std::fill(memory_.begin(), memory_.end(), kPoison);

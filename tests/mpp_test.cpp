@@ -206,7 +206,7 @@ TEST_F(Mpp, ResizesAsItSays) {
   // Twice the size: a quarter from the neighbour's side, on both axes.
   std::vector<uint8_t> twice;
   const auto at = [&](int x, int y) {
-    return picture[std::clamp(y, 0, 127) * 128 + std::clamp(x, 0, 127)];
+    return picture[static_cast<size_t>(std::clamp(y, 0, 127) * 128 + std::clamp(x, 0, 127))];
   };
   for (int i = 0; i < 256 * 256; ++i) {
     const int x = i % 256 / 2, y = i / 256 / 2;
@@ -226,7 +226,7 @@ TEST_F(Mpp, TasksQueueAndAreCarriedOutInOrder) {
   from.flush(0, 64 * 64);
   IVE_HANDLE handles[TAVRINE_DEVKIT_IVE_QUEUE_DEPTH + 1] = {};
   for (IVE_HANDLE &handle : handles) {
-    destination.au64PhyAddr[0] = to.physical() + 4096 * (&handle - handles);
+    destination.au64PhyAddr[0] = to.physical() + static_cast<uint64_t>(4096 * (&handle - handles));
     if (&handle == handles + TAVRINE_DEVKIT_IVE_QUEUE_DEPTH) {
       destination.au64PhyAddr[0] = to.physical();
       EXPECT_EQ(to.bytes()[0], 0);

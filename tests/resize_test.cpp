@@ -39,7 +39,7 @@ std::vector<uint8_t> resize_by_formula(const std::vector<uint8_t> &in, const Pla
       for (int c = 0; c < to.channels; ++c) {
         const auto horizontal = [&](int row) {
           const auto at = [&](int column) {
-            return in[(static_cast<size_t>(row) * from.columns + column) * from.channels + c];
+            return in[static_cast<size_t>((row * from.columns + column) * from.channels + c)];
           };
           return at(h.first) * h.weight_first + at(h.second) * h.weight_second;
         };

@@ -13,7 +13,7 @@ std::vector<uint8_t> rotate_by_mapping(const std::vector<uint8_t> &pixels, const
     for (int c = 0; c < (is_half ? plane.columns : plane.rows); ++c) {
       const int row = code == 0 ? plane.rows - 1 - c : is_half ? plane.rows - 1 - r : c;
       const int column = code == 0 ? r : plane.columns - 1 - (is_half ? c : r);
-      const uint8_t *pixel = &pixels[(row * plane.columns + column) * plane.channels];
+      const uint8_t *pixel = pixels.data() + (row * plane.columns + column) * plane.channels;
       out.insert(out.end(), pixel, pixel + plane.channels);
     }
   }

@@ -218,8 +218,9 @@ TEST_F(Svp, ConversionTask) {
                   std::tuple(c.engine_width, c.engine_height, is_rgb ? 10 : 2));
         EXPECT_EQ(image.au32Stride[0], is_rgb ? c.rgb_pixels : c.nv12_pixels);
         EXPECT_EQ(image.au64PhyAddr[0], physical);
-        EXPECT_TRUE(is_rgb || (image.au32Stride[1] == c.nv12_pixels &&
-                               image.au64PhyAddr[1] == physical + int64_t{c.chroma_offset}));
+        EXPECT_TRUE(is_rgb ||
+                    (image.au32Stride[1] == c.nv12_pixels &&
+                     image.au64PhyAddr[1] == physical + static_cast<uint64_t>(c.chroma_offset)));
       }
     }
   }

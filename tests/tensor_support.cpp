@@ -32,7 +32,7 @@ PaddedTensor::PaddedTensor(int32_t element_type, std::array<int32_t, 4> shape)
   const int32_t channel = row * shape[2] + 5;
   const int32_t image = channel * shape[1] + 7;
   strides_ = {image, channel, row, 1};
-  const size_t elements = static_cast<size_t>(image) * shape[0] + size_t{2} * kMargin;
+  const size_t elements = static_cast<size_t>(image * shape[0]) + size_t{2} * kMargin;
   memory_.assign(elements, -12345.0F);
   const int bytes = element_type == TAVRINE_ELEMENT_FLOAT32 ? 4 : 1;
   tensor_ =
@@ -71,7 +71,7 @@ void PaddedTensor::expect_frame(Elements &elements, int image, const Rectangle &
     for (int y = 0; y < at.height; ++y) {
       for (int x = 0; x < at.width; ++x) {
         uint32_t &element = elements[index(image, c, at.y + y, at.x + x)];
-        const size_t pixel = static_cast<size_t>(y) * frame->width + x;
+        const size_t pixel = static_cast<size_t>(y * frame->width + x);
         if (x >= frame->width || y >= frame->height) {
           element = stored(element_type_, padding[color]);
         } else if (is_grey_frame) {

@@ -71,8 +71,8 @@ TEST_F(Tool, AlignMovesThePointsToTheirPlaces) {
   write("face.rgb", picture);
   struct Case {
     const char *size;
-    size_t width;
-    std::array<size_t, 2> places[3];
+    int width;
+    std::array<int, 2> places[3];
   };
   const Case cases[] = {{"", 112, {{{38, 52}}, {{74, 52}}, {{56, 92}}}},
                         {"--size 224x224", 224, {{{76, 104}}, {{148, 104}}, {{112, 184}}}},

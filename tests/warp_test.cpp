@@ -129,16 +129,21 @@ class Warps : public LibraryTest {
 
   // Turned, scaled and tilted about the middles of both; every fourth time with odd values in it.
   Matrix random_matrix(const Plane &from, const Plane &to) {
-    const float angle = random_() % 3 == 0 ? 1.5707964F * (random_() % 4) : between(-3.2F, 3.2F);
-    const float scale = between(0.2F, 1.6F) * from.columns / to.columns;
+    const float angle =
+        random_() % 3 == 0 ? 1.5707964F * static_cast<float>(random_() % 4) : between(-3.2F, 3.2F);
+    const float scale =
+        between(0.2F, 1.6F) * static_cast<float>(from.columns) / static_cast<float>(to.columns);
     const float a = std::cos(angle) * scale;
     const float d = std::sin(angle) * scale;
-    const float middle = 0.5F * to.columns;
-    const float centre = 0.5F * to.rows;
+    const float middle = 0.5F * static_cast<float>(to.columns);
+    const float centre = 0.5F * static_cast<float>(to.rows);
     const float shift = random_() % 2 == 0 ? 2 : 40;
-    const float tilt = (random_() % 2 == 0 ? 0.6F : 3.0F) / (to.columns + to.rows);
-    const float c = 0.5F * from.columns - a * middle + d * centre + between(-shift, shift);
-    const float f = 0.5F * from.rows - d * middle - a * centre + between(-shift, shift);
+    const float tilt =
+        (random_() % 2 == 0 ? 0.6F : 3.0F) / static_cast<float>(to.columns + to.rows);
+    const float c =
+        0.5F * static_cast<float>(from.columns) - a * middle + d * centre + between(-shift, shift);
+    const float f =
+        0.5F * static_cast<float>(from.rows) - d * middle - a * centre + between(-shift, shift);
     Matrix matrix = {a, -d, c, d, a, f, between(-tilt, tilt), between(-tilt, tilt), 1};
     if (random_() % 4 == 0) {
       make_odd(matrix);
@@ -164,7 +169,7 @@ class Warps : public LibraryTest {
     if (random_() % 2 == 0) {
       matrix = kIdentity;
     }
-    for (unsigned changes = 1 + random_() % 3; changes > 0; --changes) {
+    for (auto changes = 1 + random_() % 3; changes > 0; --changes) {
       matrix[random_() % matrix.size()] = kValues[random_() % std::size(kValues)];
     }
   }
