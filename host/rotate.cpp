@@ -14,15 +14,15 @@ namespace tavrine {
 namespace {
 
 // Neighbouring floats lie further apart here than any useful tolerance.
-std::optional<Turn> turn_by(float degrees) {
+std::optional<Rotation> rotation_by(float degrees) {
   if (degrees == 90.0F) {
-    return Turn::kQuarter;
+    return Rotation::k90;
   }
   if (degrees == 180.0F) {
-    return Turn::kHalf;
+    return Rotation::k180;
   }
   if (degrees == 270.0F) {
-    return Turn::kThreeQuarters;
+    return Rotation::k270;
   }
   return std::nullopt;
 }
@@ -37,11 +37,11 @@ tavrine_frame_t with_true_strides(const tavrine_frame_t &frame) {
   return result;
 }
 
-int32_t rotate_planes(const tavrine_frame_t &in, Turn turn, const tavrine_frame_t &out) {
+int32_t rotate_planes(const tavrine_frame_t &in, Rotation rotation, const tavrine_frame_t &out) {
   const FormatLayout layout = layout_of(in.pixel_format);
   for (int plane = 0; plane < layout.plane_count; ++plane) {
     const PlaneLayout &of_plane = layout.planes[plane];
-    if (!rotate_plane(view_of_plane(&in, plane, of_plane, in.width, in.height), turn,
+    if (!rotate_plane(view_of_plane(&in, plane, of_plane, in.width, in.height), rotation,
                       view_of_plane(&out, plane, of_plane, out.width, out.height))) {
       return TAVRINE_FAILURE;
     }
@@ -60,8 +60,8 @@ int32_t host_rotate(const tavrine_frame_t *in, tavrine_frame_t *out, float degre
                 tavrine_frame_pixfmt_to_string(in->pixel_format));
     return TAVRINE_FAILURE;
   }
-  const std::optional<Turn> turn = turn_by(degrees);
-  if (!turn) {
+  const std::optional<Rotation> rotation = rotation_by(degrees);
+  if (!rotation) {
     return TAVRINE_FAILURE;
   }
   // Semi-planar frames turn out of one buffer: parts of larger frames are gathered first.
@@ -73,7 +73,7 @@ int32_t host_rotate(const tavrine_frame_t *in, tavrine_frame_t *out, float degre
     }
     in = gathered.get();
   }
-  return rotate_planes(with_true_strides(*in), *turn, with_true_strides(*out));
+  return rotate_planes(with_true_strides(*in), *rotation, with_true_strides(*out));
 }
 
 }  // namespace tavrine

@@ -1,4 +1,4 @@
-// Kernels answer false, and touch nothing, when a plane is missing or does not fit the others.
+// Kernels return false and touch nothing when a plane is missing or does not fit the others.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -75,7 +75,7 @@ const Kernel kKernels[] = {
     {"rotate",
      {3, 3},
      kSize | kChannels,
-     [](const Views &v) { return rotate_plane(v[0], Turn::kHalf, v[1]); }},
+     [](const Views &v) { return rotate_plane(v[0], Rotation::k180, v[1]); }},
     {"resize", {1, 1}, kNothing, [](const Views &v) { return resize_plane(v[0], v[1]); }},
     {"affine warp",
      {4, 4},

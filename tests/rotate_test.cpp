@@ -35,7 +35,7 @@ OwnedFrame rotate(const tavrine_frame_t *in, int code) {
 
 class Rotate : public LibraryTest {};
 
-TEST_F(Rotate, EqualsTheMappingForEveryFormatTurnAndLayout) {
+TEST_F(Rotate, EqualsTheMappingForEveryFormatRotationAndLayout) {
   const struct {
     int width, height;
   } sizes[] = {{2, 2}, {2, 66}, {62, 64}, {64, 128}, {66, 62}, {130, 70}};
@@ -73,7 +73,7 @@ TEST_F(Rotate, ASmallPictureByHand) {
   }
 }
 
-TEST_F(Rotate, DeviceFramesTurnOnTheCpu) {
+TEST_F(Rotate, RotatesDeviceFramesOnTheCpu) {
   for (const uint32_t format : {TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12, TAVRINE_FORMAT_BGR24}) {
     const OwnedFrame host = make_frame(format, 36, 22);
     fill_random(host.get(), random_);
@@ -122,13 +122,13 @@ TEST(RotateKernels, EqualTheMapping) {
         for (const int32_t height : {1, 4, 15, 16, 17, 66}) {
           GuardedPlane in(width, height, channels, width % 5);
           in.fill(random);
-          for (const Turn turn : {Turn::kQuarter, Turn::kHalf, Turn::kThreeQuarters}) {
-            const bool is_half = turn == Turn::kHalf;
+          for (const Rotation rotation : {Rotation::k90, Rotation::k180, Rotation::k270}) {
+            const bool is_half = rotation == Rotation::k180;
             GuardedPlane out(is_half ? width : height, is_half ? height : width, channels,
                              width % 3);
-            ASSERT_TRUE(rotate_plane(in.view(), turn, out.view()));
+            ASSERT_TRUE(rotate_plane(in.view(), rotation, out.view()));
             ASSERT_EQ(out.pixels(),
-                      rotate_by_mapping(in.pixels(), in.shape(), static_cast<int>(turn)))
+                      rotate_by_mapping(in.pixels(), in.shape(), static_cast<int>(rotation)))
                 << channels << " channels, " << width << "x" << height;
             ASSERT_TRUE(out.margins_unharmed());
           }

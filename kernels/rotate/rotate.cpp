@@ -2,32 +2,55 @@
 
 #include <algorithm>
 
+#include "kernels/path.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/rotate/rotate.cpp"
 #include <hwy/foreach_target.h>  // compiles this file for every instruction set
 // After foreach_target:
-#include "kernels/rotate/mirror-inl.h"
+#include "kernels/rotate/mirror_arm-inl.h"
+#include "kernels/rotate/mirror_x86-inl.h"
 #include "kernels/rotate/rotate_scalar.h"
-#include "kernels/rotate/transpose-inl.h"
+#include "kernels/rotate/transpose_arm-inl.h"
+#include "kernels/rotate/transpose_x86-inl.h"
+#include "kernels/vector-inl.h"
+
+// The steps that each family of instruction sets defines. All are templates over the bytes of a
+// pixel, kPixelBytes.
+//
+//   mirrored_pixels()                 pixels in a mirror_step()
+//   mirror_step(in, out)              as many pixels in reverse order
+//   mirror_unrolled(in, columns, out) the first pixels of a mirrored row, in long steps; returns
+//                                     how many it has written, a multiple of mirrored_pixels()
+//
+//   Tile                              kRows x kColumns pixels of the destination
+//   Tile::transpose(in, in_step, out, out_step)
+//                                     pixel (r, c) of `out` takes pixel (c, r) of `in`. Rows lie
+//                                     in_step and out_step bytes apart, upwards when negative.
+//                                     Touches the tile's pixels alone
+//   Tile::kAreaRows, kAreaColumns     size of the areas that a plane is done in, one after another
+//   NarrowTile                        the same for planes of fewer columns
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
-// A row from its end to its beginning.
 template <size_t kPixelBytes>
-void reverse_row(const uint8_t *in, int32_t columns, uint8_t *out) {
+void mirror_row(const uint8_t *in, int32_t columns, uint8_t *out) {
   constexpr auto kPixel = static_cast<ptrdiff_t>(kPixelBytes);
 #if TAVRINE_HAS_VECTORS
-  constexpr int32_t kStep = reversed_pixels<kPixelBytes>();
+  constexpr int32_t kStep = mirrored_pixels<kPixelBytes>();
   if (columns >= kStep) {
-    int32_t x = reverse_most<kPixelBytes>(in, columns, out);
-    for (; x < columns - kStep; x += kStep) {
-      reverse_step<kPixelBytes>(in + kPixel * (columns - x - kStep), out + kPixel * x);
+    const int32_t done = mirror_unrolled<kPixelBytes>(in, columns, out);
+    if (done != columns) {
+      // At least one step, so that the last one can overlap what is done.
+      const int32_t begin = std::min(done, columns - kStep);
+      for_each_step(columns - begin, kStep, [&](int32_t x) {
+        mirror_step<kPixelBytes>(in + kPixel * (columns - begin - x - kStep),
+                                 out + kPixel * (begin + x));
+      });
     }
-    // The last one overlaps the one before it.
-    reverse_step<kPixelBytes>(in, out + kPixel * (columns - kStep));
     return;
   }
 #endif
@@ -35,19 +58,19 @@ void reverse_row(const uint8_t *in, int32_t columns, uint8_t *out) {
 }
 
 template <size_t kPixelBytes>
-void half_turn(const PlaneView &source, const PlaneView &destination) {
+void rotate_half(const PlaneView &source, const PlaneView &destination) {
   for (int32_t y = 0; y < destination.rows; ++y) {
-    reverse_row<kPixelBytes>(source.row(source.rows - 1 - y), destination.columns,
-                             destination.row(y));
+    mirror_row<kPixelBytes>(source.row(source.rows - 1 - y), destination.columns,
+                            destination.row(y));
   }
 }
 
-// Either quarter turn. Destination rows walk a source column, upwards for 90 degrees from the
-// left column on, downwards for 270 degrees from the right column on.
+// Rotation by 90 or 270 degrees. Destination rows follow a source column: upwards for 90 degrees,
+// from the left column on, and downwards for 270 degrees, from the right column on.
 template <size_t kPixelBytes>
-class QuarterTurn {
+class QuarterRotation {
  public:
-  QuarterTurn(const PlaneView &source, bool is_clockwise, const PlaneView &destination)
+  QuarterRotation(const PlaneView &source, bool is_clockwise, const PlaneView &destination)
       : destination_(destination),
         along_row_(is_clockwise ? -source.stride : source.stride),
         along_column_(is_clockwise ? kPixel : -kPixel),
@@ -56,16 +79,18 @@ class QuarterTurn {
 
   void run() const {
 #if TAVRINE_HAS_VECTORS
-    if (destination_.rows >= Tile<kPixelBytes>::kLeastRows &&
-        destination_.columns >= Tile<kPixelBytes>::kColumns) {
-      for (int32_t left = 0; left < destination_.columns; left += kAreaColumns) {
-        for (int32_t top = 0; top < destination_.rows; top += kAreaRows) {
-          turn_area(top, left);
-        }
-      }
+    if (holds<Tile<kPixelBytes>>()) {
+      trace_path("rotate.tiles");
+      rotate_areas<Tile<kPixelBytes>>();
+      return;
+    }
+    if (holds<NarrowTile<kPixelBytes>>()) {
+      trace_path("rotate.narrow_tiles");
+      rotate_areas<NarrowTile<kPixelBytes>>();
       return;
     }
 #endif
+    trace_path("rotate.pixels");
     for (int32_t y = 0; y < destination_.rows; ++y) {
       scalar::gather_pixels<kPixelBytes>(source_of(y, 0), along_row_, at(y, 0),
                                          destination_.columns);
@@ -82,17 +107,29 @@ class QuarterTurn {
   uint8_t *at(int32_t row, int32_t column) const { return destination_.row(row) + kPixel * column; }
 
 #if TAVRINE_HAS_VECTORS
-  // An area's rows of both planes stay in the first-level cache. Areas follow each other along
-  // source rows: caches foresee that, and do not foresee jumps from row to row.
-  static constexpr int32_t kAreaColumns = 64;
-  static constexpr int32_t kAreaRows = 32;
+  template <class TileType>
+  bool holds() const {
+    return destination_.rows >= TileType::kRows && destination_.columns >= TileType::kColumns;
+  }
+
+  // Areas follow each other along source rows: the hardware prefetcher follows sequential rows,
+  // not strided ones.
+  template <class TileType>
+  void rotate_areas() const {
+    for (int32_t left = 0; left < destination_.columns; left += TileType::kAreaColumns) {
+      for (int32_t top = 0; top < destination_.rows; top += TileType::kAreaRows) {
+        rotate_area<TileType>(top, left);
+      }
+    }
+  }
 
   // The last tiles of the plane overlap those before them.
-  void turn_area(int32_t top, int32_t left) const {
-    constexpr int32_t kRows = Tile<kPixelBytes>::kRows;
-    constexpr int32_t kColumns = Tile<kPixelBytes>::kColumns;
-    const int32_t bottom = std::min(top + kAreaRows, destination_.rows);
-    const int32_t right = std::min(left + kAreaColumns, destination_.columns);
+  template <class TileType>
+  void rotate_area(int32_t top, int32_t left) const {
+    constexpr int32_t kRows = TileType::kRows;
+    constexpr int32_t kColumns = TileType::kColumns;
+    const int32_t bottom = std::min(top + TileType::kAreaRows, destination_.rows);
+    const int32_t right = std::min(left + TileType::kAreaColumns, destination_.columns);
     const int32_t start = std::min(left, destination_.columns - kColumns);
     // Source pixels run along destination columns, to the right or to the left.
     const bool runs_down = along_column_ > 0;
@@ -100,21 +137,11 @@ class QuarterTurn {
     for (int32_t y = top; y < bottom; y += kRows) {
       const int32_t row = std::min(y, destination_.rows - kRows);
       const int32_t first = runs_down ? row : row + kRows - 1;
-      const int32_t pixels_behind = runs_down ? destination_.rows - (row + kRows) : row;
       const uint8_t *in = source_of(first, start);
       uint8_t *out = at(first, start);
-      int32_t behind = right - start - kColumns;  // columns of the area behind the tile
-      for (;;) {
-        transpose_tile<kPixelBytes>(in, along_row_, out, out_step, pixels_behind >= 2,
-                                    behind + destination_.columns - right >= 2);
-        if (behind == 0) {
-          break;
-        }
-        const int32_t advance = std::min(kColumns, behind);
-        in += along_row_ * advance;
-        out += kPixel * advance;
-        behind -= advance;
-      }
+      for_each_step(right - start, kColumns, [&](int32_t x) {
+        TileType::transpose(in + along_row_ * x, along_row_, out + kPixel * x, out_step);
+      });
     }
   }
 #endif
@@ -125,26 +152,15 @@ class QuarterTurn {
   const uint8_t *origin_;
 };
 
-template <size_t kPixelBytes>
-void rotate_pixels(const PlaneView &source, Turn turn, const PlaneView &destination) {
-  if (turn == Turn::kHalf) {
-    half_turn<kPixelBytes>(source, destination);
-  } else {
-    QuarterTurn<kPixelBytes>(source, turn == Turn::kQuarter, destination).run();
-  }
-}
-
-void rotate(const PlaneView &source, Turn turn, const PlaneView &destination) {
-  switch (source.channels) {
-    case 1:
-      return rotate_pixels<1>(source, turn, destination);
-    case 2:
-      return rotate_pixels<2>(source, turn, destination);
-    case 3:
-      return rotate_pixels<3>(source, turn, destination);
-    default:
-      return rotate_pixels<4>(source, turn, destination);
-  }
+void rotate(const PlaneView &source, Rotation rotation, const PlaneView &destination) {
+  with_channels(source.channels, [&](auto channels) {
+    constexpr auto kPixelBytes = static_cast<size_t>(channels());
+    if (rotation == Rotation::k180) {
+      rotate_half<kPixelBytes>(source, destination);
+    } else {
+      QuarterRotation<kPixelBytes>(source, rotation == Rotation::k90, destination).run();
+    }
+  });
 }
 
 }  // namespace
@@ -158,20 +174,20 @@ namespace {
 
 HWY_EXPORT(rotate);
 
-bool has_turned_size(const PlaneView &source, Turn turn, const PlaneView &destination) {
-  return turn == Turn::kHalf
+bool has_rotated_size(const PlaneView &source, Rotation rotation, const PlaneView &destination) {
+  return rotation == Rotation::k180
              ? have_same_size(source, destination)
              : destination.columns == source.rows && destination.rows == source.columns;
 }
 
 }  // namespace
 
-bool rotate_plane(const PlaneView &source, Turn turn, const PlaneView &destination) {
-  if (!source.is_usable() || !destination.is_usable() || source.channels != destination.channels ||
-      source.channels < 1 || source.channels > 4 || !has_turned_size(source, turn, destination)) {
+bool rotate_plane(const PlaneView &source, Rotation rotation, const PlaneView &destination) {
+  if (!have_same_channels(source, destination) ||
+      !has_rotated_size(source, rotation, destination)) {
     return false;
   }
-  HWY_DYNAMIC_DISPATCH(rotate)(source, turn, destination);
+  HWY_DYNAMIC_DISPATCH(rotate)(source, rotation, destination);
   return true;
 }
 

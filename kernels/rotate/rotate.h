@@ -1,4 +1,4 @@
-// Quarter and half turns. Pixels of 1 to 4 bytes move whole, nothing is interpolated.
+// Rotation by 90, 180 and 270 degrees. Pixels of 1 to 4 bytes move whole; nothing is interpolated.
 //
 // With H x W the rows and columns of the source, the destination's row r and column c take
 //
@@ -11,10 +11,10 @@
 
 namespace tavrine {
 
-enum class Turn { kQuarter, kHalf, kThreeQuarters };
+enum class Rotation { k90, k180, k270 };  // clockwise
 
-// False, with nothing written, when a view is unusable or the destination is not exactly of the
-// turned size. The planes must not share memory.
-bool rotate_plane(const PlaneView &source, Turn turn, const PlaneView &destination);
+// Returns false and writes nothing when a view is unusable, or the destination does not have
+// exactly the size of the rotated source. The planes must not share memory.
+bool rotate_plane(const PlaneView &source, Rotation rotation, const PlaneView &destination);
 
 }  // namespace tavrine

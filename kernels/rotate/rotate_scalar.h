@@ -1,4 +1,4 @@
-// The definition of the turns in rotate.h, for one destination row.
+// The definition of the rotations in rotate.h, for one destination row.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace tavrine::scalar {
 
-// Copies pixels to consecutive places from places `stride` bytes apart.
+// Copies pixels that lie `stride` bytes apart to consecutive places.
 template <size_t kPixelBytes>
 inline void gather_pixels(const uint8_t *in, ptrdiff_t stride, uint8_t *out, int32_t count) {
   for (int32_t i = 0; i < count; ++i) {
