@@ -122,7 +122,7 @@ int32_t fill_band(const tavrine_tensor_t *band, const float *values, int32_t cha
     return TAVRINE_FAILURE;
   }
   for (int32_t channel = 0; channel < channels; ++channel) {
-    fill_constant<Element>(image, channel, convert(values[channel]));
+    fill_constant(image, channel, convert(values[channel]));
   }
   return TAVRINE_OK;
 }

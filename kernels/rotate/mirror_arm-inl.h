@@ -31,12 +31,14 @@ template <size_t kPixelBytes>
 HWY_INLINE void mirror_step(const uint8_t *in, uint8_t *out) {
   if constexpr (kPixelBytes == 3) {
     const uint8x8x3_t v = vld3_u8(in);
-    vst3_u8(out, uint8x8x3_t{{vrev64_u8(v.val[0]), vrev64_u8(v.val[1]), vrev64_u8(v.val[2])}});
+    const uint8x8x3_t mirrored = {{vrev64_u8(v.val[0]), vrev64_u8(v.val[1]), vrev64_u8(v.val[2])}};
+    vst3_u8(out, mirrored);
   } else {
     const uint8x8x4_t v = vld4_u8(in);
     constexpr int kFlip = 4 - kPixelBytes;
-    vst4_u8(out, uint8x8x4_t{{vrev64_u8(v.val[0 ^ kFlip]), vrev64_u8(v.val[1 ^ kFlip]),
-                              vrev64_u8(v.val[2 ^ kFlip]), vrev64_u8(v.val[3 ^ kFlip])}});
+    const uint8x8x4_t mirrored = {{vrev64_u8(v.val[0 ^ kFlip]), vrev64_u8(v.val[1 ^ kFlip]),
+                                   vrev64_u8(v.val[2 ^ kFlip]), vrev64_u8(v.val[3 ^ kFlip])}};
+    vst4_u8(out, mirrored);
   }
 }
 
@@ -46,7 +48,7 @@ HWY_INLINE int32_t mirror_unrolled(const uint8_t *in, int32_t columns, uint8_t *
   constexpr ptrdiff_t kBytes = kPixelBytes * kStep;
   int32_t x = 0;
   if (columns >= 5 * kStep) {
-    in += kPixelBytes * (columns - kStep);
+    in += static_cast<ptrdiff_t>(kPixelBytes) * (columns - kStep);
     ptrdiff_t back = -kBytes;
     make_opaque(back);
     for (; x <= columns - 5 * kStep; x += 4 * kStep) {

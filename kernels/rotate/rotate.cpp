@@ -36,8 +36,10 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
+// Not inlined, nor are areas below: one function with the loops of all pixel sizes has too few
+// registers.
 template <size_t kPixelBytes>
-void mirror_row(const uint8_t *in, int32_t columns, uint8_t *out) {
+HWY_NOINLINE void mirror_row(const uint8_t *in, int32_t columns, uint8_t *out) {
   constexpr auto kPixel = static_cast<ptrdiff_t>(kPixelBytes);
 #if TAVRINE_HAS_VECTORS
   constexpr int32_t kStep = mirrored_pixels<kPixelBytes>();
@@ -125,7 +127,7 @@ class QuarterRotation {
 
   // The last tiles of the plane overlap those before them.
   template <class TileType>
-  void rotate_area(int32_t top, int32_t left) const {
+  HWY_NOINLINE void rotate_area(int32_t top, int32_t left) const {
     constexpr int32_t kRows = TileType::kRows;
     constexpr int32_t kColumns = TileType::kColumns;
     const int32_t bottom = std::min(top + TileType::kAreaRows, destination_.rows);
@@ -133,6 +135,7 @@ class QuarterRotation {
     const int32_t start = std::min(left, destination_.columns - kColumns);
     // Source pixels run along destination columns, to the right or to the left.
     const bool runs_down = along_column_ > 0;
+    const ptrdiff_t in_step = along_row_;
     const ptrdiff_t out_step = runs_down ? destination_.stride : -destination_.stride;
     for (int32_t y = top; y < bottom; y += kRows) {
       const int32_t row = std::min(y, destination_.rows - kRows);
@@ -140,7 +143,7 @@ class QuarterRotation {
       const uint8_t *in = source_of(first, start);
       uint8_t *out = at(first, start);
       for_each_step(right - start, kColumns, [&](int32_t x) {
-        TileType::transpose(in + along_row_ * x, along_row_, out + kPixel * x, out_step);
+        TileType::transpose(in + in_step * x, in_step, out + kPixel * x, out_step);
       });
     }
   }

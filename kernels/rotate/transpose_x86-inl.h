@@ -20,19 +20,19 @@ namespace HWY_NAMESPACE {
 
 // A square of N x N lanes that fill blocks of 16 bytes: log2(N) rounds, each of which interleaves
 // row i with row i + N/2, transpose it. Registers of two blocks hold two squares.
-template <class Lane, class V, int32_t kSide>
+template <class Lane, class V, size_t kSide>
 HWY_INLINE void transpose_squares(V (&rows)[kSide]) {
   const hn::Repartition<Lane, hn::DFromV<V>> d;
   const hn::DFromV<V> bytes;
-  for (int32_t step = 1; step < kSide; step *= 2) {
+  for (size_t step = 1; step < kSide; step *= 2) {
     V mixed[kSide];
-    for (int32_t i = 0; i < kSide / 2; ++i) {
+    for (size_t i = 0; i < kSide / 2; ++i) {
       const auto above = hn::BitCast(d, rows[i]);
       const auto below = hn::BitCast(d, rows[i + kSide / 2]);
       mixed[2 * i] = hn::BitCast(bytes, hn::InterleaveLower(d, above, below));
       mixed[2 * i + 1] = hn::BitCast(bytes, hn::InterleaveUpper(d, above, below));
     }
-    for (int32_t i = 0; i < kSide; ++i) {
+    for (size_t i = 0; i < kSide; ++i) {
       rows[i] = mixed[i];
     }
   }

@@ -4,36 +4,51 @@
 #include <cstring>
 #include <type_traits>
 
+#include "kernels/path.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/tensor/tensor.cpp"
 #include <hwy/foreach_target.h>  // compiles this file for every instruction set
 // After foreach_target:
+#include "kernels/tensor/tensor-inl.h"
+#include "kernels/tensor/tensor_arm-inl.h"
 #include "kernels/tensor/tensor_scalar.h"
-#include "kernels/tensor/tensor_steps-inl.h"
+#include "kernels/tensor/tensor_x86-inl.h"
 #include "kernels/vector-inl.h"
+
+// The steps that each family of instruction sets defines.
+//
+//   kPixelsInFill                            pixels in a step
+//   DivNormalizer(channel)                   (byte - mean) / scale of a vector of floats, as in
+//                                            MulNormalizer; some quotients may be wrong
+//   normalize_grey(bytes, normalizer, out)   a step's elements
+//   normalize_color_row(pixels, columns, normalizers, out)
+//                                            a row of at least one step, normalizers[i] for byte i
+//                                            of each pixel and out[i] for its elements
+//   normalize_luma_row(pixels, columns, red, channel, out)
+//                                            a row of fill_weighted_grey(); false, with nothing
+//                                            written, where vectors cannot give the same
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
-// A byte has 256 values. Vectors are used where they make the same of all of them, bit by bit:
-// they may flush what is next to zero, or hold less than an integer of 32 bits does.
+// The element of each byte, by definition.
 template <typename Element>
-struct ElementOfByte {
-  Element of[256];
-
+class ElementTable {
+ public:
   template <class Define>
-  explicit ElementOfByte(Define define) {
+  void define(Define define) {
     for (int32_t byte = 0; byte < 256; ++byte) {
-      of[byte] = define(static_cast<uint8_t>(byte));
+      of_[byte] = define(static_cast<uint8_t>(byte));
     }
   }
 
   bool is_identity() const {
     if constexpr (std::is_same_v<Element, uint8_t>) {
       for (int32_t byte = 0; byte < 256; ++byte) {
-        if (of[byte] != byte) {
+        if (of_[byte] != byte) {
           return false;
         }
       }
@@ -43,232 +58,330 @@ struct ElementOfByte {
   }
 
 #if TAVRINE_HAS_VECTORS
-  template <class Normalize>
-  bool is_made_by(const Normalize &normalize) const {
+  // Whether vectors give the same bits for every byte.
+  template <class Normalizer>
+  bool is_made_by(const Normalizer &normalizer) const {
     uint8_t bytes[256];
     for (int32_t byte = 0; byte < 256; ++byte) {
       bytes[byte] = static_cast<uint8_t>(byte);
     }
     Element made[256];
     for_each_step(256, kPixelsInFill,
-                  [&](int32_t x) { normalize_grey(bytes + x, normalize, made + x); });
-    return std::memcmp(made, of, sizeof(made)) == 0;
+                  [&](int32_t x) { normalize_grey(bytes + x, normalizer, made + x); });
+    return std::memcmp(made, of_, sizeof(made)) == 0;
   }
 #endif
 
-  template <int32_t kPixelBytes>
-  void look_up(const uint8_t *pixel, int32_t columns, Element *out) const {
-    for (int32_t x = 0; x < columns; ++x, pixel += kPixelBytes) {
-      out[x] = of[*pixel];
+  // Elements of bytes that lie kDistance apart.
+  template <int32_t kDistance>
+  void look_up(const uint8_t *byte, int32_t columns, Element *out) const {
+    for (int32_t x = 0; x < columns; ++x, byte += kDistance) {
+      out[x] = of_[*byte];
     }
   }
+
+ private:
+  Element of_[256];
 };
 
 template <typename Element>
 void repeat(Element value, int32_t columns, Element *out) {
 #if TAVRINE_HAS_VECTORS
-  const hn::ScalableTag<Element> d;
-  const auto lanes = static_cast<int32_t>(hn::Lanes(d));
-  if (columns >= 4 * lanes) {
-    const auto values = hn::Set(d, value);
-    for_each_step(columns, 4 * lanes, [&](int32_t x) {
-      hn::StoreU(values, d, out + x);
-      hn::StoreU(values, d, out + x + lanes);
-      hn::StoreU(values, d, out + x + 2 * lanes);
-      hn::StoreU(values, d, out + x + 3 * lanes);
-    });
+  if (columns >= static_cast<int32_t>(4 * hn::Lanes(hn::ScalableTag<Element>()))) {
+    repeat_in_vectors(value, columns, out);
     return;
   }
 #endif
   std::fill_n(out, columns, value);
 }
 
-// Calls fill_row(y, columns) for every row that pixels and image share, and pads the rest of
-// these channels.
-template <typename Element, class FillRow>
-void fill_rows(const PlaneView &pixels, const ElementPlanes<Element> &image,
-               const ChannelNormalization *channels, int32_t channel_count, FillRow fill_row) {
-  const int32_t columns = std::min(pixels.columns, image.columns);
-  const int32_t rows = std::min(pixels.rows, image.rows);
-  const auto pad = [&](int32_t channel, int32_t y, int32_t from) {
-    repeat(scalar::to_element<Element>(channels[channel].padding), image.columns - from,
-           image.row(channel, y) + from);
-  };
-  for (int32_t y = 0; y < rows; ++y) {
-    fill_row(y, columns);
-    for (int32_t channel = 0; channel < channel_count && columns < image.columns; ++channel) {
-      pad(channel, y, columns);
-    }
-  }
-  for (int32_t channel = 0; channel < channel_count; ++channel) {
-    for (int32_t y = rows; y < image.rows; ++y) {
-      pad(channel, y, 0);
-    }
-  }
-}
-
+// What pixels and image share, and the padding around it.
 template <typename Element>
-void fill_color_rows(const PlaneView &pixels, const int32_t bytes[3],
-                     const ChannelNormalization channels[3], const ElementPlanes<Element> &image) {
-  // In the order of a pixel's bytes.
-  int32_t channel_of[3];
-  for (int32_t channel = 0; channel < 3; ++channel) {
-    channel_of[bytes[channel]] = channel;
+class SharedArea {
+ public:
+  SharedArea(const PlaneView &pixels, const ElementPlanes<Element> &image)
+      : columns_(std::min(pixels.columns, image.columns)),
+        rows_(std::min(pixels.rows, image.rows)),
+        image_(image) {}
+
+  int32_t columns() const { return columns_; }
+  int32_t rows() const { return rows_; }
+
+  // The rest of row y. Rows are padded as they are filled: those of an image may overlap.
+  void pad_right(int32_t y, int32_t channel, float padding) const {
+    if (columns_ < image_.columns) {
+      repeat(scalar::to_element<Element>(padding), image_.columns - columns_,
+             image_.row(channel, y) + columns_);
+    }
   }
-  const auto table_of = [&](int32_t byte) {
-    return ElementOfByte<Element>([&, byte](uint8_t value) {
-      return scalar::color_element<Element>(value, channels[channel_of[byte]]);
-    });
-  };
-  const ElementOfByte<Element> tables[3] = {table_of(0), table_of(1), table_of(2)};
-  const auto fill = [&](auto fill_row) {
-    fill_rows(pixels, image, channels, 3, [&](int32_t y, int32_t columns) {
-      Element *out[3];
-      for (int32_t byte = 0; byte < 3; ++byte) {
-        out[byte] = image.row(channel_of[byte], y);
+
+  void pad_below(int32_t channel, float padding) const {
+    for (int32_t y = rows_; y < image_.rows; ++y) {
+      repeat(scalar::to_element<Element>(padding), image_.columns, image_.row(channel, y));
+    }
+  }
+
+ private:
+  int32_t columns_;
+  int32_t rows_;
+  const ElementPlanes<Element> &image_;
+};
+
+// Three channels from pixels of three bytes. Tables, normalizers and rows are in the order of a
+// pixel's bytes.
+template <typename Element>
+class ColorFill {
+ public:
+  ColorFill(const PlaneView &pixels, const int32_t bytes[3], const ChannelNormalization channels[3],
+            const ElementPlanes<Element> &image)
+      : pixels_(pixels), image_(image), channels_(channels), area_(pixels, image) {
+    for (int32_t channel = 0; channel < 3; ++channel) {
+      channel_of_[bytes[channel]] = channel;
+      tables_[bytes[channel]].define(
+          [&](uint8_t byte) { return scalar::color_element<Element>(byte, channels[channel]); });
+    }
+  }
+
+  void run() const {
+    if (!identity() && !vectors()) {
+      table();
+    }
+    for (int32_t channel = 0; channel < 3; ++channel) {
+      area_.pad_below(channel, channels_[channel].padding);
+    }
+  }
+
+ private:
+  // The first two return false, with nothing written, where they would not give what the table
+  // does.
+  bool identity() const {
+#if TAVRINE_HAS_VECTORS
+    if constexpr (std::is_same_v<Element, uint8_t>) {
+      const auto lanes = static_cast<int32_t>(byte_lanes());
+      if (area_.columns() < lanes || !tables_[0].is_identity() || !tables_[1].is_identity() ||
+          !tables_[2].is_identity()) {
+        return false;
       }
-      fill_row(pixels.row(y), columns, out);
-    });
-  };
+      trace_path("tensor.color.identity");
+      for (int32_t y = 0; y < area_.rows(); ++y) {
+        const Rows out = rows_at(y);
+        for_each_step(area_.columns(), lanes,
+                      [&](int32_t x) { split_bytes(pixels_.row(y), out.of_byte, x); });
+        pad_right(y);
+      }
+      return true;
+    }
+#endif
+    return false;
+  }
+
+  bool vectors() const {
 #if TAVRINE_HAS_VECTORS
-  const int32_t columns = std::min(pixels.columns, image.columns);
-  const auto all = [&](auto holds) { return holds(0) && holds(1) && holds(2); };
-  if constexpr (std::is_same_v<Element, uint8_t>) {
-    const Bytes d;
-    const auto lanes = static_cast<int32_t>(byte_lanes());
-    if (columns >= lanes && all([&](int32_t byte) { return tables[byte].is_identity(); })) {
-      fill([&](const uint8_t *row, int32_t, uint8_t *const out[3]) {
-        for_each_step(columns, lanes, [&](int32_t x) {
-          hn::VFromD<Bytes> first, second, third;
-          hn::LoadInterleaved3(d, row + 3 * x, first, second, third);
-          hn::StoreU(first, d, out[0] + x);
-          hn::StoreU(second, d, out[1] + x);
-          hn::StoreU(third, d, out[2] + x);
-        });
-      });
-      return;
+    const MulNormalizer normalizers[3] = {MulNormalizer(channels_[channel_of_[0]]),
+                                          MulNormalizer(channels_[channel_of_[1]]),
+                                          MulNormalizer(channels_[channel_of_[2]])};
+    if (area_.columns() < kPixelsInFill || !tables_[0].is_made_by(normalizers[0]) ||
+        !tables_[1].is_made_by(normalizers[1]) || !tables_[2].is_made_by(normalizers[2])) {
+      return false;
+    }
+    trace_path("tensor.color.vectors");
+    for (int32_t y = 0; y < area_.rows(); ++y) {
+      normalize_color_row(pixels_.row(y), area_.columns(), normalizers, rows_at(y).of_byte);
+      pad_right(y);
+    }
+    return true;
+#else
+    return false;
+#endif
+  }
+
+  void table() const {
+    trace_path("tensor.color.table");
+    for (int32_t y = 0; y < area_.rows(); ++y) {
+      const Rows out = rows_at(y);
+      for (int32_t byte = 0; byte < 3; ++byte) {
+        tables_[byte].template look_up<3>(pixels_.row(y) + byte, area_.columns(),
+                                          out.of_byte[byte]);
+      }
+      pad_right(y);
     }
   }
-  const Product products[3] = {Product(channels[channel_of[0]]), Product(channels[channel_of[1]]),
-                               Product(channels[channel_of[2]])};
-  if (columns >= kPixelsInFill &&
-      all([&](int32_t byte) { return tables[byte].is_made_by(products[byte]); })) {
-    fill([&](const uint8_t *row, int32_t, Element *const out[3]) {
-      normalize_color_row(row, columns, products, out);
-    });
-    return;
-  }
-#endif
-  fill([&](const uint8_t *row, int32_t count, Element *const out[3]) {
-    for (int32_t byte = 0; byte < 3; ++byte) {
-      tables[byte].template look_up<3>(row + byte, count, out[byte]);
+
+  void pad_right(int32_t y) const {
+    for (int32_t channel = 0; channel < 3; ++channel) {
+      area_.pad_right(y, channel, channels_[channel].padding);
     }
-  });
-}
-
-template <typename Element>
-void fill_grey_rows(const PlaneView &pixels, const ChannelNormalization &channel,
-                    const ElementPlanes<Element> &image) {
-  const ElementOfByte<Element> table(
-      [&](uint8_t byte) { return scalar::grey_element<Element>(byte, channel); });
-  const auto fill = [&](auto fill_row) {
-    fill_rows(pixels, image, &channel, 1, [&](int32_t y, int32_t columns) {
-      fill_row(pixels.row(y), columns, image.row(0, y));
-    });
-  };
-  if (table.is_identity()) {
-    fill([](const uint8_t *row, int32_t columns, Element *out) {
-      std::memcpy(out, row, static_cast<size_t>(columns));
-    });
-    return;
   }
+
+  struct Rows {
+    Element *of_byte[3];
+  };
+
+  Rows rows_at(int32_t y) const {
+    return {{image_.row(channel_of_[0], y), image_.row(channel_of_[1], y),
+             image_.row(channel_of_[2], y)}};
+  }
+
+  const PlaneView &pixels_;
+  const ElementPlanes<Element> &image_;
+  const ChannelNormalization *channels_;
+  SharedArea<Element> area_;
+  int32_t channel_of_[3];
+  ElementTable<Element> tables_[3];
+};
+
+// One channel from bytes.
+template <typename Element>
+class GreyFill {
+ public:
+  GreyFill(const PlaneView &pixels, const ChannelNormalization &channel,
+           const ElementPlanes<Element> &image)
+      : pixels_(pixels), image_(image), channel_(channel), area_(pixels, image) {
+    table_.define([&](uint8_t byte) { return scalar::grey_element<Element>(byte, channel); });
+  }
+
+  void run() const {
+    if (!identity() && !vectors()) {
+      table();
+    }
+    area_.pad_below(0, channel_.padding);
+  }
+
+ private:
+  bool identity() const {
+    if (!table_.is_identity()) {
+      return false;
+    }
+    trace_path("tensor.grey.identity");
+    for (int32_t y = 0; y < area_.rows(); ++y) {
+      std::memcpy(image_.row(0, y), pixels_.row(y), static_cast<size_t>(area_.columns()));
+      area_.pad_right(y, 0, channel_.padding);
+    }
+    return true;
+  }
+
+  bool vectors() const {
 #if TAVRINE_HAS_VECTORS
-  const Quotient quotient(channel);
-  if (std::min(pixels.columns, image.columns) >= kPixelsInFill && table.is_made_by(quotient)) {
-    fill([&](const uint8_t *row, int32_t columns, Element *out) {
-      for_each_step(columns, kPixelsInFill,
-                    [&](int32_t x) { normalize_grey(row + x, quotient, out + x); });
-    });
-    return;
-  }
+    const DivNormalizer normalizer(channel_);
+    if (area_.columns() < kPixelsInFill || !table_.is_made_by(normalizer)) {
+      return false;
+    }
+    trace_path("tensor.grey.vectors");
+    for (int32_t y = 0; y < area_.rows(); ++y) {
+      const uint8_t *row = pixels_.row(y);
+      Element *out = image_.row(0, y);
+      for_each_step(area_.columns(), kPixelsInFill,
+                    [&](int32_t x) { normalize_grey(row + x, normalizer, out + x); });
+      area_.pad_right(y, 0, channel_.padding);
+    }
+    return true;
+#else
+    return false;
 #endif
-  fill([&](const uint8_t *row, int32_t columns, Element *out) {
-    table.template look_up<1>(row, columns, out);
-  });
-}
+  }
 
+  void table() const {
+    trace_path("tensor.grey.table");
+    for (int32_t y = 0; y < area_.rows(); ++y) {
+      table_.template look_up<1>(pixels_.row(y), area_.columns(), image_.row(0, y));
+      area_.pad_right(y, 0, channel_.padding);
+    }
+  }
+
+  const PlaneView &pixels_;
+  const ElementPlanes<Element> &image_;
+  const ChannelNormalization &channel_;
+  SharedArea<Element> area_;
+  ElementTable<Element> table_;
+};
+
+// One channel from pixels of three bytes. No table: there are 2^24 colours.
 template <typename Element>
-void fill_weighted_grey_rows(const PlaneView &pixels, ByteOrder order,
-                             const ChannelNormalization &channel,
-                             const ElementPlanes<Element> &image) {
-  const int32_t red = red_byte(order);
-  const auto fill = [&](auto fill_row) {
-    fill_rows(pixels, image, &channel, 1, [&](int32_t y, int32_t columns) {
-      fill_row(pixels.row(y), columns, image.row(0, y));
-    });
-  };
-  if constexpr (std::is_same_v<Element, uint8_t>) {
-    if (channel.mean == 0 && channel.scale == 1) {
-      fill([&](uint8_t *row, int32_t columns, uint8_t *out) {
-        weigh_luma({row, 3, columns, 1, 3 * ptrdiff_t{columns}}, order,
+class LumaFill {
+ public:
+  LumaFill(const PlaneView &pixels, ByteOrder order, const ChannelNormalization &channel,
+           const ElementPlanes<Element> &image)
+      : pixels_(pixels), order_(order), image_(image), channel_(channel), area_(pixels, image) {}
+
+  void run() const {
+    for (int32_t y = 0; y < area_.rows(); ++y) {
+      const char *way = fill_row(pixels_.row(y), image_.row(0, y));
+      if (y == 0) {
+        trace_path(way);
+      }
+      area_.pad_right(y, 0, channel_.padding);
+    }
+    area_.pad_below(0, channel_.padding);
+  }
+
+ private:
+  // Returns which way it took, the same for all rows.
+  const char *fill_row(uint8_t *pixels, Element *out) const {
+    const int32_t columns = area_.columns();
+    const int32_t red = red_byte(order_);
+    if constexpr (std::is_same_v<Element, uint8_t>) {
+      if (channel_.mean == 0 && channel_.scale == 1) {
+        weigh_luma({pixels, 3, columns, 1, 3 * ptrdiff_t{columns}}, order_,
                    {out, 1, columns, 1, columns});
-      });
-      return;
+        return "tensor.luma.identity";
+      }
     }
-  }
-#if TAVRINE_IS_X86
-  if (std::min(pixels.columns, image.columns) >= kPixelsInFill &&
-      weighs_in_vectors<Element>(channel)) {
-    const WeightedQuotient quotient(red, channel);
-    fill([&](const uint8_t *row, int32_t columns, Element *out) {
-      for_each_step(columns, kPixelsInFill,
-                    [&](int32_t x) { quotient.fill(row + 3 * x, out + x); });
-    });
-    return;
-  }
+#if TAVRINE_HAS_VECTORS
+    if (normalize_luma_row(pixels, columns, red, channel_, out)) {
+      return "tensor.luma.vectors";
+    }
 #endif
-  fill([red, of = channel](const uint8_t *row, int32_t columns, Element *out) {
-    for (int32_t x = 0; x < columns; ++x, row += 3) {
-      out[x] = scalar::weighted_element<Element>(row[red], row[1], row[2 - red], of);
+    const ChannelNormalization channel = channel_;
+    for (int32_t x = 0; x < columns; ++x, pixels += 3) {
+      out[x] = scalar::weighted_element<Element>(pixels[red], pixels[1], pixels[2 - red], channel);
     }
-  });
-}
+    return "tensor.luma.pixels";
+  }
 
-void fill_color_floats(const PlaneView &pixels, const int32_t bytes[3],
-                       const ChannelNormalization channels[3], const ElementPlanes<float> &image) {
-  fill_color_rows(pixels, bytes, channels, image);
-}
-
-void fill_color_bytes(const PlaneView &pixels, const int32_t bytes[3],
-                      const ChannelNormalization channels[3], const ElementPlanes<uint8_t> &image) {
-  fill_color_rows(pixels, bytes, channels, image);
-}
-
-void fill_grey_floats(const PlaneView &pixels, const ChannelNormalization &channel,
-                      const ElementPlanes<float> &image) {
-  fill_grey_rows(pixels, channel, image);
-}
-
-void fill_grey_bytes(const PlaneView &pixels, const ChannelNormalization &channel,
-                     const ElementPlanes<uint8_t> &image) {
-  fill_grey_rows(pixels, channel, image);
-}
-
-void fill_weighted_floats(const PlaneView &pixels, ByteOrder order,
-                          const ChannelNormalization &channel, const ElementPlanes<float> &image) {
-  fill_weighted_grey_rows(pixels, order, channel, image);
-}
-
-void fill_weighted_bytes(const PlaneView &pixels, ByteOrder order,
-                         const ChannelNormalization &channel, const ElementPlanes<uint8_t> &image) {
-  fill_weighted_grey_rows(pixels, order, channel, image);
-}
+  const PlaneView &pixels_;
+  ByteOrder order_;
+  const ElementPlanes<Element> &image_;
+  const ChannelNormalization &channel_;
+  SharedArea<Element> area_;
+};
 
 template <typename Element>
 void repeat_in_rows(const ElementPlanes<Element> &image, int32_t channel, Element value) {
   for (int32_t y = 0; y < image.rows; ++y) {
     repeat(value, image.columns, image.row(channel, y));
   }
+}
+
+// Names that can be exported: overloads and templates cannot.
+
+void color_to_floats(const PlaneView &pixels, const int32_t bytes[3],
+                     const ChannelNormalization channels[3], const ElementPlanes<float> &image) {
+  ColorFill<float>(pixels, bytes, channels, image).run();
+}
+
+void color_to_bytes(const PlaneView &pixels, const int32_t bytes[3],
+                    const ChannelNormalization channels[3], const ElementPlanes<uint8_t> &image) {
+  ColorFill<uint8_t>(pixels, bytes, channels, image).run();
+}
+
+void grey_to_floats(const PlaneView &pixels, const ChannelNormalization &channel,
+                    const ElementPlanes<float> &image) {
+  GreyFill<float>(pixels, channel, image).run();
+}
+
+void grey_to_bytes(const PlaneView &pixels, const ChannelNormalization &channel,
+                   const ElementPlanes<uint8_t> &image) {
+  GreyFill<uint8_t>(pixels, channel, image).run();
+}
+
+void luma_to_floats(const PlaneView &pixels, ByteOrder order, const ChannelNormalization &channel,
+                    const ElementPlanes<float> &image) {
+  LumaFill<float>(pixels, order, channel, image).run();
+}
+
+void luma_to_bytes(const PlaneView &pixels, ByteOrder order, const ChannelNormalization &channel,
+                   const ElementPlanes<uint8_t> &image) {
+  LumaFill<uint8_t>(pixels, order, channel, image).run();
 }
 
 void repeat_float(const ElementPlanes<float> &image, int32_t channel, float value) {
@@ -288,67 +401,54 @@ HWY_AFTER_NAMESPACE();
 namespace tavrine {
 namespace {
 
-HWY_EXPORT(fill_color_floats);
-HWY_EXPORT(fill_color_bytes);
-HWY_EXPORT(fill_grey_floats);
-HWY_EXPORT(fill_grey_bytes);
-HWY_EXPORT(fill_weighted_floats);
-HWY_EXPORT(fill_weighted_bytes);
+HWY_EXPORT(color_to_floats);
+HWY_EXPORT(color_to_bytes);
+HWY_EXPORT(grey_to_floats);
+HWY_EXPORT(grey_to_bytes);
+HWY_EXPORT(luma_to_floats);
+HWY_EXPORT(luma_to_bytes);
 HWY_EXPORT(repeat_float);
 HWY_EXPORT(repeat_byte);
 
 }  // namespace
 
-template <typename Element>
 void fill_color(const PlaneView &pixels, const int32_t bytes[3],
-                const ChannelNormalization channels[3], const ElementPlanes<Element> &image) {
-  if constexpr (std::is_same_v<Element, float>) {
-    HWY_DYNAMIC_DISPATCH(fill_color_floats)(pixels, bytes, channels, image);
-  } else {
-    HWY_DYNAMIC_DISPATCH(fill_color_bytes)(pixels, bytes, channels, image);
-  }
+                const ChannelNormalization channels[3], const ElementPlanes<float> &image) {
+  HWY_DYNAMIC_DISPATCH(color_to_floats)(pixels, bytes, channels, image);
 }
 
-template <typename Element>
+void fill_color(const PlaneView &pixels, const int32_t bytes[3],
+                const ChannelNormalization channels[3], const ElementPlanes<uint8_t> &image) {
+  HWY_DYNAMIC_DISPATCH(color_to_bytes)(pixels, bytes, channels, image);
+}
+
 void fill_grey(const PlaneView &pixels, const ChannelNormalization &channel,
-               const ElementPlanes<Element> &image) {
-  if constexpr (std::is_same_v<Element, float>) {
-    HWY_DYNAMIC_DISPATCH(fill_grey_floats)(pixels, channel, image);
-  } else {
-    HWY_DYNAMIC_DISPATCH(fill_grey_bytes)(pixels, channel, image);
-  }
+               const ElementPlanes<float> &image) {
+  HWY_DYNAMIC_DISPATCH(grey_to_floats)(pixels, channel, image);
 }
 
-template <typename Element>
+void fill_grey(const PlaneView &pixels, const ChannelNormalization &channel,
+               const ElementPlanes<uint8_t> &image) {
+  HWY_DYNAMIC_DISPATCH(grey_to_bytes)(pixels, channel, image);
+}
+
 void fill_weighted_grey(const PlaneView &pixels, ByteOrder order,
-                        const ChannelNormalization &channel, const ElementPlanes<Element> &image) {
-  if constexpr (std::is_same_v<Element, float>) {
-    HWY_DYNAMIC_DISPATCH(fill_weighted_floats)(pixels, order, channel, image);
-  } else {
-    HWY_DYNAMIC_DISPATCH(fill_weighted_bytes)(pixels, order, channel, image);
-  }
+                        const ChannelNormalization &channel, const ElementPlanes<float> &image) {
+  HWY_DYNAMIC_DISPATCH(luma_to_floats)(pixels, order, channel, image);
 }
 
-template <typename Element>
-void fill_constant(const ElementPlanes<Element> &image, int32_t channel, Element value) {
-  if constexpr (std::is_same_v<Element, float>) {
-    HWY_DYNAMIC_DISPATCH(repeat_float)(image, channel, value);
-  } else {
-    HWY_DYNAMIC_DISPATCH(repeat_byte)(image, channel, value);
-  }
+void fill_weighted_grey(const PlaneView &pixels, ByteOrder order,
+                        const ChannelNormalization &channel, const ElementPlanes<uint8_t> &image) {
+  HWY_DYNAMIC_DISPATCH(luma_to_bytes)(pixels, order, channel, image);
 }
 
-#define TAVRINE_INSTANTIATE_FILLS(Element)                                                     \
-  template void fill_color(const PlaneView &, const int32_t[3], const ChannelNormalization[3], \
-                           const ElementPlanes<Element> &);                                    \
-  template void fill_grey(const PlaneView &, const ChannelNormalization &,                     \
-                          const ElementPlanes<Element> &);                                     \
-  template void fill_weighted_grey(const PlaneView &, ByteOrder, const ChannelNormalization &, \
-                                   const ElementPlanes<Element> &);                            \
-  template void fill_constant(const ElementPlanes<Element> &, int32_t, Element)
+void fill_constant(const ElementPlanes<float> &image, int32_t channel, float value) {
+  HWY_DYNAMIC_DISPATCH(repeat_float)(image, channel, value);
+}
 
-TAVRINE_INSTANTIATE_FILLS(float);
-TAVRINE_INSTANTIATE_FILLS(uint8_t);
+void fill_constant(const ElementPlanes<uint8_t> &image, int32_t channel, uint8_t value) {
+  HWY_DYNAMIC_DISPATCH(repeat_byte)(image, channel, value);
+}
 
 }  // namespace tavrine
 #endif

@@ -6,8 +6,13 @@
 // the value; byte elements take the low byte of the unsigned integer that it truncates to,
 // which is 0 below 0 and saturates above 2^32 - 1.
 //
-// What the pixels do not cover, to the right and below, takes the channel's padding, converted
-// alike but not normalised. Pixels beyond the image are left out.
+// Elements to the right of and below the pixels take the channel's padding, converted alike but
+// not normalised. Pixels beyond the image are ignored.
+//
+// A byte has 256 values, so every call with one byte an element first makes the table of their
+// elements by definition. The vector formula is used only if it gives the same bits for all 256
+// (it may flush denormals, overflow an integer of 32 bits, or round a quotient differently);
+// otherwise the table itself is looked up. So no input needs an argument of its own.
 #pragma once
 
 #include "kernels/color/rgb.h"
@@ -35,23 +40,26 @@ struct ChannelNormalization {
   float padding;
 };
 
-// Instantiated for float and uint8_t. Pixels and image must be usable.
+// Pixels, of 3 channels or for fill_grey() of 1, and image must be usable.
 
 // Channel c takes byte `bytes[c]` of each pixel.
-template <typename Element>
 void fill_color(const PlaneView &pixels, const int32_t bytes[3],
-                const ChannelNormalization channels[3], const ElementPlanes<Element> &image);
+                const ChannelNormalization channels[3], const ElementPlanes<float> &image);
+void fill_color(const PlaneView &pixels, const int32_t bytes[3],
+                const ChannelNormalization channels[3], const ElementPlanes<uint8_t> &image);
 
-template <typename Element>
 void fill_grey(const PlaneView &pixels, const ChannelNormalization &channel,
-               const ElementPlanes<Element> &image);
+               const ElementPlanes<float> &image);
+void fill_grey(const PlaneView &pixels, const ChannelNormalization &channel,
+               const ElementPlanes<uint8_t> &image);
 
-template <typename Element>
 void fill_weighted_grey(const PlaneView &pixels, ByteOrder order,
-                        const ChannelNormalization &channel, const ElementPlanes<Element> &image);
+                        const ChannelNormalization &channel, const ElementPlanes<float> &image);
+void fill_weighted_grey(const PlaneView &pixels, ByteOrder order,
+                        const ChannelNormalization &channel, const ElementPlanes<uint8_t> &image);
 
 // Every element of one channel.
-template <typename Element>
-void fill_constant(const ElementPlanes<Element> &image, int32_t channel, Element value);
+void fill_constant(const ElementPlanes<float> &image, int32_t channel, float value);
+void fill_constant(const ElementPlanes<uint8_t> &image, int32_t channel, uint8_t value);
 
 }  // namespace tavrine
