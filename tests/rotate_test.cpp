@@ -1,4 +1,5 @@
-// Rotation, and its kernels on every instruction set, held against the mapping of single pixels.
+// Rotation of frames, and its kernels on every instruction set, held against the mapping of single
+// pixels.
 #include "kernels/rotate/rotate.h"
 #include "tests/kernel_support.h"
 

@@ -1,4 +1,4 @@
-// Fills on every instruction set, held against their definition bit by bit.
+// Tensor fills on every instruction set, held against their definition bit by bit.
 #include "kernels/tensor/tensor.h"
 
 #include <cmath>
@@ -9,8 +9,8 @@
 namespace tavrine::test {
 namespace {
 
-// What vectors cannot do: results next to zero, without bounds, or beyond 32 bits; reciprocals
-// and means next to zero; and what they can only do in parts.
+// Ordinary values, and those for which vectors may differ: results that are denormal, infinite, NaN
+// or beyond 32 bits, and denormal means and scales.
 const ChannelNormalization kNormalizations[] = {
     {0, 1, 0},
     {-0.0F, 1, 7},
