@@ -83,18 +83,4 @@ inline void blend_rows(const int16_t *upper, const int16_t *lower, const Tap &ta
   }
 }
 
-// The rounded mean of two by two neighbouring pixels, every `ratio` pixels.
-inline void reduce_rows(const uint8_t *upper, const uint8_t *lower, int32_t channels, int32_t ratio,
-                        int32_t columns, uint8_t *destination) {
-  for (int32_t x = 0; x < columns; ++x) {
-    for (int32_t channel = 0; channel < channels; ++channel) {
-      *destination++ = static_cast<uint8_t>((upper[channel] + upper[channel + channels] +
-                                             lower[channel] + lower[channel + channels] + 2) >>
-                                            2);
-    }
-    upper += ratio * channels;
-    lower += ratio * channels;
-  }
-}
-
 }  // namespace tavrine::scalar
