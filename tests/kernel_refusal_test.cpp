@@ -76,7 +76,7 @@ const Kernel kKernels[] = {
      {3, 3},
      kSize | kChannels,
      [](const Views &v) { return rotate_plane(v[0], Rotation::k180, v[1]); }},
-    {"resize", {1, 1}, kNothing, [](const Views &v) { return resize_plane(v[0], v[1]); }},
+    {"resize", {2, 2}, kChannels, [](const Views &v) { return resize_plane(v[0], v[1]); }},
     {"affine warp",
      {4, 4},
      kChannels,

@@ -91,17 +91,17 @@ struct DownscaleStep<2, 4> {
   HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
     const uint8x16x4_t above = vld4q_u8(upper);
     const uint8x16x4_t below = vld4q_u8(lower);
-    vst4_u8(out, {{means_of_pairs(above.val[0], below.val[0]),
-                   means_of_pairs(above.val[1], below.val[1]),
-                   means_of_pairs(above.val[2], below.val[2]),
-                   means_of_pairs(above.val[3], below.val[3])}});
+    vst4_u8(
+        out,
+        {{means_of_pairs(above.val[0], below.val[0]), means_of_pairs(above.val[1], below.val[1]),
+          means_of_pairs(above.val[2], below.val[2]), means_of_pairs(above.val[3], below.val[3])}});
   }
 };
 
 // Rounded means of the same byte of four pixels.
 HWY_INLINE uint8x16_t means_of_pixels(uint8x16_t a, uint8x16_t b, uint8x16_t c, uint8x16_t d) {
-  const uint16x8_t low = vaddw_u8(vaddw_u8(vaddl_u8(vget_low_u8(a), vget_low_u8(b)), vget_low_u8(c)),
-                                  vget_low_u8(d));
+  const uint16x8_t low =
+      vaddw_u8(vaddw_u8(vaddl_u8(vget_low_u8(a), vget_low_u8(b)), vget_low_u8(c)), vget_low_u8(d));
   const uint16x8_t high = vaddw_u8(
       vaddw_u8(vaddl_u8(vget_high_u8(a), vget_high_u8(b)), vget_high_u8(c)), vget_high_u8(d));
   return vcombine_u8(vrshrn_n_u16(low, 2), vrshrn_n_u16(high, 2));

@@ -12,10 +12,9 @@ inline void downscale_row(const uint8_t *upper, const uint8_t *lower, int32_t ch
   const int32_t right = left + channels;
   for (int32_t x = 0; x < columns; ++x) {
     for (int32_t channel = 0; channel < channels; ++channel) {
-      *destination++ =
-          static_cast<uint8_t>((upper[left + channel] + upper[right + channel] +
-                                lower[left + channel] + lower[right + channel] + 2) >>
-                               2);
+      *destination++ = static_cast<uint8_t>((upper[left + channel] + upper[right + channel] +
+                                             lower[left + channel] + lower[right + channel] + 2) >>
+                                            2);
     }
     upper += ratio * channels;
     lower += ratio * channels;

@@ -140,9 +140,9 @@ struct DownscaleStep<4, kChannels> {
   HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
     const Words d16;
     const auto words = [&](ptrdiff_t i) {
-      return rounded_quarters(hn::ReorderDemote2To(d16, sums(upper + offset(i), lower + offset(i)),
-                                                   sums(upper + offset(i + 1),
-                                                        lower + offset(i + 1))));
+      return rounded_quarters(
+          hn::ReorderDemote2To(d16, sums(upper + offset(i), lower + offset(i)),
+                               sums(upper + offset(i + 1), lower + offset(i + 1))));
     };
     auto bytes = pack_in_blocks(words(0), words(2));
 #if HWY_TARGET == HWY_AVX2

@@ -63,9 +63,8 @@ void take_thirds(const PlaneView &source, const PlaneView &destination) {
   const Step step;
   for_each_centre_row(source, destination, [&](const uint8_t *row, uint8_t *out) {
     for_each_overwriting_step<kChannels, Step::kPixels, Step::kOverwritten>(
-        destination.columns, out, [&](int32_t x, uint8_t *to) {
-          step(row + static_cast<ptrdiff_t>(x) * 3 * kChannels, to);
-        });
+        destination.columns, out,
+        [&](int32_t x, uint8_t *to) { step(row + static_cast<ptrdiff_t>(x) * 3 * kChannels, to); });
   });
 }
 

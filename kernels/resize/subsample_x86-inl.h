@@ -65,9 +65,8 @@ struct SubsampleThirdsStep<3> {
   }
 
   HWY_INLINE void operator()(const uint8_t *row, uint8_t *out) const {
-    const auto mixed =
-        hn::OddEven(hn::BitCast(Ints(), load_blocks(row + 17, 36)),
-                    hn::BitCast(Ints(), load_blocks(row + 3, 36)));
+    const auto mixed = hn::OddEven(hn::BitCast(Ints(), load_blocks(row + 17, 36)),
+                                   hn::BitCast(Ints(), load_blocks(row + 3, 36)));
     const auto bytes = hn::TableLookupBytes(hn::BitCast(Bytes(), mixed), order_);
     const BytesInBlock block;
 #if HWY_TARGET == HWY_AVX2
