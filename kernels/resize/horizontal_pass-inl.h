@@ -7,14 +7,16 @@
 #endif
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include "common/allocate.h"
 #include "kernels/plane_view.h"
+#include "kernels/resize/aligned_scratch.h"
+#include "kernels/resize/resample_tables-inl.h"
 #include "kernels/resize/resize_bilinear_arm-inl.h"
 #include "kernels/resize/resize_bilinear_x86-inl.h"
 #include "kernels/resize/resize_scalar.h"
-#include "kernels/resize/sample_groups-inl.h"
 
 #if TAVRINE_HAS_VECTORS
 
@@ -24,121 +26,183 @@ namespace HWY_NAMESPACE {
 
 using scalar::Tap;
 
-// The horizontal pass of one plane: its tables, and what it does to a row.
+constexpr int32_t kSamplesInStep = kSamplesInGroup * kGroupsInStep;
+
+// Calls run with the number of windows as a constant.
+template <size_t kIndex = 0, class Run>
+HWY_INLINE void with_windows(int32_t windows, Run run) {
+  if constexpr (kIndex + 1 < std::size(kWindowCounts)) {
+    if (windows != kWindowCounts[kIndex]) {
+      return with_windows<kIndex + 1>(windows, run);
+    }
+  }
+  run(std::integral_constant<int32_t, kWindowCounts[kIndex]>());
+}
+
+// The horizontal pass of one plane: its tables, and what it does to rows.
+//
+// Rows are resampled in whole steps. The last step ends with the row, and so overlaps the one
+// before it. In a row shorter than a step, the last sample is repeated.
 class HorizontalPass {
  public:
   HorizontalPass(const PlaneView &source, const PlaneView &destination)
       : source_(source),
+        columns_(destination.columns),
         samples_(static_cast<int32_t>(destination.row_bytes())),
-        groups_((samples_ + kSamplesInStep - 1) / kSamplesInStep * (kSamplesInStep / 4)),
-        scale_(scalar::reciprocal_scale(source.columns, destination.columns)) {}
+        steps_((samples_ + kSamplesInStep - 1) / kSamplesInStep) {}
 
-  // The fewest windows that reach all samples: they are far apart when a row shrinks a lot.
-  bool prepare() {
-    weights_ = allocate<int16_t>(static_cast<int64_t>(groups_) * 8);
-    for (windows_ = 1; windows_ <= kMostWindows; windows_ *= 2) {
-      const int64_t groups = groups_;
-      bases_ = allocate<int32_t>(groups * windows_);
-      controls_ = allocate<uint8_t>(groups * control_bytes(windows_));
-      if (!bases_ || !controls_ || !weights_) {
-        return false;
-      }
-      if (fill_tables()) {
-        return true;
-      }
-    }
-    return false;
+  int32_t steps() const { return steps_; }
+  int32_t windows() const { return windows_; }
+
+  // Where a step starts in a row of the destination.
+  int32_t step_start(int32_t step) const {
+    return std::min(step * kSamplesInStep, std::max(samples_ - kSamplesInStep, 0));
   }
 
-  void run(const uint8_t *source, int16_t *row) {
-    if (source_.row_bytes() < kLeastReadable) {
-      std::copy_n(source, source_.row_bytes(), short_row_);
-      source = short_row_;
+  // False when memory ran out.
+  bool prepare() {
+    taps_ = allocate<Tap>(columns_);
+    if (!taps_) {
+      return false;
     }
-    const GroupTables tables = {bases_.get(), controls_.get(), weights_.get()};
-    const int32_t samples = groups_ * kSamplesInGroup;
-    switch (windows_) {
-      case 1:
-        return resample_groups<1>(source, tables, samples, row);
-      case 2:
-        return resample_groups<2>(source, tables, samples, row);
-      default:
-        return resample_groups<4>(source, tables, samples, row);
+    const float scale = scalar::reciprocal_scale(source_.columns, columns_);
+    for (int32_t x = 0; x < columns_; ++x) {
+      taps_[x] = scalar::column_tap(x, scale, source_.columns);
     }
+    for (const int32_t windows : kWindowCounts) {
+      windows_ = windows;
+      if (fit_windows()) {
+        break;
+      }
+    }
+    const int64_t groups = int64_t{steps_} * kGroupsInStep;
+    bases_ = allocate<int32_t>(groups * windows_);
+    if (!bases_ || !entries_.allocate(groups * entry_bytes(windows_))) {
+      return false;
+    }
+    for_each_group([this](ptrdiff_t group, const Group &samples) {
+      enter(group, samples);
+      return true;
+    });
+    return true;
+  }
+
+  ResampleTables tables() const { return {bases_.get(), entries_.data()}; }
+
+  // The row itself, or a copy where it is shorter than what a window reads. `index` tells copies
+  // apart.
+  const uint8_t *readable_row(const uint8_t *row, size_t index) {
+    if (source_.row_bytes() >= kMinReadable) {
+      return row;
+    }
+    std::copy_n(row, source_.row_bytes(), short_rows_[index]);
+    return short_rows_[index];
   }
 
  private:
-  static constexpr ptrdiff_t kLeastReadable = 16;  // what the longest window reads
+  static constexpr ptrdiff_t kMinReadable = 16;  // the longest window
 
   struct Sample {
-    int32_t first;  // byte offsets
+    int32_t first;  // byte offsets of the neighbours
     int32_t second;
     Tap tap;
   };
+  using Group = std::array<Sample, kSamplesInGroup>;
 
-  // False when the windows do not reach the samples of a group.
-  bool fill_tables() {
+  // Calls visit(group, samples) while it returns true. Returns whether all groups were visited.
+  template <class Visit>
+  bool for_each_group(Visit visit) const {
     const int32_t channels = source_.channels;
-    Sample group[kSamplesInGroup];
-    int32_t column = 0;
-    int32_t channel = 0;
-    Tap tap = scalar::column_tap(0, scale_, source_.columns);
-    for (int32_t position = 0; position < groups_; ++position) {
-      for (int32_t i = 0; i < kSamplesInGroup; ++i) {
-        const int32_t first = tap.index * channels + channel;
-        group[i] = {first, first + (tap.index < source_.columns - 1 ? channels : 0), tap};
-        // The padding repeats the last sample.
-        if (position * kSamplesInGroup + i < samples_ - 1 && ++channel == channels) {
-          channel = 0;
-          tap = scalar::column_tap(++column, scale_, source_.columns);
+    for (int32_t step = 0; step < steps_; ++step) {
+      const int32_t start = step_start(step);
+      int32_t column = start / channels;
+      int32_t channel = start % channels;
+      for (int32_t i = 0; i < kGroupsInStep; ++i) {
+        Group samples;
+        for (Sample &sample : samples) {
+          const Tap &tap = taps_[column];
+          const int32_t first = tap.index * channels + channel;
+          sample = {first, first + (tap.index < source_.columns - 1 ? channels : 0), tap};
+          if (++channel == channels) {
+            if (column == columns_ - 1) {
+              --channel;  // repeats the last sample
+            } else {
+              channel = 0;
+              ++column;
+            }
+          }
         }
-      }
-      if (!fill_group(group, position)) {
-        return false;
+        if (!visit(step * kGroupsInStep + i, samples)) {
+          return false;
+        }
       }
     }
     return true;
   }
 
-  bool fill_group(const Sample (&group)[kSamplesInGroup], int32_t position) {
-    const int32_t reach = window_bytes(windows_);
-    const auto readable = static_cast<int32_t>(std::max(source_.row_bytes(), kLeastReadable));
-    int32_t bases[kMostWindows] = {};
-    Pick picks[kSamplesInGroup];
-    int32_t window = 0;
-    int32_t least = group[0].first;
-    int32_t most = group[0].second;
-    for (int32_t i = 0; i < kSamplesInGroup; ++i) {
-      const Sample &sample = group[i];
-      least = std::min(least, sample.first);
-      most = std::max(most, sample.second);
-      if (most - least >= reach) {  // begin another window
-        if (++window == windows_) {
-          return false;
-        }
-        least = sample.first;
-        most = sample.second;
+  // Which window each sample of a group takes, and where the windows start.
+  struct Division {
+    int32_t windows = 0;
+    std::array<int32_t, kSamplesInGroup> window_of;
+    std::array<int32_t, kMaxWindows> starts;
+  };
+
+  // Gives each window as many samples as it reaches, or one when there is a window for each.
+  static Division divide(const Group &samples, int32_t windows) {
+    const int32_t reach = windows == kMaxWindows ? 0 : window_bytes(windows);
+    Division division;
+    int32_t first = 0;
+    int32_t last = 0;
+    for (size_t i = 0; i < samples.size(); ++i) {
+      // Where several pixels have the same neighbours, later samples may lie before earlier ones.
+      first = std::min(first, samples[i].first);
+      last = std::max(last, samples[i].second);
+      if (division.windows == 0 || last - first >= reach) {
+        first = samples[i].first;
+        last = samples[i].second;
+        ++division.windows;
       }
-      bases[window] = std::min(least, readable - reach);
-      picks[i] = {window, sample.first, sample.second, sample.tap.first, sample.tap.second};
+      const int32_t window = division.windows - 1;
+      division.window_of[i] = window;
+      division.starts[static_cast<size_t>(window)] = first;
     }
-    for (Pick &pick : picks) {
-      pick.first -= bases[pick.window];
-      pick.second -= bases[pick.window];
+    return division;
+  }
+
+  bool fit_windows() const {
+    return windows_ == kMaxWindows || for_each_group([this](ptrdiff_t, const Group &samples) {
+             return divide(samples, windows_).windows <= windows_;
+           });
+  }
+
+  void enter(ptrdiff_t group, const Group &samples) {
+    Division division = divide(samples, windows_);
+    // A window does not read past the row, so that near its end it starts earlier.
+    const auto readable = static_cast<int32_t>(std::max(source_.row_bytes(), kMinReadable));
+    for (int32_t i = 0; i < kMaxWindows; ++i) {
+      int32_t &start = division.starts[static_cast<size_t>(i)];
+      start = i < division.windows ? std::min(start, readable - window_bytes(windows_)) : 0;
     }
-    enter_group({bases_.get(), controls_.get(), weights_.get()}, windows_, position, bases, picks);
-    return true;
+    std::array<Pick, kSamplesInGroup> picks;
+    for (size_t i = 0; i < samples.size(); ++i) {
+      const Sample &sample = samples[i];
+      const int32_t window = division.window_of[i];
+      const int32_t start = division.starts[static_cast<size_t>(window)];
+      picks[i] = {window, sample.first - start, sample.second - start, sample.tap.first,
+                  sample.tap.second};
+    }
+    enter_group(bases_.get(), entries_.data(), windows_, group, division.starts, picks);
   }
 
   const PlaneView &source_;
+  int32_t columns_;
   int32_t samples_;
-  int32_t groups_;
-  float scale_;
+  int32_t steps_;
   int32_t windows_ = 1;
+  std::unique_ptr<Tap[]> taps_;
   std::unique_ptr<int32_t[]> bases_;
-  std::unique_ptr<uint8_t[]> controls_;
-  std::unique_ptr<int16_t[]> weights_;
-  uint8_t short_row_[kLeastReadable] = {};
+  AlignedScratch<uint8_t> entries_;
+  uint8_t short_rows_[2][kMinReadable] = {};
 };
 
 }  // namespace HWY_NAMESPACE
