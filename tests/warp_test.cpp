@@ -1,5 +1,5 @@
-// Affine and perspective warps, and their kernels on every instruction set, held against their
-// formulas written out per pixel.
+// Affine and perspective warps, and their kernels on every instruction set, compared with their
+// formulas pixel by pixel.
 #include <cmath>
 #include <limits>
 
@@ -127,7 +127,7 @@ class Warps : public LibraryTest {
     return std::uniform_real_distribution<float>(low, high)(random_);
   }
 
-  // Turned, scaled and tilted about the middles of both; every fourth time with odd values in it.
+  // Rotates, scales and tilts about the centres of both. Every fourth matrix has unusual values.
   Matrix random_matrix(const Plane &from, const Plane &to) {
     const float angle =
         random_() % 3 == 0 ? 1.5707964F * static_cast<float>(random_() % 4) : between(-3.2F, 3.2F);
@@ -146,19 +146,19 @@ class Warps : public LibraryTest {
         0.5F * static_cast<float>(from.rows) - d * middle - a * centre + between(-shift, shift);
     Matrix matrix = {a, -d, c, d, a, f, between(-tilt, tilt), between(-tilt, tilt), 1};
     if (random_() % 4 == 0) {
-      make_odd(matrix);
+      make_unusual(matrix);
     }
     return matrix;
   }
 
-  // Ordinary, tiny, wrapping, saturating, and no number at all.
-  void make_odd(Matrix &matrix) {
+  // Ordinary, denormal, wrapping and saturating values, infinities and NaN.
+  void make_unusual(Matrix &matrix) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     constexpr float kValues[] = {0,        -0.0F,     1,          -1,      1e-42F, -1e-39F,
                                  0.03125F, -0.5F,     1e30F,      -1e30F,  3e38F,  NAN,
                                  3,        kInfinity, -kInfinity, 1e9F,    -1e9F,  32767,
                                  -32769,   4194303.F, 2097151.9F, -2097152};
-    if (random_() % 3 == 0) {  // positions are ordinary where all elements are tiny together
+    if (random_() % 3 == 0) {  // positions are ordinary when all elements are tiny
       constexpr float kScales[] = {1e-36F, 1e-37F, 1e-39F};
       const float scale = kScales[random_() % std::size(kScales)];
       for (float &element : matrix) {
@@ -203,7 +203,7 @@ TEST_F(Warps, AffineEqualsTheFormula) {
   expect_formula(tavrine_frame_warpaffine, kEightBitFormats);
   expect_formula(tavrine_frame_warpaffine, TAVRINE_FORMAT_GREY, {3, 5, 5001, 1},
                  {0.001F, 0, 0, 0, 1, 2});
-  // Source columns end where 16 bits do.
+  // More source columns than a position in 16 bits can reach.
   for (const float shift : {0.0F, 500.5F, 40000.0F, -33000.0F}) {
     expect_formula(tavrine_frame_warpaffine, TAVRINE_FORMAT_GREY, {33000, 2, 33000, 2},
                    {1, 0, shift, 0, 1, 0});
@@ -223,10 +223,10 @@ TEST_F(Warps, SmallPicturesByHand) {
   const Matrix from_minus_one = {0.5F, 0, -1, 0, 1, 0, 0, 0, 1};
   ASSERT_EQ(tavrine_frame_warpaffine(in.get(), out.get(), from_minus_one.data()), 0);
   EXPECT_EQ(pixels_of(out.get()), (std::vector<uint8_t>{0, 50, 100, 110, 120, 60, 0}));
-  // Positions are truncated, and what is between -1 and 0 is extrapolated.
+  // Positions are truncated, and between -1 and 0 samples are extrapolated.
   ASSERT_EQ(tavrine_frame_warpperspective(in.get(), out.get(), from_minus_one.data()), 0);
   EXPECT_EQ(pixels_of(out.get()), (std::vector<uint8_t>{100, 90, 100, 110, 120, 120, 120}));
-  // Not a number where w is 0, in the middle.
+  // In the middle, w is 0 and the position NaN.
   const Matrix pole = {1, 0, -3, 0, 1, 0, 1, 0, -3};
   ASSERT_EQ(tavrine_frame_warpperspective(in.get(), out.get(), pole.data()), 0);
   EXPECT_EQ(pixels_of(out.get()), (std::vector<uint8_t>{120, 120, 120, 0, 120, 120, 120}));
@@ -304,7 +304,7 @@ TEST_F(Warps, RefuseOtherFormatsAndBrokenPlanes) {
   EXPECT_EQ(tavrine_frame_warpaffine(grey.get(), grey.get(), nullptr), -4);
   EXPECT_EQ(tavrine_frame_warpperspective(grey.get(), grey.get(), nullptr), -1);
 
-  // Planes before the faulty one are done, those behind it are not touched.
+  // Planes before the faulty one are warped, those after it are not touched.
   const OwnedFrame yu12 = make_frame(TAVRINE_FORMAT_YU12, 8, 8);
   fill(yu12.get(), 50);
   const OwnedFrame out = make_frame(TAVRINE_FORMAT_YU12, 8, 8);
@@ -319,8 +319,8 @@ TEST_F(Warps, RefuseOtherFormatsAndBrokenPlanes) {
 
 class WarpKernels : public Warps {
  protected:
-  // Holds warp(in, matrix, out) against formula(source, matrix, shape) for many sizes. The last
-  // source has more columns than a saturated position can tell apart.
+  // Compares warp(in, matrix, out) with formula(source, matrix, shape) for many sizes. The last
+  // source has more columns than a position in 16 bits can reach.
   template <typename Kernel, typename Formula>
   void expect_equal(std::initializer_list<int32_t> channel_counts, Kernel warp, Formula formula) {
     on_every_target([&] {

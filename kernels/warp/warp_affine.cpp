@@ -4,18 +4,30 @@
 #define HWY_TARGET_INCLUDE "kernels/warp/warp_affine.cpp"
 #include <hwy/foreach_target.h>  // compiles this file for every instruction set
 // After foreach_target:
-#include <algorithm>
 #include <cstring>
 #include <limits>
 
 #include "common/allocate.h"
+#include "kernels/path.h"
+#include "kernels/warp/warp_affine_arm-inl.h"
+#include "kernels/warp/warp_affine_runs.h"
 #include "kernels/warp/warp_affine_scalar.h"
-#include "kernels/warp/warp_affine_step-inl.h"
+#include "kernels/warp/warp_affine_x86-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
+
+// A vector target defines in warp_affine_arm-inl.h or warp_affine_x86-inl.h:
+//
+//   kPixelsInWarpStep            destination pixels of a step
+//   kOverreadColumns<kChannels>  source columns that a step may read right of the right neighbours
+//   kCanClamp<kChannels>         whether there is a clamped step
+//   warp_step<kChannels, kClamps>(source, row, x_offsets, y_offsets, out)
+//                                warps the pixels of one step. Clamped, it moves positions outside
+//                                to the edge; otherwise all neighbours, and the columns that may be
+//                                read beyond them, must lie in the source.
 
 void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
   int32_t x = 0;
@@ -23,15 +35,16 @@ void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
   const Ints d;
   const hn::RebindToFloat<Ints> df;
   const auto lanes = static_cast<int32_t>(hn::Lanes(d));
-  const auto from_here_on_whole = hn::Set(df, 8388608.0F);
+  const auto limit = hn::Set(df, 0x1p23F);  // floats of this size and more have no fraction
   for (; x <= columns - lanes; x += lanes) {
     const auto column = hn::ConvertTo(df, hn::Iota(d, x));
     const auto value =
         hn::Mul(hn::Mul(column, hn::Set(df, coefficient)), hn::Set(df, scalar::kPositionScale));
-    // What is added and taken away leaves no room for a fraction. Sizes are ordered as their bits.
-    const auto size = hn::Abs(value);
-    const auto has_fraction = hn::Lt(hn::BitCast(d, size), hn::BitCast(d, from_here_on_whole));
-    const auto rounded = hn::Sub(hn::Add(size, from_here_on_whole), from_here_on_whole);
+    // Adding and subtracting 2^23 rounds to the nearest integer, ties to even. Magnitudes are
+    // compared as integers, which order floats without sign in the same way.
+    const auto magnitude = hn::Abs(value);
+    const auto has_fraction = hn::Lt(hn::BitCast(d, magnitude), hn::BitCast(d, limit));
+    const auto rounded = hn::Sub(hn::Add(magnitude, limit), limit);
     const auto nearest =
         hn::IfThenElse(hn::RebindMask(df, has_fraction), hn::CopySignToAbs(rounded, value), value);
     const auto is_number = hn::RebindMask(d, hn::Eq(value, value));
@@ -43,40 +56,6 @@ void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
   }
 }
 
-#if TAVRINE_HAS_VECTORS
-
-// Destination columns from `first` to before `last`.
-struct Run {
-  int32_t first;
-  int32_t last;
-};
-
-// The columns of a run whose positions lie from `low` to before `high`. Offsets rise or fall, and
-// positions do not wrap.
-Run columns_between(const int32_t *offsets, int32_t start, Run run, int32_t low, int32_t high) {
-  if (run.first >= run.last) {
-    return {run.first, run.first};
-  }
-  const int32_t left = start + offsets[run.first];
-  const int32_t right = start + offsets[run.last - 1];
-  if (std::min(left, right) >= low && std::max(left, right) < high) {
-    return run;
-  }
-  const bool rises = left <= right;
-  const auto comes_before = [=](int32_t offset) {
-    return rises ? start + offset < low : start + offset >= high;
-  };
-  const auto has_not_passed = [=](int32_t offset) {
-    return rises ? start + offset < high : start + offset >= low;
-  };
-  const int32_t *end = offsets + run.last;
-  const int32_t *first = std::partition_point(offsets + run.first, end, comes_before);
-  const int32_t *last = std::partition_point(first, end, has_not_passed);
-  return {static_cast<int32_t>(first - offsets), static_cast<int32_t>(last - offsets)};
-}
-
-#endif  // TAVRINE_HAS_VECTORS
-
 template <int kChannels, Border kBorder>
 class Warp {
  public:
@@ -85,6 +64,7 @@ class Warp {
       : source_(source), x_offsets_(x_offsets), y_offsets_(y_offsets), destination_(destination) {}
 
   void run(const AffineMatrix &matrix) const {
+    trace_path(takes_steps() ? "warp_affine.steps" : "warp_affine.definition");
     for (int32_t y = 0; y < destination_.rows; ++y) {
       warp_row(scalar::row_offset(matrix, y), destination_.row(y));
     }
@@ -101,20 +81,22 @@ class Warp {
   }
 
 #if !TAVRINE_HAS_VECTORS
+  static bool takes_steps() { return false; }
+
   void warp_row(scalar::Offset start, uint8_t *row) const {
     by_definition(start, 0, destination_.columns, row);
   }
 #else
   void warp_row(scalar::Offset start, uint8_t *row) const {
     const Run all = {0, destination_.columns};
-    if (!has_plain_size() || wraps(start.x, x_offsets_) || wraps(start.y, y_offsets_)) {
+    if (!takes_steps() || wraps(start.x, x_offsets_) || wraps(start.y, y_offsets_)) {
       by_definition(start, all.first, all.last, row);
       return;
     }
     constexpr bool kHasZeros = kBorder == Border::kZero;
     const Run near = kHasZeros ? run_between(start, all, -1, source_.columns, source_.rows) : all;
     const Run inside = run_between(
-        start, near, 0, source_.columns - 1 - kColumnsSeenBeyond<kChannels>, source_.rows - 1);
+        start, near, 0, source_.columns - 1 - kOverreadColumns<kChannels>, source_.rows - 1);
     fill_zero(all.first, near.first, row);
     warp_edge(start, {near.first, inside.first}, row);
     warp_run<false>(start, inside, row);
@@ -122,24 +104,25 @@ class Warp {
     fill_zero(near.last, all.last, row);
   }
 
-  // Then positions outside may be saturated or not, and offsets of source pixels fit 32 bits.
-  bool has_plain_size() const {
+  // Within these limits saturation to 16 bits cannot change which pixels are outside, and offsets
+  // of source pixels fit 32 bits.
+  bool takes_steps() const {
     constexpr int32_t kLimit = std::numeric_limits<int16_t>::max();
     return source_.columns >= 2 && source_.rows >= 2 && source_.columns <= kLimit &&
            source_.rows <= kLimit &&
            source_.stride <= std::numeric_limits<int32_t>::max() / source_.rows;
   }
 
-  // Offsets rise or fall, so that the ends tell.
+  // Whether a position of the row wraps. Offsets rise or fall, so the ends decide.
   bool wraps(int32_t start, const int32_t *offsets) const {
-    const auto does = [start](int32_t offset) {
+    const auto sum_wraps = [start](int32_t offset) {
       const int64_t sum = static_cast<int64_t>(start) + offset;
       return sum != static_cast<int32_t>(sum);
     };
-    return does(offsets[0]) || does(offsets[destination_.columns - 1]);
+    return sum_wraps(offsets[0]) || sum_wraps(offsets[destination_.columns - 1]);
   }
 
-  // The part of a run whose pixels lie from `low` to before the ends given.
+  // The part of a run whose upper left neighbours lie from column and row `low` to before the ends.
   Run run_between(scalar::Offset start, Run run, int32_t low, int32_t column_end,
                   int32_t row_end) const {
     constexpr int32_t kPixel = 1 << scalar::kPositionBits;
@@ -154,7 +137,7 @@ class Warp {
     }
   }
 
-  // Pixels with neighbours inside and outside.
+  // Pixels with neighbours inside and neighbours outside.
   void warp_edge(scalar::Offset start, Run run, uint8_t *row) const {
     if constexpr (kBorder == Border::kNearestEdge && kCanClamp<kChannels>) {
       warp_run<true>(start, run, row);
@@ -169,20 +152,14 @@ class Warp {
       by_definition(start, run.first, run.last, row);
       return;
     }
-    const PlaneView source = source_;  // pixels do not change a copy
-    const int32_t *const x_offsets = x_offsets_;
-    const int32_t *const y_offsets = y_offsets_;
-    const auto step = [&](int32_t x) {
+    const PlaneView source = source_;  // a copy that writing pixels cannot change
+    const int32_t *const x_offsets = x_offsets_ + run.first;
+    const int32_t *const y_offsets = y_offsets_ + run.first;
+    uint8_t *const out = row + static_cast<ptrdiff_t>(run.first) * kChannels;
+    for_each_step(run.last - run.first, kPixelsInWarpStep, [&](int32_t x) {
       warp_step<kChannels, kClamps>(source, start, x_offsets + x, y_offsets + x,
-                                    row + static_cast<ptrdiff_t>(x) * kChannels);
-    };
-    int32_t x = run.first;
-    for (; x <= run.last - kPixelsInWarpStep; x += kPixelsInWarpStep) {
-      step(x);
-    }
-    if (x != run.last) {  // the last step overlaps the one before
-      step(run.last - kPixelsInWarpStep);
-    }
+                                    out + static_cast<ptrdiff_t>(x) * kChannels);
+    });
   }
 #endif
 
@@ -192,29 +169,18 @@ class Warp {
   const PlaneView &destination_;
 };
 
-template <Border kBorder>
-void warp_channels(const PlaneView &source, const AffineMatrix &matrix, const int32_t *x_offsets,
-                   const int32_t *y_offsets, const PlaneView &destination) {
-  switch (source.channels) {
-    case 1:
-      return Warp<1, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
-    case 2:
-      return Warp<2, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
-    case 3:
-      return Warp<3, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
-    default:
-      return Warp<4, kBorder>(source, x_offsets, y_offsets, destination).run(matrix);
-  }
-}
-
-// Fills the offsets of the destination's columns, too.
+// The offsets are room for one number for each destination column.
 void warp(const PlaneView &source, const AffineMatrix &matrix, Border border, int32_t *x_offsets,
           int32_t *y_offsets, const PlaneView &destination) {
   column_offsets(matrix.a, destination.columns, x_offsets);
   column_offsets(matrix.d, destination.columns, y_offsets);
-  const auto warp_it =
-      border == Border::kZero ? warp_channels<Border::kZero> : warp_channels<Border::kNearestEdge>;
-  warp_it(source, matrix, x_offsets, y_offsets, destination);
+  with_channels(source.channels, [&](auto channels) {
+    if (border == Border::kZero) {
+      Warp<channels, Border::kZero>(source, x_offsets, y_offsets, destination).run(matrix);
+    } else {
+      Warp<channels, Border::kNearestEdge>(source, x_offsets, y_offsets, destination).run(matrix);
+    }
+  });
 }
 
 }  // namespace
@@ -232,8 +198,7 @@ HWY_EXPORT(warp);
 
 bool warp_affine(const PlaneView &source, const AffineMatrix &matrix, Border border,
                  const PlaneView &destination) {
-  if (!source.is_usable() || !destination.is_usable() || source.channels != destination.channels ||
-      source.channels < 1 || source.channels > 4) {
+  if (!have_same_channels(source, destination)) {
     return false;
   }
   const auto offsets = allocate<int32_t>(2 * static_cast<int64_t>(destination.columns));

@@ -13,10 +13,11 @@ namespace tavrine::scalar {
 
 constexpr int32_t kPositionBits = 10;
 constexpr float kPositionScale = 1 << kPositionBits;
-constexpr int32_t kStepBits = 5;
-constexpr int32_t kSteps = 1 << kStepBits;
+constexpr int32_t kSubpixelBits = 5;
+constexpr int32_t kSubpixels = 1 << kSubpixelBits;
 
-// What a destination column or row adds to a position. Sums wrap, as they do on the camera.
+// The part of a position that comes from the destination's column or row. Sums wrap, as they do on
+// the camera.
 struct Offset {
   int32_t x;
   int32_t y;
@@ -32,10 +33,11 @@ inline int32_t column_offset(float coefficient, int32_t column) {
 }
 
 inline Offset row_offset(const AffineMatrix &matrix, int32_t row) {
-  constexpr int32_t kHalfStep = 1 << (kPositionBits - kStepBits - 1);
+  constexpr int32_t kHalfSubpixel = 1 << (kPositionBits - kSubpixelBits - 1);
   const auto y = static_cast<float>(row);
-  return {wrapping_sum(truncate_to_int32((matrix.b * y + matrix.c) * kPositionScale), kHalfStep),
-          wrapping_sum(truncate_to_int32((matrix.e * y + matrix.f) * kPositionScale), kHalfStep)};
+  return {
+      wrapping_sum(truncate_to_int32((matrix.b * y + matrix.c) * kPositionScale), kHalfSubpixel),
+      wrapping_sum(truncate_to_int32((matrix.e * y + matrix.f) * kPositionScale), kHalfSubpixel)};
 }
 
 inline int32_t whole_pixels(int32_t position) {
@@ -43,19 +45,18 @@ inline int32_t whole_pixels(int32_t position) {
                              std::numeric_limits<int16_t>::max());
 }
 
-inline int32_t step_of(int32_t position) {
-  return (position >> (kPositionBits - kStepBits)) & (kSteps - 1);
+inline int32_t subpixel_of(int32_t position) {
+  return (position >> (kPositionBits - kSubpixelBits)) & (kSubpixels - 1);
 }
 
-// The weights are products of steps along the axes.
 template <int kChannels>
 inline void blend(const uint8_t *p00, const uint8_t *p01, const uint8_t *p10, const uint8_t *p11,
                   int32_t u, int32_t v, uint8_t *out) {
   for (int channel = 0; channel < kChannels; ++channel) {
-    const int32_t upper = (kSteps - u) * p00[channel] + u * p01[channel];
-    const int32_t lower = (kSteps - u) * p10[channel] + u * p11[channel];
-    const int32_t sum = (kSteps - v) * upper + v * lower;
-    out[channel] = static_cast<uint8_t>((sum + kSteps * kSteps / 2) >> (2 * kStepBits));
+    const int32_t upper = (kSubpixels - u) * p00[channel] + u * p01[channel];
+    const int32_t lower = (kSubpixels - u) * p10[channel] + u * p11[channel];
+    const int32_t sum = (kSubpixels - v) * upper + v * lower;
+    out[channel] = static_cast<uint8_t>((sum + kSubpixels * kSubpixels / 2) >> (2 * kSubpixelBits));
   }
 }
 
@@ -71,8 +72,8 @@ inline const uint8_t *sample(const PlaneView &source, int32_t column, int32_t ro
   return source.row(row) + static_cast<ptrdiff_t>(column) * kChannels;
 }
 
-// Consecutive pixels of a destination row, from what their columns add to its offset. By value,
-// so that the compiler knows that pixels do not change the arguments.
+// Consecutive pixels of a destination row. The source is passed by value, so that the compiler
+// knows that writing pixels does not change it.
 template <int kChannels, Border kBorder>
 inline void warp_pixels(PlaneView source, Offset row_start, const int32_t *x_offsets,
                         const int32_t *y_offsets, int32_t count, uint8_t *out) {
@@ -84,13 +85,13 @@ inline void warp_pixels(PlaneView source, Offset row_start, const int32_t *x_off
     if (column >= 0 && column < source.columns - 1 && row >= 0 && row < source.rows - 1) {
       const uint8_t *upper = source.row(row) + static_cast<ptrdiff_t>(column) * kChannels;
       const uint8_t *lower = upper + source.stride;
-      blend<kChannels>(upper, upper + kChannels, lower, lower + kChannels, step_of(x), step_of(y),
-                       out);
+      blend<kChannels>(upper, upper + kChannels, lower, lower + kChannels, subpixel_of(x),
+                       subpixel_of(y), out);
     } else {
       const auto at = sample<kChannels, kBorder>;
       blend<kChannels>(at(source, column, row), at(source, column + 1, row),
-                       at(source, column, row + 1), at(source, column + 1, row + 1), step_of(x),
-                       step_of(y), out);
+                       at(source, column, row + 1), at(source, column + 1, row + 1), subpixel_of(x),
+                       subpixel_of(y), out);
     }
   }
 }

@@ -6,13 +6,21 @@
 // After foreach_target:
 #include <limits>
 
-#include "kernels/warp/warp_perspective_rows-inl.h"
+#include "kernels/path.h"
+#include "kernels/warp/warp_perspective_arm-inl.h"
 #include "kernels/warp/warp_perspective_scalar.h"
+#include "kernels/warp/warp_perspective_x86-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
+
+// A vector target defines in warp_perspective_arm-inl.h or warp_perspective_x86-inl.h:
+//
+//   kPixelsInWarpStep           columns that a row must have at least
+//   is_fit_for_vectors(matrix)  whether rows equal the definition for every position of the matrix
+//   warp_row<kChannels>(source, matrix, y, columns, row)
 
 template <int kChannels>
 void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
@@ -22,12 +30,14 @@ void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
   if (destination.columns >= kPixelsInWarpStep && is_fit_for_vectors(matrix) &&
       source.stride <= std::numeric_limits<int32_t>::max() / source.rows &&
       (source.rows > 1 ? source.stride : source.row_bytes()) >= 4) {
+    trace_path("warp_perspective.vectors");
     for (int32_t y = 0; y < destination.rows; ++y) {
       warp_row<kChannels>(source, matrix, y, destination.columns, destination.row(y));
     }
     return;
   }
 #endif
+  trace_path("warp_perspective.definition");
   for (int32_t y = 0; y < destination.rows; ++y) {
     scalar::warp_pixels<kChannels>(source, matrix, y, 0, destination.columns, destination.row(y));
   }
@@ -56,8 +66,7 @@ HWY_EXPORT(warp);
 
 bool warp_perspective(const PlaneView &source, const PerspectiveMatrix &matrix,
                       const PlaneView &destination) {
-  if (!source.is_usable() || !destination.is_usable() || source.channels != destination.channels ||
-      (source.channels != 1 && source.channels != 3)) {
+  if (!have_same_channels(source, destination) || (source.channels != 1 && source.channels != 3)) {
     return false;
   }
   HWY_DYNAMIC_DISPATCH(warp)(source, matrix, destination);

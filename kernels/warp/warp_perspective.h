@@ -4,8 +4,8 @@
 //
 //   w = y m7 + x m6 + m8    X = (y m1 + x m0 + m2) / w    Y = (y m4 + x m3 + m5) / w
 //
-// Positions are truncated toward zero, ix and iy, so that the fractions fx = X - ix and
-// fy = Y - iy are negative between -1 and 0 and extrapolate there. Indices outside the source
+// ix and iy are X and Y truncated toward zero. Between -1 and 0 the fractions fx = X - ix and
+// fy = Y - iy are therefore negative, and the samples are extrapolated. Indices outside the source
 // are read at its edge. With pRC the sample at row iy + R and column ix + C,
 //
 //   v = p01 (fx (1 - fy)) + p00 ((1 - fx) (1 - fy)) + p10 (fy (1 - fx)) + p11 (fx fy)
@@ -21,9 +21,9 @@ struct PerspectiveMatrix {
   float m[9];
 };
 
-// Planes of 1 or 3 channels; every destination pixel is written. Any matrix is safe: a position
-// that is not finite gives 0. False, with nothing written, when a view is unusable or the
-// channels differ.
+// Warps planes of 1 or 3 channels and writes every destination pixel. Any matrix is safe: a
+// position that is not finite gives 0. Returns false, with nothing written, when a view is unusable
+// or the channels differ.
 bool warp_perspective(const PlaneView &source, const PerspectiveMatrix &matrix,
                       const PlaneView &destination);
 

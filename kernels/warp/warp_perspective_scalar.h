@@ -9,7 +9,7 @@
 
 namespace tavrine::scalar {
 
-// Along one axis: two neighbours, both inside the source.
+// Indices of two neighbours along one axis, both inside the source.
 struct Neighbours {
   int32_t first;
   int32_t second;
@@ -21,7 +21,8 @@ inline Neighbours neighbours(int32_t index, int32_t length) {
   return {std::clamp(index, 0, last), index >= last ? last : std::max(index + 1, 0)};
 }
 
-// By value, so that the compiler knows that pixels do not change the arguments.
+// Arguments are passed by value, so that the compiler knows that writing pixels does not change
+// them.
 template <int kChannels>
 inline void warp_pixels(PlaneView source, PerspectiveMatrix matrix, int32_t row, int32_t left,
                         int32_t count, uint8_t *out) {
