@@ -1,13 +1,13 @@
-// Does one operation a number of times, for an emulator that counts instructions.
+// Runs one operation a number of times, for an emulator that counts instructions.
 //
-//   armv7_count                prints the names of all operations, with their output pixels
+//   armv7_count                prints the group, name and output pixels of all operations
 //   armv7_count NAME TIMES
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
 
-#include "bench/calls.h"
-#include "bench/memory.h"
+#include "calls.h"
+#include "picture_memory.h"
 
 namespace tavrine::bench {
 namespace {
@@ -29,8 +29,8 @@ int run(int argc, char **argv) {
   const long times = std::strtol(argv[2], nullptr, 10);
   for (const Operation &operation : operations) {
     if (operation.name == name) {
-      Memory memory(0);
-      Pictures pictures(Memory::provide, &memory);
+      PictureMemory memory(0);
+      Pictures pictures(PictureMemory::provide, &memory);
       const Call call = library_call(operation, pictures);
       for (long i = 0; i < times; ++i) {
         if (!call()) {
@@ -40,7 +40,7 @@ int run(int argc, char **argv) {
       return 0;
     }
   }
-  std::cerr << "no operation has the name " << name << '\n';
+  std::cerr << "no operation is called " << name << '\n';
   return 2;
 }
 

@@ -3,13 +3,13 @@
 
 #include <functional>
 
-#include "bench/operations.h"
-#include "bench/pictures.h"
+#include "operations.h"
+#include "pictures.h"
 
 namespace tavrine::bench {
 
-// Answers whether the work was done. Empty where an implementation has no such operation. What a
-// call uses lives as long as the pictures.
+// Returns whether the work was done. Empty where an implementation has no such operation. Uses
+// the pictures, so it must not outlive them.
 using Call = std::function<bool()>;
 
 Call library_call(const Operation &operation, Pictures &pictures);

@@ -18,11 +18,11 @@ class Bar:
     group: str
     name: str
     peers: dict  # time of a peer / time of this library
-    limit: float  # time of the limit / time of this library
+    limit: float | None  # time of the limit / time of this library
 
 
 class Axis:
-    """From the slowest loss to the largest gain, in powers of two, 1 included."""
+    """Powers of two from the smallest ratio to the largest; 1 is always inside."""
 
     def __init__(self, values):
         self.low = min(-1, math.floor(math.log2(min(values))))
@@ -51,7 +51,7 @@ def circle(x, y, color):
 
 def legend():
     parts = [text(12, 22, "How many times as long the peers take", size=15, weight="bold"),
-             text(12, 40, "Right of 1 this library is faster. The bar reaches to the faster peer."
+             text(12, 40, "Right of 1 this library is faster. The bar ends at the faster peer."
                   " Logarithmic scale.")]
     x = LABELS + 150
     for name, color in COLORS.items():
@@ -68,8 +68,8 @@ def draw_bar(bar, axis, y):
     parts = [text(LABELS - 10, middle + 4, bar.name, "end"),
              f'<rect x="{min(one, end):.1f}" y="{y + 3}" width="{abs(end - one):.1f}"'
              f' height="{ROW - 6}" fill="{FASTER if gain >= 1 else SLOWER}"/>']
-    # Copies are far below every axis for operations that mostly calculate.
-    if math.log2(bar.limit) >= axis.low:
+    # A copy is off the axis where an operation mostly calculates.
+    if bar.limit and math.log2(bar.limit) >= axis.low:
         x = axis.position(bar.limit)
         parts.append(line(x, y + 2, x, y + ROW - 2, LIMIT, 2))
     parts += [circle(axis.position(value), middle, COLORS[name])

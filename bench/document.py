@@ -1,4 +1,4 @@
-"""What both reports share: tables, means, the machine, and their place in a document."""
+"""What both reports share: tables, means, the machine, sections of a document."""
 
 import math
 import pathlib
@@ -6,7 +6,7 @@ import subprocess
 
 
 def table(header, rows, left_columns=1):
-    """A Markdown table; the columns behind the first ones are numbers."""
+    """A Markdown table; the columns after the first ones are numbers."""
     rule = [":--" if i < left_columns else "--:" for i in range(len(header))]
     return "\n".join("| " + " | ".join(cells) + " |" for cells in [header, rule, *rows])
 
@@ -32,7 +32,7 @@ def processor():
 
 
 def commit():
-    """The revision in the working folder, and whether it is all that was built."""
+    """The revision of the working folder, and whether files differ from it."""
 
     def git(*arguments):
         return subprocess.run(

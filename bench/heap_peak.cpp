@@ -1,4 +1,4 @@
-#include "bench/heap_peak.h"
+#include "heap_peak.h"
 
 #include <malloc.h>
 
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 
-// The allocator of glibc under the names that stay its own when a program replaces malloc.
+// glibc's allocator, under the names that remain when a program replaces malloc.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void *__libc_malloc(size_t size);
@@ -19,7 +19,7 @@ void __libc_free(void *block);
 
 namespace {
 
-// One thread is watched; plain numbers keep the cost of an allocation as it was.
+// Of one thread, so that no atomic operations slow the allocator down.
 struct Watch {
   bool is_on = false;
   int64_t live = 0;
@@ -27,7 +27,7 @@ struct Watch {
 };
 thread_local Watch watch;
 
-void *taken(void *block) {
+void *count_block(void *block) {
   if (watch.is_on && block != nullptr) {
     watch.live += static_cast<int64_t>(malloc_usable_size(block));
     watch.peak = std::max(watch.peak, watch.live);
@@ -35,7 +35,7 @@ void *taken(void *block) {
   return block;
 }
 
-void given_back(void *block) {
+void uncount_block(void *block) {
   if (watch.is_on && block != nullptr) {
     watch.live -= static_cast<int64_t>(malloc_usable_size(block));
   }
@@ -46,15 +46,15 @@ void given_back(void *block) {
 #pragma GCC visibility push(default)
 extern "C" {
 
-void *malloc(size_t size) noexcept { return taken(__libc_malloc(size)); }
+void *malloc(size_t size) noexcept { return count_block(__libc_malloc(size)); }
 
-void *calloc(size_t count, size_t size) noexcept { return taken(__libc_calloc(count, size)); }
+void *calloc(size_t count, size_t size) noexcept { return count_block(__libc_calloc(count, size)); }
 
 void *realloc(void *block, size_t size) noexcept {
   const int64_t before =
       watch.is_on && block != nullptr ? static_cast<int64_t>(malloc_usable_size(block)) : 0;
-  void *const moved = taken(__libc_realloc(block, size));
-  // Old and new block are both there while it moves.
+  void *const moved = count_block(__libc_realloc(block, size));
+  // Both blocks exist while the contents move.
   if (moved != nullptr) {
     watch.live -= before;
   }
@@ -62,15 +62,15 @@ void *realloc(void *block, size_t size) noexcept {
 }
 
 void *memalign(size_t alignment, size_t size) noexcept {
-  return taken(__libc_memalign(alignment, size));
+  return count_block(__libc_memalign(alignment, size));
 }
 
 void *aligned_alloc(size_t alignment, size_t size) noexcept {
-  return taken(__libc_memalign(alignment, size));
+  return count_block(__libc_memalign(alignment, size));
 }
 
 int posix_memalign(void **slot, size_t alignment, size_t size) noexcept {
-  void *const block = taken(__libc_memalign(alignment, size));
+  void *const block = count_block(__libc_memalign(alignment, size));
   if (block == nullptr) {
     return ENOMEM;
   }
@@ -79,7 +79,7 @@ int posix_memalign(void **slot, size_t alignment, size_t size) noexcept {
 }
 
 void free(void *block) noexcept {
-  given_back(block);
+  uncount_block(block);
   __libc_free(block);
 }
 

@@ -1,4 +1,4 @@
-// How much memory a call takes from the heap, at its peak.
+// The peak of the heap memory that a call takes.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 
 namespace tavrine::bench {
 
-// Allocations of this thread's call and of whatever library it runs, those that are given back
-// before it returns included. Blocks count as large as the allocator makes them.
+// Counts what this thread allocates during the call, in whatever library, whether it is freed
+// before the call returns or not. A block counts with its usable size.
 int64_t heap_peak_of(const std::function<void()> &call);
 
 }  // namespace tavrine::bench

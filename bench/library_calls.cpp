@@ -1,20 +1,29 @@
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 
-#include "bench/calls.h"
+#include "calls.h"
 #include "tavrine_aux.h"
+#include "tavrine_devkit.h"
 
 namespace tavrine::bench {
 namespace {
 
+bool succeeded(int32_t status) { return status == TAVRINE_OK; }
+
+bool fill_tensor(tavrine_tensor_t *out, const tavrine_frame_t *in) {
+  return succeeded(tavrine_frame_to_tensor(out, 0, TAVRINE_TENSOR_RGB, in, kTensorMean, kTensorMean,
+                                           kTensorMean, kTensorScale, kTensorScale, kTensorScale,
+                                           0.0F, 0.0F, 0.0F));
+}
+
+tavrine_tensor_t *tensor_for(const Operation &operation, Pictures &pictures) {
+  return pictures.tensor(1, operation.destination.height, operation.destination.width);
+}
+
 Call tensor_call(const Operation &operation, Pictures &pictures) {
-  const tavrine_frame_t *in = pictures.source(operation.source);
-  tavrine_tensor_t *out =
-      pictures.tensor(1, operation.destination.height, operation.destination.width);
-  return [in, out] {
-    return tavrine_frame_to_tensor(out, 0, TAVRINE_TENSOR_RGB, in, kTensorMean, kTensorMean,
-                                   kTensorMean, kTensorScale, kTensorScale, kTensorScale, 0.0F,
-                                   0.0F, 0.0F) == TAVRINE_OK;
+  return [in = pictures.source(operation.source), out = tensor_for(operation, pictures)] {
+    return fill_tensor(out, in);
   };
 }
 
@@ -26,50 +35,118 @@ Call batch_call(const Operation &operation, Pictures &pictures) {
   return [in, out, workspace] {
     tavrine_frame_t *frames[kRegionCount];
     std::fill_n(frames, kRegionCount, in);
-    return tavrine_frame_transform_to_tensor_batch(
-               out, TAVRINE_TENSOR_RGB, kRegionCount, frames, kRegions.data(),
-               TAVRINE_RESIZE_STRETCH, kTensorMean, kTensorMean, kTensorMean, kTensorScale,
-               kTensorScale, kTensorScale, nullptr, workspace->slot(), nullptr,
-               nullptr) == TAVRINE_OK;
+    tavrine_buffer_t *scratch = workspace->release();
+    const int32_t status = tavrine_frame_transform_to_tensor_batch(
+        out, TAVRINE_TENSOR_RGB, kRegionCount, frames, kRegions.data(), TAVRINE_RESIZE_STRETCH,
+        kTensorMean, kTensorMean, kTensorMean, kTensorScale, kTensorScale, kTensorScale, nullptr,
+        &scratch, nullptr, nullptr);
+    workspace->reset(scratch);
+    return succeeded(status);
+  };
+}
+
+// Applications keep the frames between the steps, so they are not allocated anew each time.
+Call convert_then_resize_call(const Operation &operation, Pictures &pictures) {
+  const Picture &from = operation.source;
+  const Picture &to = operation.destination;
+  return [in = pictures.source(from),
+          rgb = pictures.destination({TAVRINE_FORMAT_RGB24, from.width, from.height}),
+          scaled = pictures.destination(to), out = tensor_for(operation, pictures), to]() mutable {
+    return succeeded(tavrine_frame_cvt_color(in, &rgb, TAVRINE_FORMAT_RGB24)) &&
+           succeeded(tavrine_frame_resize(rgb, &scaled, to.width, to.height)) &&
+           fill_tensor(out, scaled);
+  };
+}
+
+Call resize_then_convert_call(const Operation &operation, Pictures &pictures) {
+  const Picture &to = operation.destination;
+  return [in = pictures.source(operation.source),
+          scaled = pictures.destination({operation.source.format, to.width, to.height}),
+          rgb = pictures.destination(to), out = tensor_for(operation, pictures), to]() mutable {
+    return succeeded(tavrine_frame_resize(in, &scaled, to.width, to.height)) &&
+           succeeded(tavrine_frame_cvt_color(scaled, &rgb, TAVRINE_FORMAT_RGB24)) &&
+           fill_tensor(out, rgb);
+  };
+}
+
+Call align_face_call(const Operation &operation, Pictures &pictures) {
+  return
+      [in = pictures.source(operation.source), face = pictures.destination(operation.destination),
+       out = tensor_for(operation, pictures)] {
+        tavrine_matrix3x3f_t to_face;
+        tavrine_matrix3x3f_t to_frame;
+        tavrine_find_similarity_transform(kFacePoints.data(), kFaceTemplate.data(), &to_face,
+                                          &to_frame);
+        return succeeded(tavrine_frame_warpaffine(in, face, to_frame.m)) && fill_tensor(out, face);
+      };
+}
+
+Bytes jpeg_of(const Picture &picture, Pictures &pictures) {
+  if (pictures.jpeg_file(picture).size == 0) {
+    // Encoding writes a notice to the log.
+    tavrine_log_set_sink([](void *, int32_t, const char *, int32_t, const char *) {}, nullptr);
+    const OwnedBuffer buffer(tavrine_buffer_alloc(1, TAVRINE_MEMORY_HOST));
+    if (!buffer || !succeeded(tavrine_frame_encode(pictures.source(picture), TAVRINE_ENCODE_JPEG,
+                                                   buffer.get()))) {
+      throw std::runtime_error("the JPEG file could not be encoded");
+    }
+    pictures.set_jpeg_file(picture,
+                           {static_cast<const uint8_t *>(tavrine_buffer_raw_pointer(buffer.get())),
+                            tavrine_buffer_size(buffer.get())});
+  }
+  return pictures.jpeg_file(picture);
+}
+
+Call jpeg_call(const Operation &operation, Pictures &pictures) {
+  const Picture &to = operation.destination;
+  return [file = jpeg_of(operation.source, pictures), scaled = pictures.destination(to),
+          out = tensor_for(operation, pictures), to]() mutable {
+    const OwnedFrame decoded(
+        tavrine_frame_load_from_memory(file.data, static_cast<int32_t>(file.size)));
+    return decoded &&
+           succeeded(tavrine_frame_resize(decoded.get(), &scaled, to.width, to.height)) &&
+           fill_tensor(out, scaled);
   };
 }
 
 }  // namespace
 
 Call library_call(const Operation &operation, Pictures &pictures) {
-  if (operation.work == Work::kTensor) {
-    return tensor_call(operation, pictures);
-  }
-  if (operation.work == Work::kBatch) {
-    return batch_call(operation, pictures);
-  }
-  const tavrine_frame_t *in = pictures.source(operation.source);
-  tavrine_frame_t *out = pictures.destination(operation.destination);
-  const Picture to = operation.destination;
-  switch (operation.work) {
-    case Work::kResize:
-      return [in, out, to]() mutable {
-        return tavrine_frame_resize(in, &out, to.width, to.height) == TAVRINE_OK;
+  const auto in = [&] { return pictures.source(operation.source); };
+  const auto out = [&] { return pictures.destination(operation.destination); };
+  switch (operation.kind) {
+    case Kind::kResize:
+      return [in = in(), out = out(), to = operation.destination]() mutable {
+        return succeeded(tavrine_frame_resize(in, &out, to.width, to.height));
       };
-    case Work::kTurn:
-      return [in, out, turn = operation.turn]() mutable {
-        return tavrine_frame_rotate(in, &out, turn) == TAVRINE_OK;
+    case Kind::kRotate:
+      return [in = in(), out = out(), rotation = operation.rotation]() mutable {
+        return succeeded(tavrine_frame_rotate(in, &out, rotation));
       };
-    case Work::kConvert:
-      return [in, out, to]() mutable {
-        return tavrine_frame_cvt_color(in, &out, to.format) == TAVRINE_OK;
+    case Kind::kConvert:
+      return [in = in(), out = out(), format = operation.destination.format]() mutable {
+        return succeeded(tavrine_frame_cvt_color(in, &out, format));
       };
-    case Work::kAffineWarp:
-      return [in, out, matrix = operation.matrix] {
-        return tavrine_frame_warpaffine(in, out, matrix.data()) == TAVRINE_OK;
+    case Kind::kAffineWarp:
+      return [in = in(), out = out(), matrix = operation.matrix] {
+        return succeeded(tavrine_frame_warpaffine(in, out, matrix.data()));
       };
-    case Work::kPerspectiveWarp:
-      return [in, out, matrix = operation.matrix] {
-        return tavrine_frame_warpperspective(in, out, matrix.data()) == TAVRINE_OK;
+    case Kind::kPerspectiveWarp:
+      return [in = in(), out = out(), matrix = operation.matrix] {
+        return succeeded(tavrine_frame_warpperspective(in, out, matrix.data()));
       };
-    case Work::kTensor:
-    case Work::kBatch:
-      break;
+    case Kind::kTensor:
+      return tensor_call(operation, pictures);
+    case Kind::kBatch:
+      return batch_call(operation, pictures);
+    case Kind::kConvertThenResize:
+      return convert_then_resize_call(operation, pictures);
+    case Kind::kResizeThenConvert:
+      return resize_then_convert_call(operation, pictures);
+    case Kind::kAlignFace:
+      return align_face_call(operation, pictures);
+    case Kind::kJpegToTensor:
+      return jpeg_call(operation, pictures);
   }
   return {};
 }

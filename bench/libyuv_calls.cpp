@@ -1,12 +1,12 @@
-// libyuv calls R, G, B bytes RAW, and B, G, R bytes RGB24.
+// libyuv's names: RAW has bytes R, G, B; RGB24 has bytes B, G, R.
 #include <libyuv.h>
 #include <libyuv/scale_rgb.h>
 
 #include <memory>
 #include <vector>
 
-#include "bench/calls.h"
-#include "bench/plane.h"
+#include "calls.h"
+#include "planes.h"
 
 namespace tavrine::bench {
 namespace {
@@ -40,7 +40,7 @@ Call resize_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
   }
 }
 
-// A picture of four bytes a pixel between the steps of an operation.
+// An intermediate picture of four bytes a pixel.
 struct FourBytePicture {
   explicit FourBytePicture(const Plane &plane)
       : stride(4 * plane.width),
@@ -52,8 +52,9 @@ struct FourBytePicture {
   std::vector<uint8_t> memory;
 };
 
-// There is no rotation of three bytes but half a turn: a mirrored picture read from below.
-Call turn_rgb_call(const Plane &from, const Plane &to, libyuv::RotationMode mode) {
+// libyuv has no quarter rotation of three-byte pixels, so they go through four bytes. A half
+// rotation is a mirror image with the rows in reverse order.
+Call rotate_rgb_call(const Plane &from, const Plane &to, libyuv::RotationMode mode) {
   if (mode == libyuv::kRotate180) {
     return [from, to] {
       return succeeded(libyuv::RGB24Mirror(from.data, from.stride, to.data, to.stride, from.width,
@@ -61,20 +62,20 @@ Call turn_rgb_call(const Plane &from, const Plane &to, libyuv::RotationMode mode
     };
   }
   const auto upright = std::make_shared<FourBytePicture>(from);
-  const auto turned = std::make_shared<FourBytePicture>(to);
-  return [from, to, mode, upright, turned] {
+  const auto rotated = std::make_shared<FourBytePicture>(to);
+  return [from, to, mode, upright, rotated] {
     return succeeded(libyuv::RGB24ToARGB(from.data, from.stride, upright->data(), upright->stride,
                                          from.width, from.height)) &&
-           succeeded(libyuv::ARGBRotate(upright->data(), upright->stride, turned->data(),
-                                        turned->stride, from.width, from.height, mode)) &&
-           succeeded(libyuv::ARGBToRGB24(turned->data(), turned->stride, to.data, to.stride,
+           succeeded(libyuv::ARGBRotate(upright->data(), upright->stride, rotated->data(),
+                                        rotated->stride, from.width, from.height, mode)) &&
+           succeeded(libyuv::ARGBToRGB24(rotated->data(), rotated->stride, to.data, to.stride,
                                          to.width, to.height));
   };
 }
 
-Call turn_call(const Operation &operation, Pictures &pictures) {
+Call rotate_call(const Operation &operation, Pictures &pictures) {
   const libyuv::RotationMode modes[] = {libyuv::kRotate90, libyuv::kRotate180, libyuv::kRotate270};
-  const libyuv::RotationMode mode = modes[operation.turn];
+  const libyuv::RotationMode mode = modes[operation.rotation];
   const tavrine_frame_t *in = pictures.source(operation.source);
   const tavrine_frame_t *out = pictures.destination(operation.destination);
   const Plane from = plane_of(in, 0);
@@ -86,7 +87,7 @@ Call turn_call(const Operation &operation, Pictures &pictures) {
                                              from.height, mode));
       };
     case TAVRINE_FORMAT_RGB24:
-      return turn_rgb_call(from, to, mode);
+      return rotate_rgb_call(from, to, mode);
     case TAVRINE_FORMAT_BGRA:
       return [from, to, mode] {
         return succeeded(libyuv::ARGBRotate(from.data, from.stride, to.data, to.stride, from.width,
@@ -95,7 +96,7 @@ Call turn_call(const Operation &operation, Pictures &pictures) {
     default:
       break;
   }
-  // Pairs of chroma come out as two planes, which is as much work.
+  // libyuv writes chroma as two planes instead of pairs, which is as much work.
   const tavrine_frame_t *planar = pictures.destination(
       {TAVRINE_FORMAT_YU12, operation.destination.width, operation.destination.height});
   return [from, from_uv = plane_of(in, 1), y = plane_of(planar, 0), u = plane_of(planar, 1),
@@ -121,7 +122,7 @@ Call convert_rgb_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
                                             from.height));
       };
     default:
-      // Its full-range matrix is offered with the pairs in the other order.
+      // Full range exists with V, U pairs alone, which is as much work.
       return [from, to, vu = plane_of(out, 1)] {
         return succeeded(libyuv::RAWToJNV21(from.data, from.stride, to.data, to.stride, vu.data,
                                             vu.stride, from.width, from.height));
@@ -180,13 +181,13 @@ Call convert_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
 }  // namespace
 
 Call libyuv_call(const Operation &operation, Pictures &pictures) {
-  switch (operation.work) {
-    case Work::kResize:
+  switch (operation.kind) {
+    case Kind::kResize:
       return resize_call(pictures.source(operation.source),
                          pictures.destination(operation.destination));
-    case Work::kTurn:
-      return turn_call(operation, pictures);
-    case Work::kConvert:
+    case Kind::kRotate:
+      return rotate_call(operation, pictures);
+    case Kind::kConvert:
       return convert_call(pictures.source(operation.source),
                           pictures.destination(operation.destination));
     default:

@@ -1,4 +1,4 @@
-#include "bench/module.h"
+#include "module.h"
 
 #include <hwy/highway.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/calls.h"
+#include "calls.h"
 #include "tavrine_aux.h"
 
 namespace tavrine::bench {

@@ -1,68 +1,66 @@
 #include <algorithm>
 #include <opencv2/core.hpp>
-#include <opencv2/dnn.hpp>
 #include <opencv2/imgproc.hpp>
 #include <utility>
 #include <vector>
 
-#include "bench/calls.h"
-#include "bench/plane.h"
+#include "calls.h"
+#include "decode_jpeg.h"
+#include "planes.h"
 
 namespace tavrine::bench {
 namespace {
 
-cv::Mat mat_of(const tavrine_frame_t *frame, int index) {
-  const Plane plane = plane_of(frame, index);
+cv::Mat mat_of(const Plane &plane) {
   return {plane.height, plane.width, CV_8UC(plane.channels), plane.data,
           static_cast<size_t>(plane.stride)};
 }
 
+cv::Mat mat_of(const tavrine_frame_t *frame, int index) { return mat_of(plane_of(frame, index)); }
+
 std::vector<cv::Mat> mats_of(const tavrine_frame_t *frame) {
-  const int count = layout_of(frame->pixel_format).plane_count;
   std::vector<cv::Mat> mats;
-  mats.reserve(static_cast<size_t>(count));
-  for (int index = 0; index < count; ++index) {
-    mats.push_back(mat_of(frame, index));
+  for (const Plane &plane : planes_of(frame)) {
+    mats.push_back(mat_of(plane));
   }
   return mats;
 }
 
-// A destination of another size or type would be allocated anew, and timed with that.
-bool holds_same(const cv::Mat &mat, const uint8_t *data) { return mat.data == data; }
+// OpenCV allocates a destination of another size or type anew, which would be timed, too.
+bool still_holds(const cv::Mat &mat, const uint8_t *data) { return mat.data == data; }
 
-// The same work for each plane.
-template <typename Work>
-Call plane_by_plane(const tavrine_frame_t *in, const tavrine_frame_t *out, Work work) {
-  return [work, from = mats_of(in), to = mats_of(out)]() mutable {
+template <typename Step>
+Call for_each_plane(const tavrine_frame_t *in, const tavrine_frame_t *out, Step step) {
+  return [step, from = mats_of(in), to = mats_of(out)]() mutable {
     bool is_done = true;
     for (size_t i = 0; i < from.size(); ++i) {
       const uint8_t *const data = to[i].data;
-      work(from[i], to[i]);
-      is_done = is_done && holds_same(to[i], data);
+      step(from[i], to[i]);
+      is_done = is_done && still_holds(to[i], data);
     }
     return is_done;
   };
 }
 
 Call color_call(const tavrine_frame_t *in, const tavrine_frame_t *out, int code) {
-  return plane_by_plane(in, out,
+  return for_each_plane(in, out,
                         [code](const cv::Mat &from, cv::Mat &to) { cv::cvtColor(from, to, code); });
 }
 
-// Three planes below each other in one matrix, which is how OpenCV writes 4:2:0.
+// OpenCV writes 4:2:0 as three planes below each other in one matrix.
 cv::Mat stacked_yu12(const tavrine_frame_t *frame) {
   return {frame->height * 3 / 2, frame->width, CV_8UC1, frame->planes[0]};
 }
 
 Call rgb_to_yuv_call(const Operation &operation, Pictures &pictures) {
-  // It writes no NV12; the planar form is as much work.
+  // OpenCV writes no NV12; the planar form is as much work.
   const Picture planar = {TAVRINE_FORMAT_YU12, operation.destination.width,
                           operation.destination.height};
   return [from = mat_of(pictures.source(operation.source), 0),
           to = stacked_yu12(pictures.destination(planar))]() mutable {
     const uint8_t *const data = to.data;
     cv::cvtColor(from, to, cv::COLOR_RGB2YUV_I420);
-    return holds_same(to, data);
+    return still_holds(to, data);
   };
 }
 
@@ -70,7 +68,7 @@ Call yuv_to_rgb_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
   return [luma = mat_of(in, 0), chroma = mat_of(in, 1), to = mat_of(out, 0)]() mutable {
     const uint8_t *const data = to.data;
     cv::cvtColorTwoPlane(luma, chroma, to, cv::COLOR_YUV2RGB_NV12);
-    return holds_same(to, data);
+    return still_holds(to, data);
   };
 }
 
@@ -132,7 +130,7 @@ Call affine_call(const Operation &operation, const tavrine_frame_t *in,
                  const tavrine_frame_t *out) {
   cv::Matx23d matrix;
   std::copy_n(operation.matrix.begin(), 6, matrix.val);
-  return plane_by_plane(in, out, [matrix](const cv::Mat &from, cv::Mat &to) {
+  return for_each_plane(in, out, [matrix](const cv::Mat &from, cv::Mat &to) {
     cv::warpAffine(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
                    cv::BORDER_CONSTANT);
   });
@@ -142,82 +140,183 @@ Call perspective_call(const Operation &operation, const tavrine_frame_t *in,
                       const tavrine_frame_t *out) {
   cv::Matx33d matrix;
   std::copy_n(operation.matrix.begin(), 9, matrix.val);
-  return plane_by_plane(in, out, [matrix](const cv::Mat &from, cv::Mat &to) {
+  return for_each_plane(in, out, [matrix](const cv::Mat &from, cv::Mat &to) {
     cv::warpPerspective(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
                         cv::BORDER_REPLICATE);
   });
 }
 
-// Faster than blobFromImage, which converts the picture to floats before it splits it.
-Call tensor_call(const Operation &operation, Pictures &pictures) {
-  const int rows = operation.destination.height;
-  const int columns = operation.destination.width;
-  auto *elements =
-      static_cast<float *>(tavrine_tensor_raw_pointer(pictures.tensor(1, rows, columns)));
+// The three channels of one image of a tensor.
+std::vector<cv::Mat> channels_of(const tavrine_tensor_t *tensor, int32_t image) {
+  const int rows = tensor->shape[2];
+  const int columns = tensor->shape[3];
   std::vector<cv::Mat> channels;
   channels.reserve(3);
-  for (int channel = 0; channel < 3; ++channel) {
-    channels.emplace_back(rows, columns, CV_32FC1, elements + channel * rows * columns);
+  for (int32_t channel = 0; channel < 3; ++channel) {
+    channels.emplace_back(rows, columns, CV_32FC1,
+                          tavrine_tensor_data_at(tensor, image, channel, 0, 0));
   }
-  return [from = mat_of(pictures.source(operation.source), 0), bytes = std::vector<cv::Mat>(3),
-          channels]() mutable {
-    cv::split(from, bytes);
-    for (size_t channel = 0; channel < 3; ++channel) {
-      bytes[channel].convertTo(channels[channel], CV_32F, 1.0 / kTensorScale,
-                               -kTensorMean / kTensorScale);
+  return channels;
+}
+
+std::vector<cv::Mat> channels_for(const Operation &operation, Pictures &pictures) {
+  return channels_of(pictures.tensor(1, operation.destination.height, operation.destination.width),
+                     0);
+}
+
+// Faster than blobFromImage, which converts the picture to floats before it splits it.
+class TensorFill {
+ public:
+  void operator()(const cv::Mat &from, std::vector<cv::Mat> &to) {
+    cv::split(from, bytes_);
+    for (size_t channel = 0; channel < to.size(); ++channel) {
+      bytes_[channel].convertTo(to[channel], CV_32F, 1.0 / kTensorScale,
+                                -kTensorMean / kTensorScale);
     }
+  }
+
+ private:
+  std::vector<cv::Mat> bytes_;
+};
+
+Call tensor_call(const Operation &operation, Pictures &pictures) {
+  return [from = mat_of(pictures.source(operation.source), 0),
+          to = channels_for(operation, pictures), fill_tensor = TensorFill()]() mutable {
+    fill_tensor(from, to);
     return true;
   };
 }
 
 Call batch_call(const Operation &operation, Pictures &pictures) {
   const cv::Size size(operation.destination.width, operation.destination.height);
-  const int shape[] = {kRegionCount, 3, size.height, size.width};
-  void *elements =
-      tavrine_tensor_raw_pointer(pictures.tensor(kRegionCount, size.height, size.width));
-  return [from = mat_of(pictures.source(operation.source), 0),
-          scaled = std::vector<cv::Mat>(kRegionCount), size,
-          blob = cv::Mat(4, shape, CV_32F, elements)]() mutable {
-    const uint8_t *const data = blob.data;
-    for (size_t i = 0; i < scaled.size(); ++i) {
+  const tavrine_tensor_t *tensor = pictures.tensor(kRegionCount, size.height, size.width);
+  std::vector<std::vector<cv::Mat>> images;
+  images.reserve(kRegionCount);
+  for (int32_t image = 0; image < kRegionCount; ++image) {
+    images.push_back(channels_of(tensor, image));
+  }
+  return [from = mat_of(pictures.source(operation.source), 0), size, images, scaled = cv::Mat(),
+          fill_tensor = TensorFill()]() mutable {
+    for (size_t i = 0; i < images.size(); ++i) {
       const tavrine_area2d_t &area = kRegions[i];
-      cv::resize(from(cv::Rect(area.x, area.y, area.width, area.height)), scaled[i], size);
+      cv::resize(from(cv::Rect(area.x, area.y, area.width, area.height)), scaled, size);
+      fill_tensor(scaled, images[i]);
     }
-    cv::dnn::blobFromImages(scaled, blob, 1.0 / kTensorScale, cv::Size(),
-                            cv::Scalar::all(kTensorMean));
-    return holds_same(blob, data);
+    return true;
   };
 }
 
-int rotation_code(int32_t turn) {
+Call convert_then_resize_call(const Operation &operation, Pictures &pictures) {
+  const tavrine_frame_t *in = pictures.source(operation.source);
+  const cv::Size size(operation.destination.width, operation.destination.height);
+  return [luma = mat_of(in, 0), chroma = mat_of(in, 1), to = channels_for(operation, pictures),
+          size, rgb = cv::Mat(), scaled = cv::Mat(), fill_tensor = TensorFill()]() mutable {
+    cv::cvtColorTwoPlane(luma, chroma, rgb, cv::COLOR_YUV2RGB_NV12);
+    cv::resize(rgb, scaled, size);
+    fill_tensor(scaled, to);
+    return true;
+  };
+}
+
+Call resize_then_convert_call(const Operation &operation, Pictures &pictures) {
+  const tavrine_frame_t *in = pictures.source(operation.source);
+  const cv::Size size(operation.destination.width, operation.destination.height);
+  return [luma = mat_of(in, 0), chroma = mat_of(in, 1), to = channels_for(operation, pictures),
+          size, small_luma = cv::Mat(), small_chroma = cv::Mat(), rgb = cv::Mat(),
+          fill_tensor = TensorFill()]() mutable {
+    cv::resize(luma, small_luma, size);
+    cv::resize(chroma, small_chroma, size / 2);
+    cv::cvtColorTwoPlane(small_luma, small_chroma, rgb, cv::COLOR_YUV2RGB_NV12);
+    fill_tensor(rgb, to);
+    return true;
+  };
+}
+
+// OpenCV's solver of an affine map by three points is less work than a similarity by least
+// squares.
+Call align_face_call(const Operation &operation, Pictures &pictures) {
+  const cv::Size size(operation.destination.width, operation.destination.height);
+  return
+      [from = mat_of(pictures.source(operation.source), 0), to = channels_for(operation, pictures),
+       size, face = cv::Mat(), fill_tensor = TensorFill()]() mutable {
+        cv::Point2f in_frame[kPointCount];
+        cv::Point2f in_template[kPointCount];
+        for (size_t i = 0; i < kPointCount; ++i) {
+          in_frame[i] = {kFacePoints[i].x, kFacePoints[i].y};
+          in_template[i] = {kFaceTemplate[i].x, kFaceTemplate[i].y};
+        }
+        const cv::Mat to_frame = cv::getAffineTransform(in_template, in_frame);
+        cv::warpAffine(from, face, to_frame, size, cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
+                       cv::BORDER_CONSTANT);
+        fill_tensor(face, to);
+        return true;
+      };
+}
+
+// OpenCV decodes JPEG with libjpeg-turbo. Called directly, it spares a module that needs 49 more
+// packages.
+Call jpeg_call(const Operation &operation, Pictures &pictures) {
+  const cv::Size size(operation.destination.width, operation.destination.height);
+  return [file = pictures.jpeg_file(operation.source), to = channels_for(operation, pictures),
+          decoded = cv::Mat(operation.source.height, operation.source.width, CV_8UC3), size,
+          scaled = cv::Mat(), fill_tensor = TensorFill()]() mutable {
+    if (!decode_jpeg(file, decoded.data, decoded.cols, decoded.rows)) {
+      return false;
+    }
+    cv::resize(decoded, scaled, size);
+    fill_tensor(scaled, to);
+    return true;
+  };
+}
+
+// The fastest call that gives the same picture, or as much work. At odd whole ratios the centres
+// of the pixels coincide, so that bilinear interpolation picks the nearest pixel.
+int interpolation_of(const Operation &operation) {
+  const int ratio = operation.source.width / operation.destination.width;
+  const bool is_odd_ratio = ratio % 2 == 1 && ratio > 1 &&
+                            operation.source.width == ratio * operation.destination.width &&
+                            operation.source.height == ratio * operation.destination.height;
+  return is_odd_ratio ? cv::INTER_NEAREST_EXACT : cv::INTER_LINEAR;
+}
+
+int rotation_code(int32_t rotation) {
   const int codes[] = {cv::ROTATE_90_CLOCKWISE, cv::ROTATE_180, cv::ROTATE_90_COUNTERCLOCKWISE};
-  return codes[turn];
+  return codes[rotation];
 }
 
 }  // namespace
 
 Call opencv_call(const Operation &operation, Pictures &pictures) {
   const tavrine_frame_t *in = pictures.source(operation.source);
-  switch (operation.work) {
-    case Work::kResize:
-      return plane_by_plane(in, pictures.destination(operation.destination),
-                            [](const cv::Mat &from, cv::Mat &to) {
-                              cv::resize(from, to, to.size(), 0, 0, cv::INTER_LINEAR);
-                            });
-    case Work::kTurn:
-      return plane_by_plane(in, pictures.destination(operation.destination),
-                            [code = rotation_code(operation.turn)](
+  switch (operation.kind) {
+    case Kind::kResize:
+      return for_each_plane(
+          in, pictures.destination(operation.destination),
+          [interpolation = interpolation_of(operation)](const cv::Mat &from, cv::Mat &to) {
+            cv::resize(from, to, to.size(), 0, 0, interpolation);
+          });
+    case Kind::kRotate:
+      return for_each_plane(in, pictures.destination(operation.destination),
+                            [code = rotation_code(operation.rotation)](
                                 const cv::Mat &from, cv::Mat &to) { cv::rotate(from, to, code); });
-    case Work::kConvert:
+    case Kind::kConvert:
       return convert_call(operation, pictures);
-    case Work::kAffineWarp:
+    case Kind::kAffineWarp:
       return affine_call(operation, in, pictures.destination(operation.destination));
-    case Work::kPerspectiveWarp:
+    case Kind::kPerspectiveWarp:
       return perspective_call(operation, in, pictures.destination(operation.destination));
-    case Work::kTensor:
+    case Kind::kTensor:
       return tensor_call(operation, pictures);
-    case Work::kBatch:
+    case Kind::kBatch:
       return batch_call(operation, pictures);
+    case Kind::kConvertThenResize:
+      return convert_then_resize_call(operation, pictures);
+    case Kind::kResizeThenConvert:
+      return resize_then_convert_call(operation, pictures);
+    case Kind::kAlignFace:
+      return align_face_call(operation, pictures);
+    case Kind::kJpegToTensor:
+      return jpeg_call(operation, pictures);
   }
   return {};
 }

@@ -1,4 +1,4 @@
-// What is measured: one entry an operation, the same for every implementation.
+// The rows of the benchmark: what is done to which pictures, the same for every implementation.
 #pragma once
 
 #include <array>
@@ -10,16 +10,47 @@
 
 namespace tavrine::bench {
 
+enum class Content {
+  kNoise,
+  kGrey,        // red, green and blue are equal in every pixel, as infrared cameras deliver
+  kTenthGrey,   // they are equal in one pixel of ten
+  kPhotograph,  // smooth areas, edges and a little noise, as a JPEG encoder expects
+};
+
 struct Picture {
   uint32_t format;
   int32_t width;
   int32_t height;
+  Content content = Content::kNoise;
 };
 
-enum class Work { kResize, kTurn, kConvert, kAffineWarp, kPerspectiveWarp, kTensor, kBatch };
+// What a row does.
+enum class Kind {
+  kResize,
+  kRotate,
+  kConvert,
+  kAffineWarp,
+  kPerspectiveWarp,
+  kTensor,
+  kBatch,
+  kConvertThenResize,  // and fill a tensor
+  kResizeThenConvert,  // and fill a tensor
+  kAlignFace,          // from points, into a tensor
+  kJpegToTensor,
+};
 
-// Operations that are judged together.
-enum class Group { kResize, kReduction, kTurn, kCopy, kColor, kWarp, kTensor, kBatch };
+// Rows that are averaged together.
+enum class Group {
+  kResize,
+  kDownscale,
+  kQuarterRotation,
+  kMove,
+  kColor,
+  kWarp,
+  kTensor,
+  kBatch,
+  kPipeline
+};
 const char *name_of(Group group);
 
 // Row-major, from destination to source; an affine map leaves the last row alone.
@@ -28,10 +59,10 @@ using Matrix = std::array<float, 9>;
 struct Operation {
   std::string name;
   Group group;
-  Work work;
+  Kind kind;
   Picture source;
-  Picture destination;  // of a tensor: its columns and rows, as pixels of the source's format
-  int32_t turn = 0;     // code of tavrine_frame_rotate
+  Picture destination;   // of a tensor: its columns and rows, as RGB24 pixels
+  int32_t rotation = 0;  // code of tavrine_frame_rotate
   Matrix matrix = {};
 };
 
@@ -41,6 +72,11 @@ inline constexpr float kTensorScale = 127.5F;
 // The regions of a frame that a detector's second stage looks at.
 inline constexpr int32_t kRegionCount = 8;
 extern const std::array<tavrine_area2d_t, kRegionCount> kRegions;
+
+// Eyes and mouth in a frame, and where a recognition network expects them.
+inline constexpr int32_t kPointCount = 3;
+extern const std::array<tavrine_point2f_t, kPointCount> kFacePoints;
+extern const std::array<tavrine_point2f_t, kPointCount> kFaceTemplate;
 
 std::vector<Operation> all_operations();
 

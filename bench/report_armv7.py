@@ -1,14 +1,17 @@
 #!/usr/bin/env python3
 """Counts the armv7 instructions of every operation and writes them into a document.
 
-usage: bench/report_armv7.py PLUGIN.so SCALAR_PROGRAM NEON_PROGRAM PEER_COUNTS.csv [DOCUMENT.md]
+usage: bench/report_armv7.py PLUGIN.so SCALAR_PROGRAM NEON_PROGRAM PEER_COUNTS.csv COUNTS.json
+       [DOCUMENT.md]
 
-Without a document the tables are printed.
+COUNTS.json receives the NEON counts for each output pixel. Without a document the tables are
+printed.
 """
 
 import concurrent.futures
 import csv
 import dataclasses
+import json
 import os
 import pathlib
 import re
@@ -66,7 +69,7 @@ def instructions(plugin, program, name, times):
 
 
 def instructions_of_call(plugin, program, name):
-    """What a second and a third call cost, without the start and the first one's preparations."""
+    """The mean of the second and the third call: without start-up and first-call preparations."""
     thrice = instructions(plugin, program, name, 3)
     return (thrice - instructions(plugin, program, name, 1)) / 2
 
@@ -115,9 +118,10 @@ def summary(rows):
     lines.append([f"NEON / libyuv NEON, other work, {len(other)} operations",
                   document.significant(document.geometric_mean(other))])
     text = document.table(["geometric mean", ""], lines)
-    return (f"{text}\n\n{sum(ratio <= 1 for ratio in same)} of {len(same)} operations that do the"
-            f" same work need no more instructions than libyuv, {sum(r <= 1.5 for r in other)} of"
-            f" the {len(other)} others at most 1.5 times as many.")
+    return (f"{text}\n\n{sum(ratio <= 1 for ratio in same)} of the {len(same)} operations that do"
+            f" the same work in both libraries need no more instructions than libyuv's."
+            f" {sum(ratio <= 1.5 for ratio in other)} of the {len(other)} others need at most 1.5"
+            " times as many.")
 
 
 def circumstances():
@@ -129,13 +133,14 @@ def circumstances():
 
 
 def main(arguments):
-    if len(arguments) not in (4, 5):
+    if len(arguments) not in (5, 6):
         raise SystemExit(__doc__)
-    plugin, scalar, neon, peers = arguments[:4]
+    plugin, scalar, neon, peers, counts = arguments[:5]
     rows = measure(plugin, [scalar, neon], read_peers(peers))
+    pathlib.Path(counts).write_text(json.dumps({row.name: row.neon for row in rows}, indent=1))
     text = "\n\n".join([circumstances(), summary(rows), count_table(rows)])
-    if len(arguments) == 5:
-        document.replace_section(arguments[4], "camera", text)
+    if len(arguments) == 6:
+        document.replace_section(arguments[5], "camera", text)
     else:
         print(text)
 

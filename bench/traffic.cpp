@@ -1,11 +1,11 @@
-#include "bench/traffic.h"
+#include "traffic.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 #include <vector>
 
-#include "host/frame_planes.h"
+#include "planes.h"
 #include "tavrine_core.h"
 
 namespace tavrine::bench {
@@ -18,7 +18,7 @@ int64_t bytes_of(const Picture &picture) {
       tavrine_frame_inferred_size(picture.format, picture.width, picture.height));
 }
 
-// Rows that have a weight in the result. A column is always close to another one that has.
+// Counts the rows that have a weight in the result. Whole rows: their cache lines are read anyway.
 int64_t rows_read(int32_t from, int32_t to) {
   constexpr double kWeightOne = 2048.0;
   std::vector<bool> is_read(static_cast<size_t>(from), false);
@@ -37,28 +37,29 @@ int64_t rows_read(int32_t from, int32_t to) {
   return std::count(is_read.begin(), is_read.end(), true);
 }
 
-int64_t resize_reads(const Operation &operation) {
-  const FormatLayout layout = layout_of(operation.source.format);
+int64_t resize_reads(const tavrine_frame_t *source, const tavrine_frame_t *destination) {
+  const std::vector<Plane> from = planes_of(source);
+  const std::vector<Plane> to = planes_of(destination);
   int64_t bytes = 0;
-  for (int plane = 0; plane < layout.plane_count; ++plane) {
-    const auto [channels, subsampling] = layout.planes[plane];
-    bytes += rows_read(operation.source.height / subsampling,
-                       operation.destination.height / subsampling) *
-             (operation.source.width / subsampling) * channels;
+  for (size_t plane = 0; plane < from.size(); ++plane) {
+    bytes +=
+        rows_read(from[plane].height, to[plane].height) * from[plane].width * from[plane].channels;
   }
   return bytes;
 }
 
-// The pixels under the outline of the warped picture.
+// Counts the source pixels that have a weight in the result.
 int64_t warp_reads(const Operation &operation) {
   const Picture &source = operation.source;
   const Matrix &m = operation.matrix;
   std::vector<bool> is_read(static_cast<size_t>(source.width) * static_cast<size_t>(source.height));
   for (int32_t y = 0; y < operation.destination.height; ++y) {
     for (int32_t x = 0; x < operation.destination.width; ++x) {
-      const float depth = m[6] * x + m[7] * y + m[8];
-      const auto column = static_cast<int32_t>(std::floor((m[0] * x + m[1] * y + m[2]) / depth));
-      const auto row = static_cast<int32_t>(std::floor((m[3] * x + m[4] * y + m[5]) / depth));
+      const auto u = static_cast<float>(x);
+      const auto v = static_cast<float>(y);
+      const float depth = m[6] * u + m[7] * v + m[8];
+      const auto column = static_cast<int32_t>(std::floor((m[0] * u + m[1] * v + m[2]) / depth));
+      const auto row = static_cast<int32_t>(std::floor((m[3] * u + m[4] * v + m[5]) / depth));
       for (const auto &[i, j] : {std::pair{0, 0}, {0, 1}, {1, 0}, {1, 1}}) {
         if (row + i >= 0 && row + i < source.height && column + j >= 0 &&
             column + j < source.width) {
@@ -69,11 +70,11 @@ int64_t warp_reads(const Operation &operation) {
     }
   }
   return std::count(is_read.begin(), is_read.end(), true) *
-         layout_of(source.format).planes[0].channels;
+         static_cast<int64_t>(tavrine_frame_pixel_size(source.format));
 }
 
 int64_t batch_reads(const Operation &operation) {
-  const int32_t channels = layout_of(operation.source.format).planes[0].channels;
+  const auto channels = static_cast<int64_t>(tavrine_frame_pixel_size(operation.source.format));
   int64_t bytes = 0;
   for (const tavrine_area2d_t &area : kRegions) {
     bytes += rows_read(area.height, operation.destination.height) * area.width * channels;
@@ -83,21 +84,28 @@ int64_t batch_reads(const Operation &operation) {
 
 }  // namespace
 
-int64_t traffic_of(const Operation &operation) {
+int64_t traffic_of(const Operation &operation, Pictures &pictures) {
   const int64_t written = bytes_of(operation.destination);
-  switch (operation.work) {
-    case Work::kResize:
-      return resize_reads(operation) + written;
-    case Work::kTurn:
-    case Work::kConvert:
+  switch (operation.kind) {
+    case Kind::kResize:
+      return resize_reads(pictures.source(operation.source),
+                          pictures.destination(operation.destination)) +
+             written;
+    case Kind::kRotate:
+    case Kind::kConvert:
       return bytes_of(operation.source) + written;
-    case Work::kAffineWarp:
-    case Work::kPerspectiveWarp:
+    case Kind::kAffineWarp:
+    case Kind::kPerspectiveWarp:
       return warp_reads(operation) + written;
-    case Work::kTensor:
+    case Kind::kTensor:
       return bytes_of(operation.source) + kFloatBytes * written;
-    case Work::kBatch:
+    case Kind::kBatch:
       return batch_reads(operation) + kFloatBytes * kRegionCount * written;
+    case Kind::kConvertThenResize:
+    case Kind::kResizeThenConvert:
+    case Kind::kAlignFace:
+    case Kind::kJpegToTensor:
+      break;
   }
   return 0;
 }

@@ -1,10 +1,12 @@
-// The bytes that an operation has to read and write, however it is done.
+// How many bytes an operation has to read and write, however it is done.
 #pragma once
 
-#include "bench/operations.h"
+#include "operations.h"
+#include "pictures.h"
 
 namespace tavrine::bench {
 
-int64_t traffic_of(const Operation &operation);
+// 0 for pipelines, whose intermediate pictures depend on the implementation.
+int64_t traffic_of(const Operation &operation, Pictures &pictures);
 
 }  // namespace tavrine::bench

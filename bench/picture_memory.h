@@ -10,18 +10,18 @@
 
 namespace tavrine::bench {
 
-// Where a picture begins shifts some results by half: cache lines that loads cross, pages that
-// alias. Each seed places the blocks differently; seed 0 places them at the start of a page.
-class Memory {
+// Where a picture begins shifts some results by half, because loads cross cache lines and addresses
+// collide modulo a page. Each seed places the blocks differently; seed 0 aligns them to pages.
+class PictureMemory {
  public:
-  explicit Memory(uint32_t seed) : seed_(seed), random_(seed) {}
+  explicit PictureMemory(uint32_t seed) : seed_(seed), random_(seed) {}
 
   void *block(const std::string &name, size_t size, bool &is_new);
 
-  // Of everything that was written: of all blocks but sources.
+  // Hashes everything that the operation wrote: all blocks but the sources.
   uint64_t hash_of_results() const;
 
-  // As modules ask for memory; `arg` is a Memory.
+  // A TavrineBenchMemory; `arg` is a PictureMemory.
   static void *provide(void *arg, const char *name, size_t size, int *is_new);
 
  private:

@@ -1,4 +1,4 @@
-#include "bench/memory.h"
+#include "picture_memory.h"
 
 #include <cstdlib>
 #include <new>
@@ -11,9 +11,9 @@ constexpr size_t kStep = 16;  // what malloc aligns to
 
 }  // namespace
 
-void Memory::Free::operator()(uint8_t *block) const { std::free(block); }
+void PictureMemory::Free::operator()(uint8_t *block) const { std::free(block); }
 
-void *Memory::block(const std::string &name, size_t size, bool &is_new) {
+void *PictureMemory::block(const std::string &name, size_t size, bool &is_new) {
   Block &block = blocks_[name];
   is_new = block.data == nullptr;
   if (is_new) {
@@ -29,7 +29,7 @@ void *Memory::block(const std::string &name, size_t size, bool &is_new) {
   return block.data;
 }
 
-uint64_t Memory::hash_of_results() const {
+uint64_t PictureMemory::hash_of_results() const {
   uint64_t hash = 0xCBF29CE484222325;
   for (const auto &[name, block] : blocks_) {
     if (name.rfind("source", 0) == 0) {
@@ -42,10 +42,10 @@ uint64_t Memory::hash_of_results() const {
   return hash;
 }
 
-void *Memory::provide(void *arg, const char *name, size_t size, int *is_new) {
+void *PictureMemory::provide(void *arg, const char *name, size_t size, int *is_new) {
   try {
     bool fresh = false;
-    void *const data = static_cast<Memory *>(arg)->block(name, size, fresh);
+    void *const data = static_cast<PictureMemory *>(arg)->block(name, size, fresh);
     *is_new = fresh ? 1 : 0;
     return data;
   } catch (const std::bad_alloc &) {
