@@ -68,7 +68,7 @@ void print_header(const std::vector<std::string> &contenders) {
     std::printf(" %9s", who.c_str());
   }
   if (compares_builds(contenders)) {
-    std::printf(" %6s %6s %6s", "gain", "least", "most");
+    std::printf(" %6s %7s %7s", "gain", "lowest", "highest");
   }
   std::printf("\n");
 }
@@ -86,8 +86,8 @@ void print_row(const Row &row, const std::vector<std::string> &contenders) {
     std::vector<double> gains = *find(row, "there");
     const std::vector<double> &here = *find(row, "library");
     std::transform(gains.begin(), gains.end(), here.begin(), gains.begin(), std::divides<>());
-    const auto [least, most] = std::minmax_element(gains.begin(), gains.end());
-    std::printf(" %6.2f %6.2f %6.2f", median_of(gains), *least, *most);
+    const auto [lowest, highest] = std::minmax_element(gains.begin(), gains.end());
+    std::printf(" %6.2f %7.2f %7.2f", median_of(gains), *lowest, *highest);
   }
   std::printf("\n");
   std::fflush(stdout);
