@@ -2,21 +2,28 @@
 // no longer taken. Builds without TAVRINE_TRACE_PATHS contain nothing of it.
 #pragma once
 
-namespace tavrine {
-
 #ifdef TAVRINE_TRACE_PATHS
 
-// What receives the names, for the calling thread; null: nothing does. Returns what did before.
-using PathSink = void (*)(const char *name);
-PathSink set_path_sink(PathSink sink);
+// Receives the names, also those from inside the shared library. A program may define it.
+extern "C" __attribute__((weak, visibility("default"))) void tavrine_path_taken(const char *name);
+
+namespace tavrine {
 
 // Called once for a plane, not for each row. The name has the kernel and the way: "resize.halve".
-void trace_path(const char *name);
+inline void trace_path(const char *name) {
+  if (tavrine_path_taken != nullptr) {
+    tavrine_path_taken(name);
+  }
+}
+
+}  // namespace tavrine
 
 #else
 
+namespace tavrine {
+
 inline void trace_path(const char *) {}
 
-#endif
-
 }  // namespace tavrine
+
+#endif

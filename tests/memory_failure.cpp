@@ -17,10 +17,12 @@ namespace {
 
 thread_local int32_t allocations_left = 0;
 thread_local size_t largest = 0;
+thread_local int64_t count = 0;
 thread_local int64_t live = 0;
 
 bool should_fail(size_t size) {
   largest = std::max(largest, size);
+  ++count;
   return allocations_left > 0 && --allocations_left == 0;
 }
 
@@ -34,6 +36,8 @@ void fail_allocation(int32_t nth) {
 bool clear_failed_allocation() { return std::exchange(allocations_left, 0) == 0; }
 
 size_t largest_allocation() { return largest; }
+
+int64_t allocation_count() { return count; }
 
 int64_t live_allocations() { return live; }
 

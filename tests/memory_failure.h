@@ -17,6 +17,9 @@ bool clear_failed_allocation();
 // The largest of the counted allocations since the last request.
 size_t largest_allocation();
 
+// The number of counted allocations of this thread, failed ones included.
+int64_t allocation_count();
+
 // Allocations of this thread that it has not freed; 0 under a sanitizer, which checks that.
 int64_t live_allocations();
 
