@@ -17,26 +17,26 @@ struct Kernel {
 };
 
 const Kernel kKernels[] = {
-    {2, 2, swap_pairs, scalar::swap_pairs},
+    {2, 2, swap_pairs, scalar::swap_pairs_row},
     {4, 4, copy_plane,
      [](const uint8_t *in, int32_t columns, uint8_t *out) {
        std::memcpy(out, in, 4 * static_cast<size_t>(columns));
      }},
-    {1, 3, replicate_grey, scalar::replicate_grey},
-    {3, 3, swap_red_blue, scalar::swap_red_blue},
+    {1, 3, replicate_grey, scalar::replicate_grey_row},
+    {3, 3, swap_red_blue, scalar::swap_red_blue_row},
     {3, 1,
      [](const PlaneView &in, const PlaneView &out) {
        return weigh_luma(in, ByteOrder::kRedFirst, out);
      },
      [](const uint8_t *in, int32_t columns, uint8_t *out) {
-       scalar::weigh_luma(in, 0, columns, out);
+       scalar::truncated_luma_row(in, 0, columns, out);
      }},
     {3, 1,
      [](const PlaneView &in, const PlaneView &out) {
        return weigh_luma(in, ByteOrder::kBlueFirst, out);
      },
      [](const uint8_t *in, int32_t columns, uint8_t *out) {
-       scalar::weigh_luma(in, 2, columns, out);
+       scalar::truncated_luma_row(in, 2, columns, out);
      }},
 };
 

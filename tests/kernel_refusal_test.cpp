@@ -1,4 +1,4 @@
-// Kernels return false and touch nothing when a plane is missing or does not fit the others.
+// Kernels return false, and write nothing, if a plane is missing or does not fit the others.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -17,8 +17,8 @@ namespace {
 
 using Views = std::vector<PlaneView>;
 
-// What of a plane the kernel compares with the other planes.
-enum Compared { kNothing = 0, kSize = 1, kChannels = 2, kStep = 4 };
+// The properties of a plane that a kernel checks against the other planes.
+enum Compared { kNothing = 0, kSize = 1, kChannels = 2, kStride = 4 };
 
 struct Kernel {
   const char *name;
@@ -31,42 +31,51 @@ constexpr AffineMatrix kAffine = {1, 0, 0, 0, 1, 0};
 constexpr PerspectiveMatrix kPerspective = {{1, 0, 0, 0, 1, 0, 0, 0, 1}};
 
 const Kernel kKernels[] = {
-    {"copy", {1, 1}, kSize, [](const Views &v) { return copy_plane(v[0], v[1]); }},
+    {"copy", {2, 2}, kSize | kChannels, [](const Views &v) { return copy_plane(v[0], v[1]); }},
     {"fill", {1}, kNothing, [](const Views &v) { return fill_plane(v[0], 7); }},
-    {"swap pairs", {2, 2}, kSize, [](const Views &v) { return swap_pairs(v[0], v[1]); }},
+    {"swap pairs",
+     {2, 2},
+     kSize | kChannels,
+     [](const Views &v) { return swap_pairs(v[0], v[1]); }},
     {"interleave",
      {1, 1, 2},
-     kSize,
+     kSize | kChannels,
      [](const Views &v) { return interleave_planes(v[0], v[1], v[2]); }},
     {"deinterleave",
      {2, 1, 1},
-     kSize,
+     kSize | kChannels,
      [](const Views &v) { return deinterleave_plane(v[0], v[1], v[2]); }},
     {"weigh luma",
      {3, 1},
-     kSize,
+     kSize | kChannels,
      [](const Views &v) { return weigh_luma(v[0], ByteOrder::kRedFirst, v[1]); }},
-    {"replicate grey", {1, 3}, kSize, [](const Views &v) { return replicate_grey(v[0], v[1]); }},
-    {"swap red and blue", {3, 3}, kSize, [](const Views &v) { return swap_red_blue(v[0], v[1]); }},
+    {"replicate grey",
+     {1, 3},
+     kSize | kChannels,
+     [](const Views &v) { return replicate_grey(v[0], v[1]); }},
+    {"swap red and blue",
+     {3, 3},
+     kSize | kChannels,
+     [](const Views &v) { return swap_red_blue(v[0], v[1]); }},
     {"stretch contrast",
      {2, 1},
-     kSize,
+     kSize | kChannels,
      [](const Views &v) { return stretch_contrast(v[0], v[1]); }},
     {"rgb to yuv",
      {3, 1, -2},
-     kSize,
+     kSize | kChannels,
      [](const Views &v) {
        return rgb_to_yuv(v[0], ByteOrder::kRedFirst, v[1], v[2], ChromaOrder::kUFirst);
      }},
     {"yuv to rgb",
      {1, -2, 3},
-     kSize,
+     kSize | kChannels,
      [](const Views &v) {
        return yuv_to_rgb(v[0], v[1], ChromaOrder::kUFirst, v[2], ByteOrder::kRedFirst);
      }},
-    {"chroma step",
+    {"chroma stride",
      {-2, 1},
-     kStep,
+     kStride,
      [](const Views &v) {
        static uint8_t packed[4 * 8 * 3];
        return yuv_to_rgb(v[1], v[0], ChromaOrder::kUFirst, {packed, 3, 8, 4, 24},
@@ -120,7 +129,7 @@ TEST(Kernels, RefusePlanesThatAreMissingOrDoNotFit) {
       {"fewer columns", kSize, [](PlaneView &view) { view.columns -= 2; }},
       {"fewer rows", kSize, [](PlaneView &view) { view.rows -= 2; }},
       {"another channel", kChannels, [](PlaneView &view) { --view.channels; }},
-      {"another step", kStep, [](PlaneView &view) { view.stride += 8; }},
+      {"another stride", kStride, [](PlaneView &view) { view.stride += 8; }},
   };
   for (const Kernel &kernel : kKernels) {
     for (size_t plane = 0; plane < kernel.channels.size(); ++plane) {

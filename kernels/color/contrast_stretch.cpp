@@ -2,29 +2,37 @@
 
 #include <array>
 
+#include "kernels/path.h"
+
 namespace tavrine {
 namespace {
 
 constexpr int32_t kValues = 65536;
+
+// An entry for each value of a sample.
 using Table = std::array<uint32_t, kValues>;
 
 uint16_t read_sample(const uint8_t *bytes) {
   return static_cast<uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 
+uint32_t entry(const Table &table, int32_t value) { return table[static_cast<size_t>(value)]; }
+
 struct Bounds {
   int32_t low;
   int32_t high;
 };
 
-// The running counts wrap at 16 bits, and so does t.
+// The running counts and the number of pixels to clip are 16 bits wide and wrap, as
+// contrast_stretch.h says. Zero stands for a value that does not occur, so `lowest` and `highest`
+// are the ends of the histogram.
 Bounds find_bounds(const Table &histogram, uint16_t clip_count) {
   Bounds bounds = {-1, -1};
   int32_t lowest = -1;
   int32_t highest = -1;
   uint16_t below = 0;
   for (int32_t value = 0; value < kValues; ++value) {
-    if (histogram[value] == 0) {
+    if (entry(histogram, value) == 0) {
       continue;
     }
     lowest = lowest < 0 ? value : lowest;
@@ -32,11 +40,11 @@ Bounds find_bounds(const Table &histogram, uint16_t clip_count) {
     if (bounds.low < 0 && below >= clip_count) {
       bounds.low = value;
     }
-    below = static_cast<uint16_t>(below + histogram[value]);
+    below = static_cast<uint16_t>(below + entry(histogram, value));
   }
   uint16_t at_or_above = 0;
   for (int32_t value = highest; value >= 0 && bounds.high < 0; --value) {
-    at_or_above = static_cast<uint16_t>(at_or_above + histogram[value]);
+    at_or_above = static_cast<uint16_t>(at_or_above + entry(histogram, value));
     if (at_or_above >= clip_count) {
       bounds.high = value;
     }
@@ -58,9 +66,10 @@ uint32_t stretch(int32_t value, const Bounds &bounds) {
 }  // namespace
 
 bool stretch_contrast(const PlaneView &source, const PlaneView &destination) {
-  if (!source.is_usable() || !destination.is_usable() || !have_same_size(source, destination)) {
+  if (!fit(source, 2, destination, 1)) {
     return false;
   }
+  trace_path("contrast_stretch");
   Table table = {};
   for (int32_t y = 0; y < source.rows; ++y) {
     const uint8_t *sample = source.row(y);
@@ -70,10 +79,11 @@ bool stretch_contrast(const PlaneView &source, const PlaneView &destination) {
   }
   const double clip_count = source.columns * 0.0001 * source.rows;
   const Bounds bounds = find_bounds(table, static_cast<uint16_t>(static_cast<int64_t>(clip_count)));
-  // The counts are done with; each makes room for what its value becomes.
+  // The histogram is no longer needed; reuse it as the lookup table.
   for (int32_t value = 0; value < kValues; ++value) {
-    if (table[value] != 0) {
-      table[value] = stretch(value, bounds);
+    uint32_t &result = table[static_cast<size_t>(value)];
+    if (result != 0) {
+      result = stretch(value, bounds);
     }
   }
   for (int32_t y = 0; y < source.rows; ++y) {

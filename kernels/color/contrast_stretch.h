@@ -5,12 +5,22 @@
 
 namespace tavrine {
 
-// `source` has two bytes per pixel, the low one first. With t = trunc(width * 0.0001 * height),
-// t pixels at each end saturate: `low` is the first value that at least t pixels lie below,
-// `high` the last one that at least t pixels lie at or above, and
-// (value - low) * 255 / (high - low) is truncated. With t = 0 they are the lowest and the
-// highest value that occur, and so is a bound that no value satisfies. A uniform plane
-// becomes 0. Needs 256 KiB of stack.
+// `source` has two bytes per pixel, the low one first. With
+//
+//   t = trunc(width * 0.0001 * height) mod 65536
+//   below(v) = number of pixels with a value less than v, mod 65536
+//   at_or_above(v) = number of pixels with a value of v or more, mod 65536
+//
+// of the values that occur, `low` is the least with below(v) >= t and `high` the greatest with
+// at_or_above(v) >= t. If there is none, it is the least or the greatest value that occurs. Counts
+// wrap at 65536, so large planes with many equal samples may clip more than t pixels at an end.
+//
+// A value below `low` becomes 0, one above `high` 255, and all others
+//
+//   trunc((value - low) * 255.0 / (high - low))
+//
+// or 0 if `low` and `high` are equal. Needs 256 KiB of stack. Returns false, and writes nothing, if
+// a view is unusable or the views do not fit each other.
 bool stretch_contrast(const PlaneView &source, const PlaneView &destination);
 
 }  // namespace tavrine

@@ -1,14 +1,14 @@
-// Conversions between packed 24-bit planes and semi-planar 4:2:0, full range, in integers
-// that fit 16 bits. Every function answers false, with nothing written, when a view is
-// unusable, the luma's width or height is odd, or the views do not fit each other: the chroma
-// plane has half the luma's size and the same stride.
+// Conversions between packed 24-bit planes and semi-planar 4:2:0, full range, in integers that fit
+// 16 bits. Every function returns false, and writes nothing, if a view is unusable, the luma's
+// width or height is odd, or the views do not fit each other: the chroma plane has half the luma's
+// size and the same stride.
 #pragma once
 
 #include "kernels/color/rgb.h"
 
 namespace tavrine {
 
-// Which byte of a chroma pair is U; V is the other.
+// The byte of a chroma pair that is U; V is the other.
 enum class ChromaOrder : int32_t { kUFirst = 0, kVFirst = 1 };
 
 // With the BT.601 weights times 128:
@@ -23,7 +23,7 @@ bool rgb_to_yuv(const PlaneView &packed, ByteOrder order, const PlaneView &luma,
 //   R = (64 Y + 32 + 86 v) >> 6
 //   G = (64 Y + 32 - 44 v - 24 u) >> 6
 //   B = (64 Y + 32 + 110 u) >> 6
-// One pair serves its 2 x 2 block.
+// One pair serves its 2 x 2 block. All results saturate.
 bool yuv_to_rgb(const PlaneView &luma, const PlaneView &chroma, ChromaOrder chroma_order,
                 const PlaneView &packed, ByteOrder order);
 

@@ -1,5 +1,5 @@
-// The definition of the conversions in yuv.h, a row at a time. `red` is the byte of a pixel that
-// holds red, 0 or 2; `u` is the byte of a pair that holds U, 0 or 1.
+// The definition of the conversions in yuv.h, one row at a time. `red` is the byte of a pixel that
+// is red, 0 or 2; `u` is the byte of a pair that is U, 0 or 1.
 #pragma once
 
 #include <cstdint>
