@@ -7,9 +7,8 @@ namespace tavrine::test {
 namespace {
 
 // Three bytes of a raw RGB24 picture.
-template <typename Coordinate>
-std::string pixel_of(const std::string &pixels, size_t width, Coordinate x, Coordinate y) {
-  return pixels.substr((static_cast<size_t>(y) * width + static_cast<size_t>(x)) * 3, 3);
+std::string pixel_of(const std::string &pixels, int width, int x, int y) {
+  return pixels.substr(static_cast<size_t>((y * width + x) * 3), 3);
 }
 
 TEST_F(Tool, RotatesAndWarpsByTheGivenNumbers) {

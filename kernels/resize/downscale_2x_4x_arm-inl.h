@@ -48,7 +48,7 @@ struct DownscaleStep<2, 1> {
     const auto means = [&](int32_t i) {
       return means_of_pairs(vreinterpretq_u8_u16(above.val[i]), vreinterpretq_u8_u16(below.val[i]));
     };
-    vst2_u8(out, {{means(0), means(1)}});
+    vst2_u8(out, (uint8x8x2_t{{means(0), means(1)}}));
   }
 };
 
@@ -62,8 +62,8 @@ struct DownscaleStep<2, 2> {
   HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
     const uint8x16x2_t above = vld2q_u8(upper);
     const uint8x16x2_t below = vld2q_u8(lower);
-    vst2_u8(out, {{means_of_pairs(above.val[0], below.val[0]),
-                   means_of_pairs(above.val[1], below.val[1])}});
+    const auto means = [&](int32_t i) { return means_of_pairs(above.val[i], below.val[i]); };
+    vst2_u8(out, (uint8x8x2_t{{means(0), means(1)}}));
   }
 };
 
@@ -76,9 +76,8 @@ struct DownscaleStep<2, 3> {
   HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
     const uint8x16x3_t above = vld3q_u8(upper);
     const uint8x16x3_t below = vld3q_u8(lower);
-    vst3_u8(out, {{means_of_pairs(above.val[0], below.val[0]),
-                   means_of_pairs(above.val[1], below.val[1]),
-                   means_of_pairs(above.val[2], below.val[2])}});
+    const auto means = [&](int32_t i) { return means_of_pairs(above.val[i], below.val[i]); };
+    vst3_u8(out, (uint8x8x3_t{{means(0), means(1), means(2)}}));
   }
 };
 
@@ -91,10 +90,8 @@ struct DownscaleStep<2, 4> {
   HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
     const uint8x16x4_t above = vld4q_u8(upper);
     const uint8x16x4_t below = vld4q_u8(lower);
-    vst4_u8(
-        out,
-        {{means_of_pairs(above.val[0], below.val[0]), means_of_pairs(above.val[1], below.val[1]),
-          means_of_pairs(above.val[2], below.val[2]), means_of_pairs(above.val[3], below.val[3])}});
+    const auto means = [&](int32_t i) { return means_of_pairs(above.val[i], below.val[i]); };
+    vst4_u8(out, (uint8x8x4_t{{means(0), means(1), means(2), means(3)}}));
   }
 };
 
@@ -170,7 +167,7 @@ struct DownscaleStep<4, 3> {
                     sums_of_pairs(next_above.val[channel], next_below.val[channel]));
       return vrshrn_n_u16(sums.val[0], 2);
     };
-    vst3_u8(out, {{means(0), means(1), means(2)}});
+    vst3_u8(out, (uint8x8x3_t{{means(0), means(1), means(2)}}));
   }
 };
 

@@ -67,7 +67,7 @@ class HorizontalPass {
     }
     const float scale = scalar::reciprocal_scale(source_.columns, columns_);
     for (int32_t x = 0; x < columns_; ++x) {
-      taps_[x] = scalar::column_tap(x, scale, source_.columns);
+      taps_[static_cast<size_t>(x)] = scalar::column_tap(x, scale, source_.columns);
     }
     for (const int32_t windows : kWindowCounts) {
       windows_ = windows;
@@ -120,7 +120,7 @@ class HorizontalPass {
       for (int32_t i = 0; i < kGroupsInStep; ++i) {
         Group samples;
         for (Sample &sample : samples) {
-          const Tap &tap = taps_[column];
+          const Tap &tap = taps_[static_cast<size_t>(column)];
           const int32_t first = tap.index * channels + channel;
           sample = {first, first + (tap.index < source_.columns - 1 ? channels : 0), tap};
           if (++channel == channels) {

@@ -24,7 +24,7 @@ class HorizontalPass {
     }
     const float scale = reciprocal_scale(source_.columns, columns_);
     for (int32_t x = 0; x < columns_; ++x) {
-      taps_[x] = column_tap(x, scale, source_.columns);
+      taps_[static_cast<size_t>(x)] = column_tap(x, scale, source_.columns);
     }
     return true;
   }
@@ -32,7 +32,7 @@ class HorizontalPass {
   void run(const uint8_t *source, int16_t *row) {
     const int32_t channels = source_.channels;
     for (int32_t x = 0; x < columns_; ++x) {
-      const Tap tap = taps_[x];
+      const Tap tap = taps_[static_cast<size_t>(x)];
       const uint8_t *first = source + static_cast<ptrdiff_t>(tap.index) * channels;
       const uint8_t *second = first + (tap.index == source_.columns - 1 ? 0 : channels);
       for (int32_t channel = 0; channel < channels; ++channel) {

@@ -137,7 +137,7 @@ HWY_INLINE void load_step(const int16_t *row, Samples (&samples)[2]) {
 }
 
 HWY_INLINE void store_step(const Samples (&samples)[2], int16_t *row) {
-  vst2q_s16(row, {{samples[0], samples[1]}});
+  vst2q_s16(row, (int16x8x2_t{{samples[0], samples[1]}}));
 }
 
 class RowWeights {

@@ -62,11 +62,11 @@ HWY_INLINE void warp_step(const PlaneView &source, scalar::Offset row, const int
   if constexpr (kChannels == 1) {
     vst1_u8(out, channel(0));
   } else if constexpr (kChannels == 2) {
-    vst2_u8(out, {{channel(0), channel(1)}});
+    vst2_u8(out, (uint8x8x2_t{{channel(0), channel(1)}}));
   } else if constexpr (kChannels == 3) {
-    vst3_u8(out, {{channel(0), channel(1), channel(2)}});
+    vst3_u8(out, (uint8x8x3_t{{channel(0), channel(1), channel(2)}}));
   } else {
-    vst4_u8(out, {{channel(0), channel(1), channel(2), channel(3)}});
+    vst4_u8(out, (uint8x8x4_t{{channel(0), channel(1), channel(2), channel(3)}}));
   }
 }
 

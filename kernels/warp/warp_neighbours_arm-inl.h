@@ -31,14 +31,19 @@ struct NeighbourPairs {
 };
 
 // Loads one element of each register after the other. Lane numbers must be constants, hence the
-// index sequence. The first load fills all lanes, so that the registers depend on nothing before.
-#define TAVRINE_LOAD_LANES(type, load_all, load_lane)                            \
-  template <size_t... kLanes>                                                    \
-  HWY_INLINE type load_lane##s(const uint8_t *base, const int32_t *offsets,      \
-                               std::index_sequence<kLanes...>) {                 \
-    type result = load_all(base + offsets[0]);                                   \
-    ((result = load_lane(base + offsets[kLanes + 1], result, kLanes + 1)), ...); \
-    return result;                                                               \
+// index sequence; clang's load_lane is a macro that no pack passes through, hence a function for
+// one lane. The first load fills all lanes, so that the registers depend on nothing before.
+#define TAVRINE_LOAD_LANES(type, load_all, load_lane)                       \
+  template <size_t kLane>                                                   \
+  HWY_INLINE void load_lane##_at(const uint8_t *element, type &result) {    \
+    result = load_lane(element, result, kLane);                             \
+  }                                                                         \
+  template <size_t... kLanes>                                               \
+  HWY_INLINE type load_lane##s(const uint8_t *base, const int32_t *offsets, \
+                               std::index_sequence<kLanes...>) {            \
+    type result = load_all(base + offsets[0]);                              \
+    (load_lane##_at<kLanes + 1>(base + offsets[kLanes + 1], result), ...);  \
+    return result;                                                          \
   }
 TAVRINE_LOAD_LANES(uint8x8x2_t, vld2_dup_u8, vld2_lane_u8)
 TAVRINE_LOAD_LANES(uint8x8x3_t, vld3_dup_u8, vld3_lane_u8)

@@ -109,7 +109,7 @@ HWY_INLINE void warp_step(const PlaneView &source, const RowTerms &terms, int32_
   if constexpr (kChannels == 1) {
     vst1_u8(out, results[0]);
   } else {
-    vst3_u8(out, {{results[0], results[1], results[2]}});
+    vst3_u8(out, (uint8x8x3_t{{results[0], results[1], results[2]}}));
   }
 }
 
