@@ -34,8 +34,7 @@
  * calls. Each thread needs a workspace of its own.
  *
  * Memory and stack. Scratch memory is of the order of a few rows, except where a description says
- * more; it is released before the call returns. A call needs less than 64 KiB of stack, except the
- * conversion of Y16, which needs 320 KiB.
+ * more; it is released before the call returns. Every call runs on a thread with 64 KiB of stack.
  *
  * Status codes are those of tavrine_types.h. TAVRINE_FAILURE includes lack of memory everywhere,
  * and it is what a frame gets whose record is broken (no pixels, strides that do not hold a row)
@@ -307,7 +306,7 @@ TAVRINE_API int32_t tavrine_frame_warpperspective(const tavrine_frame_t *in, tav
  * that occurs and has at least t pixels below it, `high` the last value that has at least t pixels
  * at or above it; t and the counts are kept modulo 65536. Without such a value they are the lowest
  * and highest that occur. Values below `low` become 0, above `high` 255, and between them
- * trunc((value - low) * 255 / (high - low)). A uniform frame becomes 0.
+ * trunc((value - low) * 255 / (high - low)). A uniform frame becomes 0. Needs 256 KiB of memory.
  *
  * No pixel is converted in three cases. Into an empty slot, the format of `in` itself gives a
  * reference to it (with a notice), and GREY from a 4:2:0 format a reference to its luma: writing

@@ -1,6 +1,8 @@
 #include "kernels/color/contrast_stretch.h"
 
 #include <array>
+#include <memory>
+#include <new>
 
 #include "kernels/path.h"
 
@@ -69,8 +71,13 @@ bool stretch_contrast(const PlaneView &source, const PlaneView &destination) {
   if (!fit(source, 2, destination, 1)) {
     return false;
   }
+  // Scratch memory rather than the stack: threads on cameras have little of that.
+  const std::unique_ptr<Table> scratch(new (std::nothrow) Table());
+  if (!scratch) {
+    return false;
+  }
+  Table &table = *scratch;
   trace_path("contrast_stretch");
-  Table table = {};
   for (int32_t y = 0; y < source.rows; ++y) {
     const uint8_t *sample = source.row(y);
     for (int32_t x = 0; x < source.columns; ++x) {

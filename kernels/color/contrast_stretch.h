@@ -19,8 +19,8 @@ namespace tavrine {
 //
 //   trunc((value - low) * 255.0 / (high - low))
 //
-// or 0 if `low` and `high` are equal. Needs 256 KiB of stack. Returns false, and writes nothing, if
-// a view is unusable or the views do not fit each other.
+// or 0 if `low` and `high` are equal. Needs 256 KiB of scratch memory. Returns false, and writes
+// nothing, if there is none, if a view is unusable or if the views do not fit each other.
 bool stretch_contrast(const PlaneView &source, const PlaneView &destination);
 
 }  // namespace tavrine
