@@ -99,6 +99,56 @@ int32_t fill_batch(tavrine_tensor_t *tensor, int32_t n, tavrine_frame_t *const *
 
 class BadArguments : public LibraryTest {};
 
+TEST_F(BadArguments, NullArguments) {
+  OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 4, 4);
+  OwnedFrame none;
+  const OwnedBuffer buffer(tavrine_buffer_alloc(4, TAVRINE_MEMORY_HOST));
+  constexpr int32_t kShape[4] = {1, 3, 4, 4};
+  const OwnedTensor tensor(
+      tavrine_tensor_alloc(TAVRINE_MEMORY_HOST, TAVRINE_ELEMENT_FLOAT32, kShape));
+  OwnedBuffer workspace;
+  tavrine_frame_t *const frames[] = {frame.get()};
+  tavrine_frame_t *const no_frames[] = {nullptr};
+  const tavrine_area2d_t area = {0, 0, 4, 4};
+  const Preprocessing plain = {{}, {1, 1, 1}, {}};
+  const int32_t codes[] = {
+      tavrine_frame_resize(nullptr, none.slot(), 2, 2),
+      tavrine_frame_resize(frame.get(), nullptr, 2, 2),
+      tavrine_frame_scale(nullptr, none.slot(), 1),
+      tavrine_frame_scale(nullptr, none.slot(), -1),
+      tavrine_frame_scale(frame.get(), nullptr, 1),
+      tavrine_frame_crop(nullptr, none.slot(), {0, 0, 2, 2}),
+      tavrine_frame_crop(frame.get(), nullptr, {0, 0, 2, 2}),
+      tavrine_frame_rotate(nullptr, none.slot(), 0),
+      tavrine_frame_rotate(frame.get(), nullptr, 0),
+      tavrine_frame_cvt_color(nullptr, none.slot(), TAVRINE_FORMAT_GREY),
+      tavrine_frame_cvt_color(frame.get(), nullptr, TAVRINE_FORMAT_GREY),
+      tavrine_frame_warpaffine(nullptr, frame.get(), kMatrix),
+      tavrine_frame_warpaffine(frame.get(), nullptr, kMatrix),
+      tavrine_frame_warpperspective(nullptr, frame.get(), kMatrix),
+      tavrine_frame_warpperspective(frame.get(), nullptr, kMatrix),
+      tavrine_frame_warpperspective(frame.get(), frame.get(), nullptr),
+      tavrine_frame_save(nullptr, "never-written.png"),
+      to_tensor(nullptr, 0, TAVRINE_TENSOR_RGB, frame.get(), plain),
+      to_tensor(tensor.get(), 0, TAVRINE_TENSOR_RGB, nullptr, plain),
+      fill_batch(nullptr, 1, frames, &area, TAVRINE_RESIZE_FIT, workspace.slot()),
+      fill_batch(tensor.get(), 1, nullptr, &area, TAVRINE_RESIZE_FIT, workspace.slot()),
+      fill_batch(tensor.get(), 1, no_frames, &area, TAVRINE_RESIZE_FIT, workspace.slot()),
+      fill_batch(tensor.get(), 1, frames, nullptr, TAVRINE_RESIZE_FIT, workspace.slot()),
+      fill_batch(tensor.get(), 1, frames, &area, TAVRINE_RESIZE_FIT, nullptr)};
+  for (const int32_t &code : codes) {
+    EXPECT_EQ(code, -1) << &code - codes;
+  }
+  EXPECT_TRUE(take_log().empty());
+  EXPECT_EQ(tavrine_frame_warpaffine(frame.get(), frame.get(), nullptr), -4);
+  EXPECT_EQ(tavrine_frame_encode(nullptr, TAVRINE_ENCODE_PNG, buffer.get()), -1);
+  EXPECT_EQ(tavrine_frame_encode(frame.get(), TAVRINE_ENCODE_PNG, nullptr), -1);
+  EXPECT_EQ(tavrine_frame_save(frame.get(), nullptr), -1000);
+  EXPECT_EQ(tavrine_frame_load(nullptr), nullptr);
+  EXPECT_FALSE(none);
+  EXPECT_FALSE(workspace);
+}
+
 TEST_F(BadArguments, BrokenFrameRecords) {
   for (const BadCall &call : kCalls) {
     for (const bool damages_input : {true, false}) {
@@ -201,6 +251,8 @@ TEST_F(BadArguments, BrokenTensorRecords) {
       {"negative channels", [](tavrine_tensor_t &t) { t.shape[1] = -3; }, -1, -1},
       {"negative row stride", [](tavrine_tensor_t &t) { t.strides[2] = -8; }, -1, -4},
       {"smallest channel stride", [](tavrine_tensor_t &t) { t.strides[1] = kMin; }, -1, -4},
+      {"unaligned", [](tavrine_tensor_t &t) { t.core_words[1] += 2; }, -1, -4},
+      {"no data", [](tavrine_tensor_t &t) { t.core_words[1] = 0; }, -1, -1},
   };
   tavrine_frame_t *const frames[] = {in.get(), in.get()};
   const tavrine_area2d_t areas[] = {{-4, -4, 20, 20}, {10, 9, 30, 40}};
@@ -217,18 +269,11 @@ TEST_F(BadArguments, BrokenTensorRecords) {
     take_log();
   }
   OwnedBuffer workspace;
-  const auto batch_of = [&](int32_t n, tavrine_frame_t *const *given,
-                            const tavrine_area2d_t *regions) {
-    return fill_batch(tensor.get(), n, given, regions, TAVRINE_RESIZE_STRETCH, workspace.slot());
-  };
   for (const int32_t n : {0, -1, 1, 3, kMax, kMin}) {
-    EXPECT_EQ(batch_of(n, frames, areas), -1) << n;
+    EXPECT_EQ(fill_batch(tensor.get(), n, frames, areas, TAVRINE_RESIZE_STRETCH, workspace.slot()),
+              -1)
+        << n;
   }
-  tavrine_frame_t *const with_hole[] = {in.get(), nullptr};
-  EXPECT_EQ(batch_of(2, with_hole, areas), -1);
-  EXPECT_EQ(batch_of(2, nullptr, areas), -1);
-  EXPECT_EQ(batch_of(2, frames, nullptr), -1);
-  EXPECT_EQ(fill_batch(tensor.get(), 2, frames, areas, TAVRINE_RESIZE_FIT, nullptr), -1);
   EXPECT_FALSE(workspace);
   EXPECT_TRUE(take_log().empty());
 }
@@ -281,6 +326,68 @@ TEST_F(BadArguments, RowsFarApart) {
     OwnedFrame expected;
     EXPECT_EQ(tavrine_frame_rotate(small.get(), expected.slot(), 1), 0);
     EXPECT_EQ(pixels_of(rotated.get()), pixels_of(expected.get()));
+  }
+}
+
+// One row of 2^31 - 1 pixels, and two of them: no more than a plane of memory may hold.
+TEST_F(BadArguments, RowsAsLongAsCanBeCounted) {
+  tavrine_frame_t wide = *OwnedFrame(make_frame(TAVRINE_FORMAT_GREY, 16, 1)).get();
+  wide.width = kMax;
+  wide.height = 2;
+  wide.strides[0] = 0;
+  OwnedFrame out;
+  if constexpr (sizeof(void *) == 4) {
+    EXPECT_EQ(tavrine_frame_resize(&wide, out.slot(), 4, 2), -4);
+  } else {
+    const GuardedMemory memory(size_t{2} * kMax, Edge::kLast);
+    wide.planes[0] = memory.data();
+    EXPECT_EQ(tavrine_frame_resize(&wide, out.slot(), 4, 2), 0);
+    EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(8));
+  }
+  // Rows of more bytes than that are refused on every machine, before anything is read.
+  wide.pixel_format = TAVRINE_FORMAT_RGB24;
+  wide.width = kMax / 3 + 1;
+  out.reset();
+  EXPECT_EQ(tavrine_frame_resize(&wide, out.slot(), 4, 2), -4);
+  wide.width = kMax / 3 * 2 + 6;  // 14 when counted in 32 bits
+  EXPECT_EQ(tavrine_frame_resize(&wide, out.slot(), 4, 2), -4);
+}
+
+// Channels, rows and images as far apart as the records allow, in memory that is mostly not there.
+TEST_F(BadArguments, TensorsAsLargeAsCanBeCounted) {
+  constexpr int32_t kShape[4] = {1, 3, 3, 4};
+  constexpr int32_t kRowStride = kMax / 4;
+  constexpr uint32_t kOffset = std::numeric_limits<uint32_t>::max();
+  const OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 3, 2);
+  fill_random(in.get(), random_);
+  for (const int32_t element : {TAVRINE_ELEMENT_UINT8, TAVRINE_ELEMENT_FLOAT32}) {
+    const size_t bytes = element == TAVRINE_ELEMENT_UINT8 ? 1 : 4;
+    const OwnedTensor near(tavrine_tensor_alloc(TAVRINE_MEMORY_HOST, element, kShape));
+    const Preprocessing preprocessing = {{1, 2, 3}, {0.5F, 1, 1}, {7, 8, 9}};
+    ASSERT_EQ(to_tensor(near.get(), 0, TAVRINE_TENSOR_RGB, in.get(), preprocessing), 0);
+    tavrine_tensor_t far = *near.get();
+    far.strides[1] = kMax;
+    far.strides[2] = kRowStride;
+    if constexpr (sizeof(void *) == 4) {
+      EXPECT_EQ(to_tensor(&far, 0, TAVRINE_TENSOR_RGB, in.get(), preprocessing), -1);
+      far.strides[1] = far.strides[2] = 4;
+      EXPECT_EQ(to_tensor(&far, kOffset, TAVRINE_TENSOR_RGB, in.get(), preprocessing), -1);
+      continue;
+    }
+    const uint64_t elements = uint64_t{kOffset} + 2 * uint64_t{kMax} + 2 * uint64_t{kRowStride} + 4;
+    const GuardedMemory memory(static_cast<size_t>(elements * bytes), Edge::kLast);
+    far.core_words[1] = reinterpret_cast<uintptr_t>(memory.data());
+    ASSERT_EQ(to_tensor(&far, kOffset, TAVRINE_TENSOR_RGB, in.get(), preprocessing), 0);
+    for (int32_t channel = 0; channel < 3; ++channel) {
+      for (int32_t row = 0; row < 3; ++row) {
+        const uint64_t begin = kOffset + static_cast<uint64_t>(channel) * kMax +
+                               static_cast<uint64_t>(row) * kRowStride;
+        EXPECT_EQ(std::memcmp(memory.data() + begin * bytes,
+                              tavrine_tensor_data_at(near.get(), 0, channel, row, 0), 4 * bytes),
+                  0)
+            << channel << " " << row;
+      }
+    }
   }
 }
 

@@ -128,6 +128,39 @@ TEST_F(Batch, PlacesRegionsAndPadsTheRest) {
   }
 }
 
+// Frames of different formats and sizes, each with its own region and padding.
+TEST_F(Batch, EachImageHasItsOwnFrameAndPadding) {
+  const PaddedFrame frames[] = {make_padded_frame(TAVRINE_FORMAT_RGB24, 40, 30, random_),
+                                make_padded_frame(TAVRINE_FORMAT_BGR24, 22, 50, random_),
+                                make_padded_frame(TAVRINE_FORMAT_GREY, 31, 19, random_),
+                                make_padded_frame(TAVRINE_FORMAT_BGR24, 64, 17, random_)};
+  const struct {
+    tavrine_area2d_t area;
+    Rectangle inside, placed;
+  } regions[] = {{{3, 4, 24, 16}, {3, 4, 24, 16}, {0, 0, 24, 16}},
+                 {{-12, -8, 24, 16}, {0, 0, 12, 8}, {12, 8, 12, 8}},
+                 {{20, 10, 24, 16}, {20, 10, 11, 9}, {0, 0, 11, 9}},
+                 {{60, -3, 24, 16}, {60, 0, 4, 13}, {0, 3, 4, 13}}};
+  const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {4, 1, 16, 24});
+  Call call = {tensor.get(), TAVRINE_TENSOR_GRAY, {}, {}, TAVRINE_RESIZE_STRETCH, {}};
+  Elements expected = tensor.elements();
+  for (int image = 0; image < 4; ++image) {
+    const auto &[area, inside, placed] = regions[image];
+    const float padding = 10.0F * static_cast<float>(image) + 1;
+    call.frames.push_back(frames[image].frame.get());
+    call.areas.push_back(area);
+    call.paddings.push_back({-1, padding, -2});
+    tensor.expect_band(expected, image, {0, 0, 24, 16}, {padding});
+    OwnedFrame part;
+    ASSERT_EQ(tavrine_frame_crop(frames[image].frame.get(), part.slot(),
+                                 {inside.x, inside.y, inside.width, inside.height}),
+              0);
+    tensor.expect_frame(expected, image, placed, TAVRINE_TENSOR_GRAY, part.get(), kTypical);
+  }
+  ASSERT_EQ(run(call), 0);
+  EXPECT_EQ(tensor.elements(), expected);
+}
+
 TEST_F(Batch, ReturnsRatios) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 40, 30);
   const PaddedTensor tensor(TAVRINE_ELEMENT_UINT8, {2, 1, 16, 24});
@@ -277,33 +310,39 @@ TEST_F(Batch, RefusalsWriteNothing) {
   constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
   const OwnedFrame on_other = on_device(in.get());
-  const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {2, 3, 16, 24});
-  const PaddedTensor narrow(TAVRINE_ELEMENT_FLOAT32, {2, 2, 16, 24});
+  const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 40, 30);
+  const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {3, 3, 16, 24});
+  const PaddedTensor narrow(TAVRINE_ELEMENT_FLOAT32, {3, 2, 16, 24});
   const Elements before = tensor.elements();
-  const Call good = {tensor.get(), 1, {in.get(), in.get()}, {{0, 0, 8, 8}, {0, 0, 8, 8}}, 0, {}};
+  const Call good = {tensor.get(), 1, {in.get(), in.get(), in.get()}, {}, 0, {}};
 
   const auto refused_with = [&](int32_t result, auto change) {
     Call call = good;
+    call.areas.assign(3, {0, 0, 8, 8});
     change(call);
     EXPECT_EQ(run(call), result);
     EXPECT_EQ(tensor.elements(), before);
   };
-  refused_with(-1, [](Call &call) { call.tensor = nullptr; });
   refused_with(-1, [&](Call &call) { call.tensor = narrow.get(); });
   for (const int32_t mode : {-1, 2}) {
     refused_with(-1, [=](Call &call) { call.mode = mode; });
   }
   EXPECT_TRUE(take_log().empty());
 
-  refused_with(-1, [&](Call &call) { call.frames[1] = on_other.get(); });
-  expect_error("input frame list memory type is not homogeneous");
+  for (const size_t image : {size_t{1}, size_t{2}}) {
+    refused_with(-1, [&](Call &call) { call.frames[image] = on_other.get(); });
+    expect_error("input frame list memory type is not homogeneous");
+    refused_with(-1, [&](Call &call) { call.frames[image] = nullptr; });
+    refused_with(-1000, [&](Call &call) { call.frames[image] = grey.get(); });
+    expect_error("RGB/GBR tensor needs RGB/BGR frame, given frame's format: GREY");
+  }
   refused_with(-1000, [](Call &call) { call.color_type = 5; });
   expect_error("Unknown tensor color type: 5");
   const tavrine_area2d_t apart[] = {{40, 0, 4, 4},     {0, 30, 4, 4},      {-4, 0, 4, 4},
                                     {0, -5, 4, 4},     {kMax, 0, kMax, 4}, {0, kMin, 4, kMax},
                                     {kMin, 0, kMin, 4}};
   for (const tavrine_area2d_t &area : apart) {
-    refused_with(-1, [&](Call &call) { call.areas[1] = area; });
+    refused_with(-1, [&](Call &call) { call.areas[2] = area; });
     expect_error("invalid roi: {" + std::to_string(area.x) + ", " + std::to_string(area.y) + ", " +
                  std::to_string(area.width) + ", " + std::to_string(area.height) + "}");
   }

@@ -2,6 +2,7 @@
 // with padded rows.
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 #include "tests/support.h"
 
@@ -265,6 +266,55 @@ class ContrastStretch : public LibraryTest {
     return pixels_of(out.get());
   }
 };
+
+// Counts wrap at 65536, as a 16-bit counter does.
+std::vector<uint8_t> stretch_by_definition(int width, const std::vector<uint16_t> &samples) {
+  std::map<uint16_t, int> counts;
+  for (const uint16_t sample : samples) {
+    ++counts[sample];
+  }
+  const auto height = static_cast<int>(samples.size()) / width;
+  const int clip = static_cast<int>(width * 0.0001 * height) % 65536;
+  const auto reaches = [&](int count) { return count % 65536 >= clip; };
+  int low = counts.begin()->first;
+  int below = 0;
+  for (const auto &[value, count] : counts) {
+    if (reaches(below)) {
+      low = value;
+      break;
+    }
+    below += count;
+  }
+  int high = counts.rbegin()->first;
+  int from = 0;
+  for (auto bin = counts.rbegin(); bin != counts.rend(); ++bin) {
+    from += bin->second;
+    if (reaches(from)) {
+      high = bin->first;
+      break;
+    }
+  }
+  std::vector<uint8_t> result;
+  for (const uint16_t sample : samples) {
+    const int grey = high == low ? 0 : static_cast<int>((sample - low) * 255.0 / (high - low));
+    result.push_back(static_cast<uint8_t>(sample < low ? 0 : sample > high ? 255 : grey));
+  }
+  return result;
+}
+
+TEST_F(ContrastStretch, CountsBeyond16Bits) {
+  for (int i = 0; i < 40; ++i) {
+    // One value has about 65536 of the 90000 pixels, and is anywhere among the others.
+    const size_t many = 65530 + random_() % 20;
+    std::vector<uint16_t> samples(90000);
+    std::fill_n(samples.begin(), many, static_cast<uint16_t>(random_() % 6 * 1000));
+    const auto limit = static_cast<std::ptrdiff_t>(many);
+    std::generate(samples.begin() + limit, samples.end(),
+                  [&] { return static_cast<uint16_t>(random_() % 6 * 1000 + random_() % 2); });
+    std::fill_n(samples.begin() + limit, random_() % 12, static_cast<uint16_t>(random_()));
+    ASSERT_EQ(stretch(300, samples), stretch_by_definition(300, samples)) << i;
+  }
+}
 
 TEST_F(ContrastStretch, SmallFramesUseTheWholeRange) {
   EXPECT_EQ(stretch(2, {300, 70, 300, 70}), (std::vector<uint8_t>{255, 0, 255, 0}));

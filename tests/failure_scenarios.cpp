@@ -87,12 +87,24 @@ Operation fill_batch_in(int32_t memory) {
   };
 }
 
-// A picture of two pixels. Its frame is new and is released here.
-int32_t decode(const tavrine_frame_t *, tavrine_frame_t **) {
-  constexpr char kPicture[] = "P6 2 1 255\nRGBrgb";
-  const OwnedFrame frame(tavrine_frame_load_from_memory(kPicture, sizeof kPicture - 1));
-  return frame ? 0 : -4;
+// The frame is new and is released here.
+Operation decode(const std::string &picture) {
+  return [=](const tavrine_frame_t *, tavrine_frame_t **) {
+    const OwnedFrame frame(
+        tavrine_frame_load_from_memory(picture.data(), static_cast<int32_t>(picture.size())));
+    return frame ? 0 : -4;
+  };
 }
+
+std::string encoded(int32_t code) {
+  const OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 20, 16);
+  const OwnedBuffer buffer(tavrine_buffer_alloc(16, TAVRINE_MEMORY_HOST));
+  EXPECT_EQ(tavrine_frame_encode(frame.get(), code, buffer.get()), 0);
+  return {static_cast<const char *>(tavrine_buffer_raw_pointer(buffer.get())),
+          tavrine_buffer_size(buffer.get())};
+}
+
+const std::string kGif("GIF89a\1\0\1\0\x80\0\0\xFF\0\0\0\xFF\0,\0\0\0\0\1\0\1\0\0\2\2D\1\0;", 35);
 
 int32_t save_to_nowhere(const tavrine_frame_t *in, tavrine_frame_t **) {
   return tavrine_frame_save(in, "/dev/null/none.png") == -4 ? 0 : kInjected;
@@ -115,6 +127,7 @@ const std::vector<Scenario> &failure_scenarios() {
   static const Outcomes kOwnTensor = {{"tavrine_tensor_alloc", 1, kInjected}};
   // Calls of the operation.
   static const Outcomes kAllocation = {{"tavrine_frame_alloc", 1, -4}};
+  static const Outcomes kWrapping = {{"tavrine_frame_make", 1, -4}};
   static const Outcomes kCopy = {{"tavrine_frame_copy", 1, kInjected}};
   static const Outcomes kReference = {{"tavrine_frame_ref", 1, -4}};
   // The transfers of a fallback are not checked: without its input the CPU refuses, and a failed
@@ -174,7 +187,11 @@ const std::vector<Scenario> &failure_scenarios() {
       {"conversion by the engine, back", TAVRINE_FORMAT_RGB24, 1, convert_to(TAVRINE_FORMAT_NV12),
        kAllocation, true},
       {"resize by the engine", TAVRINE_FORMAT_GREY, 1, resize_to(64, 64), kAllocation, true},
-      {"decode", TAVRINE_FORMAT_GREY, 0, decode, {{"tavrine_frame_make", 1, -4}}},
+      {"contrast stretch", TAVRINE_FORMAT_Y16, 0, convert_to(TAVRINE_FORMAT_GREY), kAllocation},
+      {"decode PNM", TAVRINE_FORMAT_GREY, 0, decode("P6 2 1 255\nRGBrgb"), kWrapping},
+      {"decode JPEG", TAVRINE_FORMAT_GREY, 0, decode(encoded(TAVRINE_ENCODE_JPEG)), kWrapping},
+      {"decode PNG", TAVRINE_FORMAT_GREY, 0, decode(encoded(TAVRINE_ENCODE_PNG)), kWrapping},
+      {"decode GIF with alpha", TAVRINE_FORMAT_GREY, 0, decode(kGif), kAllocation},
       {"tensor from the device", TAVRINE_FORMAT_RGB24, 1, fill_tensor_in(0),
        kOwnTensor + Outcomes{{"tavrine_frame_download", 1, kInjected}}},
       {"tensor on the device", TAVRINE_FORMAT_BGR24, 0, fill_tensor_in(1),

@@ -4,6 +4,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <deque>
 
 #include "tests/support.h"
@@ -42,20 +44,25 @@ class GuardedMemory {
   uint8_t *data_;
 };
 
-// A host frame with padded rows, but none after the last row's pixels.
+// A host frame with padded rows, but no padding after the last row's pixels. Every plane has memory
+// of its own.
 class GuardedFrame {
  public:
-  static constexpr int kPadding = 5;
+  // Bytes between the rows of each plane; kNoStride: none, and a stride of 0 in the record.
+  using Padding = std::array<int, 3>;
+  static constexpr int kNoStride = -1;
 
-  GuardedFrame(uint32_t format, int width, int height, GuardedMemory::Edge edge)
+  GuardedFrame(uint32_t format, int width, int height, GuardedMemory::Edge edge,
+               const Padding &padding = {5, 5, 5})
       : frame_(make_frame(format, width, height)) {
-    int next = 0;
+    size_t next = 0;
     for (const Plane &plane : planes_of(format, width, height)) {
       const int row = plane.columns * plane.channels;
-      const int step = row + kPadding;
-      memory_.emplace_back(static_cast<size_t>(step * (plane.rows - 1) + row), edge);
+      const int stride = row + std::max(padding[next], 0);
+      memory_.emplace_back(static_cast<size_t>(stride * (plane.rows - 1) + row), edge);
       frame_->planes[next] = memory_.back().data();
-      frame_->strides[next++] = step;
+      frame_->strides[next] = padding[next] == kNoStride ? 0 : stride;
+      ++next;
     }
   }
 

@@ -309,6 +309,29 @@ TEST_F(Svp, ResizeTask) {
             std::tuple(alloc.physical_address, alloc.address));
 }
 
+// A look-up has found something when it has written its record, whatever code it returns.
+TEST_F(Svp, LookUpsAreJudgedByTheirRecord) {
+  const OwnedFrame rgb = make_frame(TAVRINE_FORMAT_RGB24, 64, 64, kDevice);
+  const OwnedFrame nv12 = make_frame(TAVRINE_FORMAT_NV12, 64, 64, kDevice);
+  const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 64, 64, kDevice);
+  for (const bool resizes : {false, true}) {
+    const auto run_it = [&] {
+      return resizes ? resize(grey.get(), grey.get(), 64, 64) : convert(rgb.get(), nv12.get());
+    };
+    for (const int32_t first : {1, 2}) {
+      order("HI_MPI_SYS_GetVirMemInfo", 1, kCode, kItsWork, first);
+      EXPECT_EQ(run_it(), 0);
+      EXPECT_EQ(messages(), "");
+      order("HI_MPI_SYS_GetVirMemInfo", 1, HI_SUCCESS, kNothing, first);
+      EXPECT_EQ(run_it(), -1);
+      EXPECT_EQ(trace_.steps, "gg");
+      const std::string text = messages();
+      EXPECT_EQ(text.rfind(resizes ? "4SVP resize phy addr error" : "0src or dst not in mmz", 0),
+                0U);
+    }
+  }
+}
+
 TEST_F(Svp, RetriesAndWaits) {
   const OwnedFrame rgb = make_frame(TAVRINE_FORMAT_RGB24, 64, 64, kDevice);
   const OwnedFrame nv12 = make_frame(TAVRINE_FORMAT_NV12, 64, 64, kDevice);

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "tavrine_mpp_devkit.h"
+#include "tests/operation_table.h"
 #include "tests/random_calls.h"
 
 namespace tavrine::test {
@@ -101,6 +102,31 @@ TEST_F(Threads, WithFramesOfTheirOwn) {
   run_side_by_side(jobs, variety);
   EXPECT_EQ(records_, records * (1 + kThreads));
   EXPECT_EQ(engine_tasks_, engine_tasks * (1 + kThreads));
+}
+
+// Every operation and pair of formats, on small and on large frames. Two threads each start at the
+// same call, so that every kernel also runs beside itself.
+TEST_F(Threads, EveryOperationBesideItself) {
+  std::vector<TableCall> calls = all_calls(6, 4);
+  const std::vector<TableCall> large = all_calls(162, 122);
+  calls.insert(calls.end(), large.begin(), large.end());
+  std::vector<CallResult> expected;
+  for (const TableCall &call : calls) {
+    expected.push_back(run_on_ordinary_frames(call));
+    ASSERT_EQ(expected.back().code, 0) << call.name;
+  }
+  std::vector<std::thread> threads;
+  for (unsigned thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&, begin = thread / 2 * calls.size() * 2 / kThreads] {
+      for (size_t i = 0; i < calls.size(); ++i) {
+        const size_t next = (begin + i) % calls.size();
+        EXPECT_TRUE(run_on_ordinary_frames(calls[next]) == expected[next]) << calls[next].name;
+      }
+    });
+  }
+  for (std::thread &thread : threads) {
+    thread.join();
+  }
 }
 
 TEST_F(Threads, ReadingTheSameFrames) {
