@@ -14,7 +14,7 @@
 #include "kernels/color/row_steps-inl.h"
 #include "kernels/vector-inl.h"
 
-// The steps, each of kPairsInStep pairs:
+// The steps, each of kPairsInStep pairs, which move their pointers past them:
 //
 //   swap_pairs_step(in, out)                  a0 b0 a1 b1 ... -> b0 a0 b1 a1 ...
 //   interleave_step(first, second, pairs)     a0 a1 ..., b0 b1 ... -> a0 b0 a1 b1 ...
@@ -34,16 +34,16 @@ void swap_pairs_row(const uint8_t *in, int32_t columns, uint8_t *out) {
 void interleave_row(const uint8_t *first, const uint8_t *second, int32_t columns, uint8_t *pairs) {
   for (; columns >= kPairsInStep; columns -= kPairsInStep) {
     interleave_step(first, second, pairs);
-    first += kPairsInStep;
-    second += kPairsInStep;
-    pairs += ptrdiff_t{2} * kPairsInStep;
   }
   if (columns > 0) {
     const auto count = static_cast<size_t>(columns);
     const PaddedInput<kPairsInStep> firsts(first, count);
     const PaddedInput<kPairsInStep> seconds(second, count);
     PaddedOutput<size_t{2} * kPairsInStep> result;
-    interleave_step(firsts.data(), seconds.data(), result.data());
+    const uint8_t *from_first = firsts.data();
+    const uint8_t *from_second = seconds.data();
+    uint8_t *to = result.data();
+    interleave_step(from_first, from_second, to);
     result.store(pairs, 2 * count);
   }
 }
@@ -51,16 +51,16 @@ void interleave_row(const uint8_t *first, const uint8_t *second, int32_t columns
 void deinterleave_row(const uint8_t *pairs, int32_t columns, uint8_t *first, uint8_t *second) {
   for (; columns >= kPairsInStep; columns -= kPairsInStep) {
     deinterleave_step(pairs, first, second);
-    pairs += ptrdiff_t{2} * kPairsInStep;
-    first += kPairsInStep;
-    second += kPairsInStep;
   }
   if (columns > 0) {
     const auto count = static_cast<size_t>(columns);
     const PaddedInput<size_t{2} * kPairsInStep> copy(pairs, 2 * count);
     PaddedOutput<kPairsInStep> firsts;
     PaddedOutput<kPairsInStep> seconds;
-    deinterleave_step(copy.data(), firsts.data(), seconds.data());
+    const uint8_t *from = copy.data();
+    uint8_t *to_first = firsts.data();
+    uint8_t *to_second = seconds.data();
+    deinterleave_step(from, to_first, to_second);
     firsts.store(first, count);
     seconds.store(second, count);
   }

@@ -18,7 +18,7 @@ namespace HWY_NAMESPACE {
 // of the loop.
 constexpr int32_t kPairsInStep = 64;
 
-HWY_INLINE void swap_pairs_step(const uint8_t *in, uint8_t *out) {
+HWY_INLINE void swap_pairs_step(const uint8_t *&in, uint8_t *&out) {
   for (int i = 0; i < 4; ++i) {
     const uint8x16x2_t v = vld2q_u8(in);
     vst2q_u8(out, uint8x16x2_t{{v.val[1], v.val[0]}});
@@ -27,7 +27,7 @@ HWY_INLINE void swap_pairs_step(const uint8_t *in, uint8_t *out) {
   }
 }
 
-HWY_INLINE void interleave_step(const uint8_t *first, const uint8_t *second, uint8_t *pairs) {
+HWY_INLINE void interleave_step(const uint8_t *&first, const uint8_t *&second, uint8_t *&pairs) {
   for (int i = 0; i < 2; ++i) {
     // One load of two registers splits even and odd bytes, a store of four undoes it.
     const uint8x16x2_t a = vld2q_u8(first);
@@ -39,7 +39,7 @@ HWY_INLINE void interleave_step(const uint8_t *first, const uint8_t *second, uin
   }
 }
 
-HWY_INLINE void deinterleave_step(const uint8_t *pairs, uint8_t *first, uint8_t *second) {
+HWY_INLINE void deinterleave_step(const uint8_t *&pairs, uint8_t *&first, uint8_t *&second) {
   for (int i = 0; i < 4; ++i) {
     const uint8x16x2_t v = vld2q_u8(pairs);
     vst1q_u8(first, v.val[0]);

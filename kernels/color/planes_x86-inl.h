@@ -16,23 +16,28 @@ namespace HWY_NAMESPACE {
 
 constexpr int32_t kPairsInStep = 32;
 
-HWY_INLINE void swap_pairs_step(const uint8_t *in, uint8_t *out) {
+HWY_INLINE void swap_pairs_step(const uint8_t *&in, uint8_t *&out) {
   const hn::ScalableTag<uint16_t> d16;
   for (ptrdiff_t i = 0; i < 2 * kPairsInStep; i += byte_lanes()) {
     const auto pairs = hn::BitCast(d16, hn::LoadU(Bytes(), in + i));
     const auto swapped = hn::Or(hn::ShiftLeft<8>(pairs), hn::ShiftRight<8>(pairs));
     hn::StoreU(hn::BitCast(Bytes(), swapped), Bytes(), out + i);
   }
+  in += ptrdiff_t{2} * kPairsInStep;
+  out += ptrdiff_t{2} * kPairsInStep;
 }
 
-HWY_INLINE void interleave_step(const uint8_t *first, const uint8_t *second, uint8_t *pairs) {
+HWY_INLINE void interleave_step(const uint8_t *&first, const uint8_t *&second, uint8_t *&pairs) {
   const Bytes d;
   for (ptrdiff_t x = 0; x < kPairsInStep; x += byte_lanes()) {
     hn::StoreInterleaved2(hn::LoadU(d, first + x), hn::LoadU(d, second + x), d, pairs + 2 * x);
   }
+  first += kPairsInStep;
+  second += kPairsInStep;
+  pairs += ptrdiff_t{2} * kPairsInStep;
 }
 
-HWY_INLINE void deinterleave_step(const uint8_t *pairs, uint8_t *first, uint8_t *second) {
+HWY_INLINE void deinterleave_step(const uint8_t *&pairs, uint8_t *&first, uint8_t *&second) {
   const Bytes d;
   for (ptrdiff_t x = 0; x < kPairsInStep; x += byte_lanes()) {
     hn::VFromD<Bytes> a;
@@ -41,6 +46,9 @@ HWY_INLINE void deinterleave_step(const uint8_t *pairs, uint8_t *first, uint8_t 
     hn::StoreU(a, d, first + x);
     hn::StoreU(b, d, second + x);
   }
+  pairs += ptrdiff_t{2} * kPairsInStep;
+  first += kPairsInStep;
+  second += kPairsInStep;
 }
 
 #endif  // TAVRINE_IS_X86

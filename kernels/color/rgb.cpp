@@ -14,7 +14,7 @@
 #include "kernels/color/truncated_luma_x86-inl.h"
 #include "kernels/vector-inl.h"
 
-// The steps, each of kPixelsInStep pixels:
+// The steps, each of kPixelsInStep pixels, which move their pointers past them:
 //
 //   replicate_grey_step(grey, pixels)   a b ...             -> a a a b b b ...
 //   swap_red_blue_step(in, out)         r0 g0 b0 r1 g1 ...  -> b0 g0 r0 b1 g1 ...

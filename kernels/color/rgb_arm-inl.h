@@ -15,10 +15,12 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_IS_NEON
 
-HWY_INLINE void replicate_grey_step(const uint8_t *grey, uint8_t *pixels) {
+HWY_INLINE void replicate_grey_step(const uint8_t *&grey, uint8_t *&pixels) {
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
-    const uint8x16_t v = vld1q_u8(grey + x);
-    vst3q_u8(pixels + 3 * x, uint8x16x3_t{{v, v, v}});
+    const uint8x16_t v = vld1q_u8(grey);
+    advance(grey, 16);
+    vst3q_u8(pixels, uint8x16x3_t{{v, v, v}});
+    advance(pixels, 48);
   }
 }
 
@@ -26,7 +28,7 @@ HWY_INLINE void replicate_grey_step(const uint8_t *grey, uint8_t *pixels) {
 
 // From intrinsics, GCC 12 copies all three registers where the first and the third have only to
 // change places: 0.74 instructions a pixel instead of 0.42.
-HWY_INLINE void swap_red_blue_step(const uint8_t *in, uint8_t *out) {
+HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
   asm volatile(
       "vld3.8 {d16, d18, d20}, [%[in]]!\n\t"
       "vld3.8 {d17, d19, d21}, [%[in]]!\n\t"
@@ -45,10 +47,12 @@ HWY_INLINE void swap_red_blue_step(const uint8_t *in, uint8_t *out) {
 
 #else
 
-HWY_INLINE void swap_red_blue_step(const uint8_t *in, uint8_t *out) {
+HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
-    const uint8x16x3_t v = vld3q_u8(in + 3 * x);
-    vst3q_u8(out + 3 * x, uint8x16x3_t{{v.val[2], v.val[1], v.val[0]}});
+    const uint8x16x3_t v = vld3q_u8(in);
+    vst3q_u8(out, uint8x16x3_t{{v.val[2], v.val[1], v.val[0]}});
+    advance(in, 48);
+    advance(out, 48);
   }
 }
 

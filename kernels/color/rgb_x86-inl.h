@@ -16,13 +16,15 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_IS_X86
 
-HWY_INLINE void replicate_grey_step(const uint8_t *grey, uint8_t *pixels) {
+HWY_INLINE void replicate_grey_step(const uint8_t *&grey, uint8_t *&pixels) {
   for (int32_t x = 0; x < kPixelsInStep; x += HWY_LANES(uint8_t)) {
     hn::VFromD<Bytes> parts[3];
-    replicate_pixels(grey + x, parts);
-    for (int part = 0; part < 3; ++part) {
-      hn::StoreU(parts[part], Bytes(), pixels + 3 * x + part * byte_lanes());
+    replicate_pixels(grey, parts);
+    for (const auto &part : parts) {
+      hn::StoreU(part, Bytes(), pixels);
+      pixels += byte_lanes();
     }
+    grey += byte_lanes();
   }
 }
 
@@ -54,7 +56,7 @@ struct SwapTables {
   }
 };
 
-HWY_INLINE void swap_red_blue_step(const uint8_t *in, uint8_t *out) {
+HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
   static constexpr SwapTables kTables;
   const Bytes d;
   const ptrdiff_t bytes = byte_lanes();

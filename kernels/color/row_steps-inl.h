@@ -12,32 +12,41 @@ HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 
+// Where two rows that are converted together have come to.
+template <class Byte>
+struct RowPair {
+  Byte *upper;
+  Byte *lower;
+};
+
 #if TAVRINE_HAS_VECTORS
 
 // Of the conversions from and to packed pixels.
 constexpr int32_t kPixelsInStep = 32;
 
-// Calls step(in, out) for the last columns of a row, fewer than the kColumns of a step, on copies.
+// A step(in, out) converts kColumns pixels of kBytesIn to kBytesOut bytes and moves both pointers
+// past them, which NEON's loads and stores do on the way. It touches no other pixels.
+
+// Takes the last columns of a row, fewer than a step, through it on copies.
 template <int32_t kColumns, size_t kBytesIn, size_t kBytesOut, class Step>
 HWY_INLINE void finish_row(const uint8_t *in, int32_t columns, uint8_t *out, Step step) {
   if (columns > 0) {
     const auto count = static_cast<size_t>(columns);
     const PaddedInput<kColumns * kBytesIn> copy(in, kBytesIn * count);
     PaddedOutput<kColumns * kBytesOut> result;
-    step(copy.data(), result.data());
+    const uint8_t *from = copy.data();
+    uint8_t *to = result.data();
+    step(from, to);
     result.store(out, kBytesOut * count);
   }
 }
 
-// Calls step(in, out), which converts kColumns pixels of kBytesIn to kBytesOut bytes, for a row of
-// any length. A step may not touch other pixels, so that a row can be converted in place if its
-// pixels keep their size.
+// Takes a row of any length through steps. A row can be converted in place if its pixels keep their
+// size.
 template <int32_t kColumns, size_t kBytesIn, size_t kBytesOut, class Step>
 HWY_INLINE void convert_row(const uint8_t *in, int32_t columns, uint8_t *out, Step step) {
   for (; columns >= kColumns; columns -= kColumns) {
     step(in, out);
-    in += kColumns * kBytesIn;
-    out += kColumns * kBytesOut;
   }
   finish_row<kColumns, kBytesIn, kBytesOut>(in, columns, out, step);
 }

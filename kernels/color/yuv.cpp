@@ -12,12 +12,12 @@
 #include "kernels/color/yuv_x86-inl.h"
 #include "kernels/vector-inl.h"
 
-// The steps, each of kPixelsInStep columns. kRed is the byte of a pixel that is red, kU that of a
-// pair that is U.
+// The steps, each of kPixelsInStep columns, which move their pointers past them. kRed is the byte
+// of a pixel that is red, kU that of a pair that is U.
 //
 //   luma_step<kRed>(pixels, luma)
 //   luma_and_chroma_step<kRed, kU>(pixels, luma, chroma)
-//   packed_step<kRed, kU>(lumas[2], chroma, pixels[2])
+//   packed_step<kRed, kU>(lumas, chroma, pixels)
 //     Two rows, since they share their chroma. A multiple of 64 before a shift by 6 may as well be
 //     added after it:
 //
@@ -44,40 +44,42 @@ void luma_row(const uint8_t *pixels, int32_t columns, uint8_t *luma) {
 
 template <int32_t kRed, int32_t kU>
 void luma_and_chroma_row(const uint8_t *pixels, int32_t columns, uint8_t *luma, uint8_t *chroma) {
-  ptrdiff_t x = 0;
-  for (; x <= columns - kPixelsInStep; x += kPixelsInStep) {
-    luma_and_chroma_step<kRed, kU>(pixels + 3 * x, luma + x, chroma + x);
+  for (; columns >= kPixelsInStep; columns -= kPixelsInStep) {
+    luma_and_chroma_step<kRed, kU>(pixels, luma, chroma);
   }
-  if (x < columns) {
-    const auto count = static_cast<size_t>(columns - x);  // even
-    const PaddedInput<size_t{3} * kPixelsInStep> copy(pixels + 3 * x, 3 * count);
+  if (columns > 0) {
+    const auto count = static_cast<size_t>(columns);  // even
+    const PaddedInput<size_t{3} * kPixelsInStep> copy(pixels, 3 * count);
     PaddedOutput<kPixelsInStep> lumas;
     PaddedOutput<kPixelsInStep> pairs;
-    luma_and_chroma_step<kRed, kU>(copy.data(), lumas.data(), pairs.data());
-    lumas.store(luma + x, count);
-    pairs.store(chroma + x, count);
+    const uint8_t *from = copy.data();
+    uint8_t *to_luma = lumas.data();
+    uint8_t *to_chroma = pairs.data();
+    luma_and_chroma_step<kRed, kU>(from, to_luma, to_chroma);
+    lumas.store(luma, count);
+    pairs.store(chroma, count);
   }
 }
 
 template <int32_t kRed, int32_t kU>
-void packed_rows(const uint8_t *const (&lumas)[2], const uint8_t *chroma, int32_t columns,
-                 uint8_t *const (&pixels)[2]) {
-  ptrdiff_t x = 0;
-  for (; x <= columns - kPixelsInStep; x += kPixelsInStep) {
-    packed_step<kRed, kU>({lumas[0] + x, lumas[1] + x}, chroma + x,
-                          {pixels[0] + 3 * x, pixels[1] + 3 * x});
+void packed_rows(RowPair<const uint8_t> lumas, const uint8_t *chroma, int32_t columns,
+                 RowPair<uint8_t> pixels) {
+  for (; columns >= kPixelsInStep; columns -= kPixelsInStep) {
+    packed_step<kRed, kU>(lumas, chroma, pixels);
   }
-  if (x < columns) {
-    const auto count = static_cast<size_t>(columns - x);  // even
-    const PaddedInput<kPixelsInStep> upper(lumas[0] + x, count);
-    const PaddedInput<kPixelsInStep> lower(lumas[1] + x, count);
-    const PaddedInput<kPixelsInStep> pairs(chroma + x, count);
+  if (columns > 0) {
+    const auto count = static_cast<size_t>(columns);  // even
+    const PaddedInput<kPixelsInStep> upper(lumas.upper, count);
+    const PaddedInput<kPixelsInStep> lower(lumas.lower, count);
+    const PaddedInput<kPixelsInStep> pairs(chroma, count);
     PaddedOutput<size_t{3} * kPixelsInStep> upper_result;
     PaddedOutput<size_t{3} * kPixelsInStep> lower_result;
-    packed_step<kRed, kU>({upper.data(), lower.data()}, pairs.data(),
-                          {upper_result.data(), lower_result.data()});
-    upper_result.store(pixels[0] + 3 * x, 3 * count);
-    lower_result.store(pixels[1] + 3 * x, 3 * count);
+    RowPair<const uint8_t> from = {upper.data(), lower.data()};
+    const uint8_t *from_chroma = pairs.data();
+    RowPair<uint8_t> to = {upper_result.data(), lower_result.data()};
+    packed_step<kRed, kU>(from, from_chroma, to);
+    upper_result.store(pixels.upper, 3 * count);
+    lower_result.store(pixels.lower, 3 * count);
   }
 }
 
@@ -95,10 +97,10 @@ void luma_and_chroma_row(const uint8_t *pixels, int32_t columns, uint8_t *luma, 
 }
 
 template <int32_t kRed, int32_t kU>
-void packed_rows(const uint8_t *const (&lumas)[2], const uint8_t *chroma, int32_t columns,
-                 uint8_t *const (&pixels)[2]) {
-  scalar::packed_row(lumas[0], chroma, kU, columns, pixels[0], kRed);
-  scalar::packed_row(lumas[1], chroma, kU, columns, pixels[1], kRed);
+void packed_rows(RowPair<const uint8_t> lumas, const uint8_t *chroma, int32_t columns,
+                 RowPair<uint8_t> pixels) {
+  scalar::packed_row(lumas.upper, chroma, kU, columns, pixels.upper, kRed);
+  scalar::packed_row(lumas.lower, chroma, kU, columns, pixels.lower, kRed);
 }
 
 #endif

@@ -26,7 +26,7 @@ HWY_INLINE uint8x8_t luma_of(uint8x8_t first, uint8x8_t green, uint8x8_t third) 
 }
 
 template <int32_t kRed>
-HWY_INLINE void luma_step(const uint8_t *pixels, uint8_t *luma) {
+HWY_INLINE void luma_step(const uint8_t *&pixels, uint8_t *&luma) {
   for (int32_t x = 0; x < kPixelsInStep; x += 8) {
     const uint8x8x3_t v = vld3_u8(pixels);
     advance(pixels, 24);
@@ -36,7 +36,7 @@ HWY_INLINE void luma_step(const uint8_t *pixels, uint8_t *luma) {
 }
 
 template <int32_t kRed, int32_t kU>
-HWY_INLINE void luma_and_chroma_step(const uint8_t *pixels, uint8_t *luma, uint8_t *chroma) {
+HWY_INLINE void luma_and_chroma_step(const uint8_t *&pixels, uint8_t *&luma, uint8_t *&chroma) {
   // The offset of 128, before the shift. A sum below it saturates to zero.
   const uint16x8_t neutral = vdupq_n_u16(128 << 7);
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
@@ -67,17 +67,63 @@ struct ChromaTerm {
   uint8x16_t minus;
 };
 
-// Rounds both halves, in parts of 64. For a negative sum, floor((x + 32) / 64) is the negative of
-// floor((-x - 1 + 32) / 64), which is the rounded complement.
-HWY_INLINE ChromaTerm round_term(int16x8_t low, int16x8_t high) {
-  return {vcombine_u8(vqrshrun_n_s16(low, 6), vqrshrun_n_s16(high, 6)),
-          vcombine_u8(vqrshrun_n_s16(vmvnq_s16(low), 6), vqrshrun_n_s16(vmvnq_s16(high), 6))};
+#if TAVRINE_IS_ARMV7
+
+// From intrinsics, GCC 12 copies registers to bring the results together, and takes the channels of
+// a row through the stack to bring them into the order that a store needs: NV12 to RGB24 then takes
+// 1.81 instructions a pixel instead of 1.26.
+
+// (sums + 32) >> 6, saturated to bytes.
+HWY_INLINE uint8x16_t round_64ths(int16x8_t low, int16x8_t high) {
+  uint8x16_t result;
+  asm("vqrshrun.s16 %e[result], %q[low], #6\n\t"
+      "vqrshrun.s16 %f[result], %q[high], #6\n\t"
+      : [result] "=&w"(result)
+      : [low] "w"(low), [high] "w"(high));
+  return result;
 }
 
-// The pixels of a row, from the even and the odd lumas and the terms of their pairs.
-HWY_INLINE void packed_row_step(const uint8_t *luma, const ChromaTerm (&terms)[3],
-                                uint8_t *pixels) {
-  const uint8x16x2_t lumas = vld2q_u8(luma);
+// The pixels of a row. Six chains of an addition and a subtraction are under way at a time, so that
+// an in-order core does not wait for any of them.
+HWY_INLINE void packed_row_step(const uint8_t *&luma, const ChromaTerm (&terms)[3],
+                                uint8_t *&pixels) {
+  asm volatile(
+      "vld2.8 {d28-d31}, [%[luma]]!\n\t"  // even pixels in q14, odd ones in q15
+      "vqadd.u8 q8, q14, %q[plus0]\n\t"
+      "vqadd.u8 q11, q15, %q[plus0]\n\t"
+      "vqadd.u8 q9, q14, %q[plus1]\n\t"
+      "vqadd.u8 q12, q15, %q[plus1]\n\t"
+      "vqadd.u8 q10, q14, %q[plus2]\n\t"
+      "vqadd.u8 q13, q15, %q[plus2]\n\t"
+      "vqsub.u8 q8, q8, %q[minus0]\n\t"
+      "vqsub.u8 q11, q11, %q[minus0]\n\t"
+      "vqsub.u8 q9, q9, %q[minus1]\n\t"
+      "vqsub.u8 q12, q12, %q[minus1]\n\t"
+      "vqsub.u8 q10, q10, %q[minus2]\n\t"
+      "vqsub.u8 q13, q13, %q[minus2]\n\t"
+      "vzip.8 q8, q11\n\t"
+      "vzip.8 q9, q12\n\t"
+      "vzip.8 q10, q13\n\t"
+      "vst3.8 {d16, d18, d20}, [%[pixels]]!\n\t"
+      "vst3.8 {d17, d19, d21}, [%[pixels]]!\n\t"
+      "vst3.8 {d22, d24, d26}, [%[pixels]]!\n\t"
+      "vst3.8 {d23, d25, d27}, [%[pixels]]!\n\t"
+      : [luma] "+r"(luma), [pixels] "+r"(pixels)
+      : [plus0] "w"(terms[0].plus), [plus1] "w"(terms[1].plus), [plus2] "w"(terms[2].plus),
+        [minus0] "w"(terms[0].minus), [minus1] "w"(terms[1].minus), [minus2] "w"(terms[2].minus)
+      : "q8", "q9", "q10", "q11", "q12", "q13", "q14", "q15", "memory");
+}
+
+#else
+
+HWY_INLINE uint8x16_t round_64ths(int16x8_t low, int16x8_t high) {
+  return vcombine_u8(vqrshrun_n_s16(low, 6), vqrshrun_n_s16(high, 6));
+}
+
+HWY_INLINE void packed_row_step(const uint8_t *&luma, const ChromaTerm (&terms)[3],
+                                uint8_t *&pixels) {
+  const uint8x16x2_t lumas = vld2q_u8(luma);  // even and odd pixels
+  advance(luma, 32);
   uint8x16x2_t channels[3];
   for (int i = 0; i < 3; ++i) {
     const auto sample = [&](uint8x16_t y) {
@@ -92,10 +138,19 @@ HWY_INLINE void packed_row_step(const uint8_t *luma, const ChromaTerm (&terms)[3
   }
 }
 
+#endif
+
+// Rounds both halves of a term. For a negative sum, floor((x + 32) / 64) is the negative of
+// floor((-x - 1 + 32) / 64), which is the rounded complement.
+HWY_INLINE ChromaTerm round_term(int16x8_t low, int16x8_t high) {
+  return {round_64ths(low, high), round_64ths(vmvnq_s16(low), vmvnq_s16(high))};
+}
+
 template <int32_t kRed, int32_t kU>
-HWY_INLINE void packed_step(const uint8_t *const (&lumas)[2], const uint8_t *chroma,
-                            uint8_t *const (&pixels)[2]) {
+HWY_INLINE void packed_step(RowPair<const uint8_t> &lumas, const uint8_t *&chroma,
+                            RowPair<uint8_t> &pixels) {
   const uint8x16x2_t pairs = vld2q_u8(chroma);
+  advance(chroma, 32);
   const auto centred = [](uint8x16_t bytes) {
     return vreinterpretq_s8_u8(veorq_u8(bytes, vdupq_n_u8(128)));
   };
@@ -111,8 +166,8 @@ HWY_INLINE void packed_step(const uint8_t *const (&lumas)[2], const uint8_t *chr
   terms[1] =
       round_term(green(vget_low_s8(u), vget_low_s8(v)), green(vget_high_s8(u), vget_high_s8(v)));
   terms[2 - kRed] = round_term(blue(vget_low_s8(u)), blue(vget_high_s8(u)));
-  packed_row_step(lumas[0], terms, pixels[0]);
-  packed_row_step(lumas[1], terms, pixels[1]);
+  packed_row_step(lumas.upper, terms, pixels.upper);
+  packed_row_step(lumas.lower, terms, pixels.lower);
 }
 
 #endif  // TAVRINE_IS_NEON

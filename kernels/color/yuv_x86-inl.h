@@ -31,7 +31,7 @@ HWY_INLINE void store_lumas(const PixelWords (&words)[2], uint8_t *luma) {
 }
 
 template <int32_t kRed>
-HWY_INLINE void luma_step(const uint8_t *pixels, uint8_t *luma) {
+HWY_INLINE void luma_step(const uint8_t *&pixels, uint8_t *&luma) {
   for (int32_t x = 0; x < kPixelsInStep; x += HWY_LANES(uint8_t)) {
     PixelWords words[2];
     load_pixel_words(pixels, words);
@@ -54,7 +54,7 @@ HWY_INLINE void store_chroma(const PixelWords (&words)[2], uint8_t *chroma) {
 }
 
 template <int32_t kRed, int32_t kU>
-HWY_INLINE void luma_and_chroma_step(const uint8_t *pixels, uint8_t *luma, uint8_t *chroma) {
+HWY_INLINE void luma_and_chroma_step(const uint8_t *&pixels, uint8_t *&luma, uint8_t *&chroma) {
   for (int32_t x = 0; x < kPixelsInStep; x += HWY_LANES(uint8_t)) {
     PixelWords words[2];
     load_pixel_words(pixels, words);
@@ -76,15 +76,29 @@ HWY_INLINE hn::VFromD<Words> chroma_term(hn::VFromD<Bytes> pairs) {
   return hn::ShiftRight<6>(hn::Add(multiply_bytes(pairs, byte_weights(kFirst, kSecond)), offset));
 }
 
+// A register's width of pixels of a row.
+HWY_INLINE void packed_row_step(const uint8_t *&luma, const hn::VFromD<Bytes> (&added)[3],
+                                const hn::VFromD<Bytes> (&subtracted)[3], uint8_t *&pixels) {
+  hn::VFromD<Bytes> replicated[3];
+  replicate_pixels(luma, replicated);
+  luma += byte_lanes();
+  for (int part = 0; part < 3; ++part) {
+    const auto sum = hn::SaturatedAdd(replicated[part], added[part]);
+    hn::StoreU(hn::SaturatedSub(sum, subtracted[part]), Bytes(), pixels);
+    pixels += byte_lanes();
+  }
+}
+
 template <int32_t kRed, int32_t kU>
-HWY_INLINE void packed_step(const uint8_t *const (&lumas)[2], const uint8_t *chroma,
-                            uint8_t *const (&pixels)[2]) {
+HWY_INLINE void packed_step(RowPair<const uint8_t> &lumas, const uint8_t *&chroma,
+                            RowPair<uint8_t> &pixels) {
   const Bytes d;
   for (int32_t x = 0; x < kPixelsInStep; x += HWY_LANES(uint8_t)) {
-    const auto pairs = hn::LoadU(d, chroma + x);
+    const auto pairs = hn::LoadU(d, chroma);
     const auto red = chroma_term<kU, 0, 86>(pairs);
     const auto green = chroma_term<kU, -24, -44>(pairs);
     const auto blue = chroma_term<kU, 110, 0>(pairs);
+    chroma += byte_lanes();
     const auto zero = hn::Zero(Words());
     const auto plus = [&](hn::VFromD<Words> term) { return hn::Max(term, zero); };
     const auto minus = [&](hn::VFromD<Words> term) { return hn::Sub(plus(term), term); };
@@ -94,15 +108,8 @@ HWY_INLINE void packed_step(const uint8_t *const (&lumas)[2], const uint8_t *chr
                      added);
     interleave_pairs(minus(kRed == 0 ? red : blue), minus(green), minus(kRed == 0 ? blue : red),
                      subtracted);
-    for (int row = 0; row < 2; ++row) {
-      hn::VFromD<Bytes> replicated[3];
-      replicate_pixels(lumas[row] + x, replicated);
-      for (int part = 0; part < 3; ++part) {
-        const auto sum = hn::SaturatedAdd(replicated[part], added[part]);
-        hn::StoreU(hn::SaturatedSub(sum, subtracted[part]), d,
-                   pixels[row] + 3 * x + part * byte_lanes());
-      }
-    }
+    packed_row_step(lumas.upper, added, subtracted, pixels.upper);
+    packed_row_step(lumas.lower, added, subtracted, pixels.lower);
   }
 }
 
