@@ -53,13 +53,10 @@ inline ptrdiff_t byte_lanes() { return static_cast<ptrdiff_t>(hn::Lanes(Bytes())
 // Calls step(x) until all columns, of which there are enough for one step, are done.
 template <class Step>
 HWY_INLINE void for_each_step(int32_t columns, int32_t columns_in_step, Step step) {
-  int32_t x = 0;
-  for (; x <= columns - columns_in_step; x += columns_in_step) {
+  for (int32_t x = 0; x < columns - columns_in_step; x += columns_in_step) {
     step(x);
   }
-  if (x != columns) {
-    step(columns - columns_in_step);
-  }
+  step(columns - columns_in_step);
 }
 
 // The last bytes of a row, and zeros up to what a step reads.
