@@ -36,48 +36,57 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
-// Not inlined, nor are areas below: one function with the loops of all pixel sizes has too few
-// registers.
 template <size_t kPixelBytes>
-HWY_NOINLINE void mirror_row(const uint8_t *in, int32_t columns, uint8_t *out) {
+HWY_INLINE void mirror_row(const uint8_t *in, int32_t columns, uint8_t *out) {
   constexpr auto kPixel = static_cast<ptrdiff_t>(kPixelBytes);
 #if TAVRINE_HAS_VECTORS
   constexpr int32_t kStep = mirrored_pixels<kPixelBytes>();
   if (columns >= kStep) {
-    const int32_t done = mirror_unrolled<kPixelBytes>(in, columns, out);
-    if (done != columns) {
-      // At least one step, so that the last one can overlap what is done.
-      const int32_t begin = std::min(done, columns - kStep);
-      for_each_step(columns - begin, kStep, [&](int32_t x) {
-        mirror_step<kPixelBytes>(in + kPixel * (columns - begin - x - kStep),
-                                 out + kPixel * (begin + x));
-      });
-    }
+    const int32_t done = std::min(mirror_unrolled<kPixelBytes>(in, columns, out), columns - kStep);
+    const uint8_t *end = in + kPixel * (columns - done - kStep);
+    out += kPixel * done;
+    for_each_step(
+        columns - done, kStep, [&](int32_t x) __attribute__((always_inline)) {
+          mirror_step<kPixelBytes>(end - kPixel * x, out + kPixel * x);
+        });
     return;
   }
 #endif
   scalar::gather_pixels<kPixelBytes>(in + kPixel * (columns - 1), -kPixel, out, columns);
 }
 
+// Not inlined, nor are strips below: one function with the loops of all pixel sizes has too few
+// registers.
 template <size_t kPixelBytes>
-void rotate_half(const PlaneView &source, const PlaneView &destination) {
-  for (int32_t y = 0; y < destination.rows; ++y) {
-    mirror_row<kPixelBytes>(source.row(source.rows - 1 - y), destination.columns,
-                            destination.row(y));
+HWY_NOINLINE void rotate_half(const PlaneView &source, const PlaneView &destination) {
+  // Copies, as stores of pixels might change the records.
+  const PlaneView from = source;
+  const PlaneView to = destination;
+  for (int32_t y = 0; y < to.rows; ++y) {
+    mirror_row<kPixelBytes>(from.row(from.rows - 1 - y), to.columns, to.row(y));
   }
 }
 
-// Rotation by 90 or 270 degrees. Destination rows follow a source column: upwards for 90 degrees,
-// from the left column on, and downwards for 270 degrees, from the right column on.
+// Rotation by 90 or 270 degrees: row c of the source, counted from the bottom for 90 degrees and
+// from the top for 270, becomes column c of the destination, and column s of the source row s,
+// counted from the top for 90 degrees and from the bottom for 270.
 template <size_t kPixelBytes>
 class QuarterRotation {
  public:
   QuarterRotation(const PlaneView &source, bool is_clockwise, const PlaneView &destination)
-      : destination_(destination),
-        along_row_(is_clockwise ? -source.stride : source.stride),
-        along_column_(is_clockwise ? kPixel : -kPixel),
-        origin_(is_clockwise ? source.row(source.rows - 1)
-                             : source.data + (source.row_bytes() - kPixel)) {}
+      : rows_(destination.rows), columns_(destination.columns) {
+    if (is_clockwise) {
+      in_ = source.row(source.rows - 1);
+      in_step_ = -source.stride;
+      out_ = destination.data;
+      out_step_ = destination.stride;
+    } else {
+      in_ = source.data;
+      in_step_ = source.stride;
+      out_ = destination.row(destination.rows - 1);
+      out_step_ = -destination.stride;
+    }
+  }
 
   void run() const {
 #if TAVRINE_HAS_VECTORS
@@ -93,66 +102,63 @@ class QuarterRotation {
     }
 #endif
     trace_path("rotate.pixels");
-    for (int32_t y = 0; y < destination_.rows; ++y) {
-      scalar::gather_pixels<kPixelBytes>(source_of(y, 0), along_row_, at(y, 0),
-                                         destination_.columns);
+    for (int32_t s = 0; s < rows_; ++s) {
+      scalar::gather_pixels<kPixelBytes>(in_ + kPixel * s, in_step_, out_ + out_step_ * s,
+                                         columns_);
     }
   }
 
  private:
   static constexpr auto kPixel = static_cast<ptrdiff_t>(kPixelBytes);
 
-  const uint8_t *source_of(int32_t row, int32_t column) const {
-    return origin_ + along_row_ * column + along_column_ * row;
-  }
-
-  uint8_t *at(int32_t row, int32_t column) const { return destination_.row(row) + kPixel * column; }
-
 #if TAVRINE_HAS_VECTORS
   template <class TileType>
   bool holds() const {
-    return destination_.rows >= TileType::kRows && destination_.columns >= TileType::kColumns;
+    return rows_ >= TileType::kRows && columns_ >= TileType::kColumns;
   }
 
   // Areas follow each other along source rows: the hardware prefetcher follows sequential rows,
   // not strided ones.
   template <class TileType>
   void rotate_areas() const {
-    for (int32_t left = 0; left < destination_.columns; left += TileType::kAreaColumns) {
-      for (int32_t top = 0; top < destination_.rows; top += TileType::kAreaRows) {
-        rotate_area<TileType>(top, left);
+    for (int32_t c = 0; c < columns_; c += TileType::kAreaColumns) {
+      for (int32_t s = 0; s < rows_; s += TileType::kAreaRows) {
+        rotate_area<TileType>(s, c);
       }
     }
   }
 
   // The last tiles of the plane overlap those before them.
   template <class TileType>
-  HWY_NOINLINE void rotate_area(int32_t top, int32_t left) const {
-    constexpr int32_t kRows = TileType::kRows;
-    constexpr int32_t kColumns = TileType::kColumns;
-    const int32_t bottom = std::min(top + TileType::kAreaRows, destination_.rows);
-    const int32_t right = std::min(left + TileType::kAreaColumns, destination_.columns);
-    const int32_t start = std::min(left, destination_.columns - kColumns);
-    // Source pixels run along destination columns, to the right or to the left.
-    const bool runs_down = along_column_ > 0;
-    const ptrdiff_t in_step = along_row_;
-    const ptrdiff_t out_step = runs_down ? destination_.stride : -destination_.stride;
-    for (int32_t y = top; y < bottom; y += kRows) {
-      const int32_t row = std::min(y, destination_.rows - kRows);
-      const int32_t first = runs_down ? row : row + kRows - 1;
-      const uint8_t *in = source_of(first, start);
-      uint8_t *out = at(first, start);
-      for_each_step(right - start, kColumns, [&](int32_t x) {
-        TileType::transpose(in + in_step * x, in_step, out + kPixel * x, out_step);
-      });
-    }
+  void rotate_area(int32_t first_row, int32_t first_column) const {
+    const int32_t s = std::min(first_row, rows_ - TileType::kRows);
+    const int32_t c = std::min(first_column, columns_ - TileType::kColumns);
+    const int32_t rows = std::min(first_row + TileType::kAreaRows, rows_) - s;
+    const int32_t columns = std::min(first_column + TileType::kAreaColumns, columns_) - c;
+    const uint8_t *in = in_ + in_step_ * c + kPixel * s;
+    uint8_t *out = out_ + out_step_ * s + kPixel * c;
+    for_each_step(columns, TileType::kColumns, [&](int32_t x) {
+      rotate_strip<TileType>(in + in_step_ * x, in_step_, rows, out + kPixel * x, out_step_);
+    });
+  }
+
+  // Tiles one below the other.
+  template <class TileType>
+  static HWY_NOINLINE void rotate_strip(const uint8_t *in, ptrdiff_t in_step, int32_t rows,
+                                        uint8_t *out, ptrdiff_t out_step) {
+    for_each_step(
+        rows, TileType::kRows, [&](int32_t y) __attribute__((always_inline)) {
+          TileType::transpose(in + kPixel * y, in_step, out + out_step * y, out_step);
+        });
   }
 #endif
 
-  const PlaneView destination_;
-  ptrdiff_t along_row_;
-  ptrdiff_t along_column_;
-  const uint8_t *origin_;
+  int32_t rows_;
+  int32_t columns_;
+  const uint8_t *in_;
+  ptrdiff_t in_step_;
+  uint8_t *out_;
+  ptrdiff_t out_step_;
 };
 
 void rotate(const PlaneView &source, Rotation rotation, const PlaneView &destination) {
