@@ -23,6 +23,10 @@
 #undef TAVRINE_HAS_VECTORS
 #define TAVRINE_HAS_VECTORS (TAVRINE_IS_NEON || TAVRINE_IS_X86)
 
+// After a lambda's parameters: GCC otherwise calls one that for_each_step() has in two places.
+#undef TAVRINE_INLINE_LAMBDA
+#define TAVRINE_INLINE_LAMBDA __attribute__((always_inline))
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
