@@ -44,18 +44,19 @@ void on_every_target(Run run) {
   std::printf("[  TARGETS ] %s\n", names.c_str());
 }
 
-// A plane that ends exactly where memory that must not be touched begins: one that is read past
-// its end, or written, faults. What lies before it and between its rows holds a pattern that only
-// the plane's pixels may lose.
+// A plane that ends, or begins, exactly where memory that must not be touched begins, or ends: one
+// that is read or written past that edge faults. What lies before it and between its rows holds a
+// pattern that only the plane's pixels may lose.
 class GuardedPlane {
  public:
   static constexpr uint8_t kPoison = 0x99;
 
-  GuardedPlane(int32_t columns, int32_t rows, int32_t channels, ptrdiff_t padding = 0)
+  GuardedPlane(int32_t columns, int32_t rows, int32_t channels, ptrdiff_t padding = 0,
+               GuardedMemory::Edge edge = GuardedMemory::Edge::kLast)
       : row_bytes_(static_cast<size_t>(columns * channels)),
         memory_((row_bytes_ + static_cast<size_t>(padding)) * static_cast<size_t>(rows - 1) +
                     row_bytes_,
-                GuardedMemory::Edge::kLast),
+                edge),
         view_{memory_.data(), channels, columns, rows,
               static_cast<ptrdiff_t>(row_bytes_) + padding} {
     std::fill(memory_.begin(), memory_.end(), kPoison);

@@ -2,6 +2,7 @@
 // pixels.
 #include "kernels/rotate/rotate.h"
 #include "tests/kernel_support.h"
+#include "tests/path_recorder.h"
 
 namespace tavrine::test {
 namespace {
@@ -115,29 +116,72 @@ TEST_F(Rotate, RefusesOtherSizesAndFormats) {
   expect_log(4, "aux.host", "Rotating a frame in format [Y16] is not supported yet!\n");
 }
 
+class MappingCheck {
+ public:
+  // Every rotation of random planes whose memory ends, or begins, with the pixels.
+  void expect_mapping(int32_t width, int32_t height, int32_t channels) {
+    for (const auto edge : {GuardedMemory::Edge::kLast, GuardedMemory::Edge::kFirst}) {
+      GuardedPlane in(width, height, channels, width % 5, edge);
+      in.fill(random_);
+      for (const Rotation rotation : {Rotation::k90, Rotation::k180, Rotation::k270}) {
+        const bool is_half = rotation == Rotation::k180;
+        GuardedPlane out(is_half ? width : height, is_half ? height : width, channels, width % 3,
+                         edge);
+        ASSERT_TRUE(rotate_plane(in.view(), rotation, out.view()));
+        ASSERT_EQ(out.pixels(),
+                  rotate_by_mapping(in.pixels(), in.shape(), static_cast<int>(rotation)))
+            << channels << " channels, " << width << "x" << height;
+        ASSERT_TRUE(out.margins_unharmed());
+      }
+    }
+  }
+
+ private:
+  Random random_{9};
+};
+
 TEST(RotateKernels, EqualTheMapping) {
   on_every_target([] {
-    Random random(9);
+    MappingCheck check;
     for (int32_t channels = 1; channels <= 4; ++channels) {
-      for (const int32_t width : widths_to_try()) {
-        for (const int32_t height : {1, 4, 15, 16, 17, 66}) {
-          GuardedPlane in(width, height, channels, width % 5);
-          in.fill(random);
-          for (const Rotation rotation : {Rotation::k90, Rotation::k180, Rotation::k270}) {
-            const bool is_half = rotation == Rotation::k180;
-            GuardedPlane out(is_half ? width : height, is_half ? height : width, channels,
-                             width % 3);
-            ASSERT_TRUE(rotate_plane(in.view(), rotation, out.view()));
-            ASSERT_EQ(out.pixels(),
-                      rotate_by_mapping(in.pixels(), in.shape(), static_cast<int>(rotation)))
-                << channels << " channels, " << width << "x" << height;
-            ASSERT_TRUE(out.margins_unharmed());
-          }
+      for (int32_t width = 1; width <= 4; ++width) {
+        for (int32_t height = 1; height <= 4; ++height) {
+          check.expect_mapping(width, height, channels);
         }
       }
+      for (const int32_t width : widths_to_try()) {
+        for (const int32_t height : {1, 8, 15, 17, 34}) {
+          check.expect_mapping(width, height, channels);
+        }
+      }
+      check.expect_mapping(131, 129, channels);
+      check.expect_mapping(300, 77, channels);
     }
   });
 }
+
+#ifdef TAVRINE_TRACE_PATHS
+TEST(RotateKernels, TakeTilesWherePlanesHoldThem) {
+  const auto way = [](int32_t channels, int32_t width, int32_t height, Rotation rotation) {
+    const bool is_half = rotation == Rotation::k180;
+    const GuardedPlane in(width, height, channels);
+    const GuardedPlane out(is_half ? width : height, is_half ? height : width, channels);
+    const PathRecorder recorder;
+    EXPECT_TRUE(rotate_plane(in.view(), rotation, out.view()));
+    return recorder.names();
+  };
+  const bool has_vectors = HWY_TARGETS != HWY_SCALAR && HWY_TARGETS != HWY_EMU128;
+  for (int32_t channels = 1; channels <= 4; ++channels) {
+    for (const Rotation rotation : {Rotation::k90, Rotation::k270}) {
+      EXPECT_EQ(way(channels, 32, 32, rotation), has_vectors ? "rotate.tiles" : "rotate.pixels");
+      EXPECT_EQ(way(channels, 3, 32, rotation), "rotate.pixels");
+    }
+    EXPECT_EQ(way(channels, 32, 3, Rotation::k180),
+              has_vectors ? "rotate.mirror.vectors" : "rotate.mirror.pixels");
+    EXPECT_EQ(way(channels, 3, 32, Rotation::k180), "rotate.mirror.pixels");
+  }
+}
+#endif
 
 }  // namespace
 }  // namespace tavrine::test

@@ -43,12 +43,11 @@ HWY_INLINE void mirror_row(const uint8_t *in, int32_t columns, uint8_t *out) {
   constexpr int32_t kStep = mirrored_pixels<kPixelBytes>();
   if (columns >= kStep) {
     const int32_t done = std::min(mirror_unrolled<kPixelBytes>(in, columns, out), columns - kStep);
-    const uint8_t *end = in + kPixel * (columns - done - kStep);
+    const uint8_t *next = in + kPixel * (columns - done - kStep);
     out += kPixel * done;
-    for_each_step(
-        columns - done, kStep, [&](int32_t x) __attribute__((always_inline)) {
-          mirror_step<kPixelBytes>(end - kPixel * x, out + kPixel * x);
-        });
+    for_each_step(columns - done, kStep, [&](int32_t x) TAVRINE_INLINE_LAMBDA {
+      mirror_step<kPixelBytes>(next - kPixel * x, out + kPixel * x);
+    });
     return;
   }
 #endif
@@ -62,6 +61,12 @@ HWY_NOINLINE void rotate_half(const PlaneView &source, const PlaneView &destinat
   // Copies, as stores of pixels might change the records.
   const PlaneView from = source;
   const PlaneView to = destination;
+#if TAVRINE_HAS_VECTORS
+  trace_path(to.columns >= mirrored_pixels<kPixelBytes>() ? "rotate.mirror.vectors"
+                                                          : "rotate.mirror.pixels");
+#else
+  trace_path("rotate.mirror.pixels");
+#endif
   for (int32_t y = 0; y < to.rows; ++y) {
     mirror_row<kPixelBytes>(from.row(from.rows - 1 - y), to.columns, to.row(y));
   }
@@ -146,10 +151,9 @@ class QuarterRotation {
   template <class TileType>
   static HWY_NOINLINE void rotate_strip(const uint8_t *in, ptrdiff_t in_step, int32_t rows,
                                         uint8_t *out, ptrdiff_t out_step) {
-    for_each_step(
-        rows, TileType::kRows, [&](int32_t y) __attribute__((always_inline)) {
-          TileType::transpose(in + kPixel * y, in_step, out + out_step * y, out_step);
-        });
+    for_each_step(rows, TileType::kRows, [&](int32_t y) TAVRINE_INLINE_LAMBDA {
+      TileType::transpose(in + kPixel * y, in_step, out + out_step * y, out_step);
+    });
   }
 #endif
 
