@@ -81,13 +81,26 @@ TEST_F(EntryPoints, OddSizesOfYuvFormats) {
 }
 
 TEST_F(EntryPoints, CropInsideAndAcrossEveryEdge) {
-  const tavrine_area2d_t areas[] = {{0, 0, 20, 16},   {4, 2, 16, 14}, {-10, -6, 20, 16},
-                                    {12, 10, 20, 8},  {-4, 4, 40, 6}, {18, 14, 2, 2},
-                                    {-2, -2, 24, 20}, {-2, 4, 8, 6}};
+  const tavrine_area2d_t areas[] = {{0, 0, 20, 16},
+                                    {4, 2, 16, 14},
+                                    {-10, -6, 20, 16},
+                                    {12, 10, 20, 8},
+                                    {-4, 4, 40, 6},
+                                    {18, 14, 2, 2},
+                                    {-2, -2, 24, 20},
+                                    {-2, 4, 8, 6},
+                                    // one pixel across each edge
+                                    {-1, 0, 20, 16},
+                                    {0, -1, 20, 16},
+                                    {1, 0, 20, 16},
+                                    {0, 1, 20, 16}};
   for (const uint32_t format : kEightBitFormats) {
     const PaddedFrame in = make_padded_frame(format, 20, 16, random_);
     const std::vector<uint8_t> source = pixels_of(in.frame.get());
     for (const tavrine_area2d_t &area : areas) {
+      if ((area.x % 2 != 0 || area.y % 2 != 0) && planes_of(format, 20, 16).size() > 1) {
+        continue;
+      }
       OwnedFrame fresh;
       ASSERT_EQ(tavrine_frame_crop(in.frame.get(), fresh.slot(), area), 0);
       PaddedFrame given = make_padded_frame(format, area.width, area.height, random_);
