@@ -254,6 +254,41 @@ TEST_F(Batch, PaddingOfByteTensors) {
   }
 }
 
+// Frames, regions and paddings that all differ, against batches of a single image.
+TEST_F(Batch, EachImageHasItsOwnFrameRegionAndPadding) {
+  OwnedFrame frames[4];
+  for (int i = 0; i < 4; ++i) {
+    frames[i] =
+        make_frame(i % 2 == 0 ? TAVRINE_FORMAT_RGB24 : TAVRINE_FORMAT_BGR24, 33 + 16 * i, 30 + i);
+    fill_random(frames[i].get(), random_);
+  }
+  const std::vector<tavrine_area2d_t> areas = {
+      {0, 0, 33, 30}, {10, -4, 50, 20}, {40, 5, 60, 40}, {-5, -5, 90, 50}};
+  const Paddings paddings = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}};
+  constexpr size_t kImageBytes = sizeof(float) * 3 * 16 * 24;
+  for (const int32_t memory : {TAVRINE_MEMORY_HOST, TAVRINE_MEMORY_DEVICE}) {
+    const auto filled = [&](size_t first, size_t count) {
+      const int32_t shape[4] = {static_cast<int32_t>(count), 3, 16, 24};
+      const OwnedTensor tensor(tavrine_tensor_alloc(memory, TAVRINE_ELEMENT_FLOAT32, shape));
+      Call call = {tensor.get(), TAVRINE_TENSOR_RGB, {}, {}, TAVRINE_RESIZE_FIT, {}};
+      for (size_t i = first; i < first + count; ++i) {
+        call.frames.push_back(frames[i].get());
+        call.areas.push_back(areas[i]);
+        call.paddings.push_back(paddings[i]);
+      }
+      EXPECT_EQ(run(call), 0);
+      const auto *data = static_cast<const uint8_t *>(tavrine_tensor_raw_pointer(tensor.get()));
+      return std::vector<uint8_t>(data, data + count * kImageBytes);
+    };
+    std::vector<uint8_t> one_by_one;
+    for (size_t i = 0; i < std::size(frames); ++i) {
+      const std::vector<uint8_t> image = filled(i, 1);
+      one_by_one.insert(one_by_one.end(), image.begin(), image.end());
+    }
+    EXPECT_EQ(filled(0, std::size(frames)), one_by_one);
+  }
+}
+
 TEST_F(Batch, MemoryTypesAndWorkspace) {
   OwnedFrame host = make_frame(TAVRINE_FORMAT_BGR24, 40, 30);
   fill_random(host.get(), random_);
