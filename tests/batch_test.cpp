@@ -128,39 +128,6 @@ TEST_F(Batch, PlacesRegionsAndPadsTheRest) {
   }
 }
 
-// Frames of different formats and sizes, each with its own region and padding.
-TEST_F(Batch, EachImageHasItsOwnFrameAndPadding) {
-  const PaddedFrame frames[] = {make_padded_frame(TAVRINE_FORMAT_RGB24, 40, 30, random_),
-                                make_padded_frame(TAVRINE_FORMAT_BGR24, 22, 50, random_),
-                                make_padded_frame(TAVRINE_FORMAT_GREY, 31, 19, random_),
-                                make_padded_frame(TAVRINE_FORMAT_BGR24, 64, 17, random_)};
-  const struct {
-    tavrine_area2d_t area;
-    Rectangle inside, placed;
-  } regions[] = {{{3, 4, 24, 16}, {3, 4, 24, 16}, {0, 0, 24, 16}},
-                 {{-12, -8, 24, 16}, {0, 0, 12, 8}, {12, 8, 12, 8}},
-                 {{20, 10, 24, 16}, {20, 10, 11, 9}, {0, 0, 11, 9}},
-                 {{60, -3, 24, 16}, {60, 0, 4, 13}, {0, 3, 4, 13}}};
-  const PaddedTensor tensor(TAVRINE_ELEMENT_FLOAT32, {4, 1, 16, 24});
-  Call call = {tensor.get(), TAVRINE_TENSOR_GRAY, {}, {}, TAVRINE_RESIZE_STRETCH, {}};
-  Elements expected = tensor.elements();
-  for (int image = 0; image < 4; ++image) {
-    const auto &[area, inside, placed] = regions[image];
-    const float padding = 10.0F * static_cast<float>(image) + 1;
-    call.frames.push_back(frames[image].frame.get());
-    call.areas.push_back(area);
-    call.paddings.push_back({-1, padding, -2});
-    tensor.expect_band(expected, image, {0, 0, 24, 16}, {padding});
-    OwnedFrame part;
-    ASSERT_EQ(tavrine_frame_crop(frames[image].frame.get(), part.slot(),
-                                 {inside.x, inside.y, inside.width, inside.height}),
-              0);
-    tensor.expect_frame(expected, image, placed, TAVRINE_TENSOR_GRAY, part.get(), kTypical);
-  }
-  ASSERT_EQ(run(call), 0);
-  EXPECT_EQ(tensor.elements(), expected);
-}
-
 TEST_F(Batch, ReturnsRatios) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 40, 30);
   const PaddedTensor tensor(TAVRINE_ELEMENT_UINT8, {2, 1, 16, 24});
