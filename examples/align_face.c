@@ -62,7 +62,9 @@ static const char *align(const tavrine_frame_t *picture, const tavrine_point2f_t
     return "out of memory";
   }
   /* The warp's matrix maps each pixel of the face to its position in the picture. */
-  return tavrine_frame_warpaffine(picture, *face, to_picture.m) == TAVRINE_OK ? NULL : "cannot warp the picture";
+  return tavrine_frame_warpaffine(picture, *face, to_picture.m) == TAVRINE_OK
+             ? NULL
+             : "cannot warp the picture";
 }
 
 int main(int argc, char **argv) {

@@ -7,8 +7,8 @@
 #include "common/log.h"
 #include "common/owned.h"
 #include "common/pixel_format.h"
-#include "host/operations.h"
 #include "host/frame_planes.h"
+#include "host/operations.h"
 
 namespace tavrine {
 namespace {

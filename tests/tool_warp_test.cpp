@@ -82,8 +82,7 @@ TEST_F(Tool, AlignMovesThePointsToTheirPlaces) {
     succeed("align --in RGB24:240x240 face.rgb out.rgb --points 96,86,96,158,16,122 " +
             std::string(test.size));
     for (size_t spot = 0; spot < 3; ++spot) {
-      EXPECT_EQ(pixel_of(read("out.rgb"), static_cast<size_t>(test.width), test.places[spot][0],
-                         test.places[spot][1]),
+      EXPECT_EQ(pixel_of(read("out.rgb"), test.width, test.places[spot][0], test.places[spot][1]),
                 colors[spot]);
     }
   }

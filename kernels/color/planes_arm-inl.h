@@ -21,7 +21,7 @@ constexpr int32_t kPairsInStep = 64;
 HWY_INLINE void swap_pairs_step(const uint8_t *&in, uint8_t *&out) {
   for (int i = 0; i < 4; ++i) {
     const uint8x16x2_t v = vld2q_u8(in);
-    vst2q_u8(out, uint8x16x2_t{{v.val[1], v.val[0]}});
+    vst2q_u8(out, (uint8x16x2_t{{v.val[1], v.val[0]}}));
     advance(in, 32);
     advance(out, 32);
   }
@@ -32,7 +32,7 @@ HWY_INLINE void interleave_step(const uint8_t *&first, const uint8_t *&second, u
     // One load of two registers splits even and odd bytes, a store of four undoes it.
     const uint8x16x2_t a = vld2q_u8(first);
     const uint8x16x2_t b = vld2q_u8(second);
-    vst4q_u8(pairs, uint8x16x4_t{{a.val[0], b.val[0], a.val[1], b.val[1]}});
+    vst4q_u8(pairs, (uint8x16x4_t{{a.val[0], b.val[0], a.val[1], b.val[1]}}));
     advance(first, 32);
     advance(second, 32);
     advance(pairs, 64);

@@ -56,7 +56,7 @@ HWY_INLINE void luma_and_chroma_step(const uint8_t *&pixels, uint8_t *&luma, uin
     const uint16x8_t less_v = vmlal_u8(vmull_u8(g, vdup_n_u8(55)), b, vdup_n_u8(12));
     const uint8x8_t u = vqrshrn_n_u16(vqsubq_u16(vmlal_u8(neutral, b, vdup_n_u8(65)), less_u), 7);
     const uint8x8_t v8 = vqrshrn_n_u16(vqsubq_u16(vmlal_u8(neutral, r, vdup_n_u8(67)), less_v), 7);
-    vst2_u8(chroma, kU == 0 ? uint8x8x2_t{{u, v8}} : uint8x8x2_t{{v8, u}});
+    vst2_u8(chroma, (kU == 0 ? uint8x8x2_t{{u, v8}} : uint8x8x2_t{{v8, u}}));
     advance(chroma, 16);
   }
 }
@@ -133,7 +133,7 @@ HWY_INLINE void packed_row_step(const uint8_t *&luma, const ChromaTerm (&terms)[
   }
   for (int half = 0; half < 2; ++half) {
     vst3q_u8(pixels,
-             uint8x16x3_t{{channels[0].val[half], channels[1].val[half], channels[2].val[half]}});
+             (uint8x16x3_t{{channels[0].val[half], channels[1].val[half], channels[2].val[half]}}));
     advance(pixels, 48);
   }
 }

@@ -68,6 +68,7 @@ class ElementTable {
     Element made[256];
     for_each_step(256, kPixelsInFill,
                   [&](int32_t x) { normalize_grey(bytes + x, normalizer, made + x); });
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits must be equal
     return std::memcmp(made, of_, sizeof(made)) == 0;
   }
 #endif

@@ -62,7 +62,7 @@ inline void blend(const uint8_t *p00, const uint8_t *p01, const uint8_t *p10, co
 
 template <int kChannels, Border kBorder>
 inline const uint8_t *sample(const PlaneView &source, int32_t column, int32_t row) {
-  static constexpr uint8_t kZero[kChannels] = {};
+  static constexpr uint8_t kZero[4] = {};  // enough for every channel count
   if constexpr (kBorder == Border::kNearestEdge) {
     column = std::clamp(column, 0, source.columns - 1);
     row = std::clamp(row, 0, source.rows - 1);
