@@ -4,7 +4,10 @@ find_program(PATCH_EXECUTABLE patch REQUIRED)
 mark_as_advanced(PATCH_EXECUTABLE)
 
 set(stb_original ${stb_INCLUDE_DIR}/stb_image.h)
-set(stb_patch ${PROJECT_SOURCE_DIR}/third_party/stb_image-2.27.patch)
+set(TAVRINE_DECODER_PATCH ${PROJECT_SOURCE_DIR}/third_party/stb_image-2.27.patch CACHE FILEPATH
+  "Repairs of the picture decoder; scripts/check-repairs builds without some of them")
+mark_as_advanced(TAVRINE_DECODER_PATCH)
+set(stb_patch ${TAVRINE_DECODER_PATCH})
 set(stb_repaired_dir ${PROJECT_BINARY_DIR}/dependencies/repaired)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${stb_original} ${stb_patch})
 

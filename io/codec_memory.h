@@ -22,8 +22,8 @@ class CodecMemory {
   void *keep(void *bytes);
   static void release_kept(void *bytes);
 
-  // What the codecs call. allocate and resize throw CodecStopped. New memory is zeroed, so that
-  // pixels a broken picture leaves out are black and never other data of the process.
+  // What the codecs call. allocate and resize throw CodecStopped. Memory of allocate is zeroed, so
+  // that pixels a broken picture leaves out are black and never other data of the process.
   static void *allocate(size_t size);
   static void *resize(void *bytes, size_t size);
   static void release(void *bytes);

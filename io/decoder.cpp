@@ -17,8 +17,7 @@ constexpr stbi_io_callbacks kCallbacks = {PictureSource::on_read, PictureSource:
 
 constexpr int64_t kMaxSide = int64_t{1} << 24;  // the decoder's
 
-// A few bytes can announce a picture that does not fit into memory. Fuzz builds use a smaller
-// limit: large pictures add time, not coverage.
+// Fuzz builds use a smaller limit: large pictures add time, not coverage.
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
 constexpr int64_t kMaxPixelBytes = int64_t{1} << 22;
 constexpr uint64_t kMinBudget = uint64_t{1} << 23;
@@ -54,12 +53,21 @@ std::optional<int64_t> announced_bytes(PictureSource &source) {
   return width * rows * channels;
 }
 
+int64_t max_pixel_bytes(PictureSource &source) {
+  const int64_t ratio =
+      source.begins_with("\xFF\xD8") ? kMaxDecodedBytesPerJpegByte : kMaxDecodedBytesPerByte;
+  const int64_t ratio_limit = kMaxPixelBytes / ratio;
+  return std::min(kMaxPixelBytes,
+                  kMaxDecodedBytesOfEmptyFile + ratio * std::min(source.size(), ratio_limit));
+}
+
 Picture run_decoder(PictureSource &source) {
+  const int64_t max_bytes = max_pixel_bytes(source);
   if (!source.rewind()) {
     return {};
   }
   const std::optional<int64_t> pixel_bytes = announced_bytes(source);
-  if (!pixel_bytes || *pixel_bytes > kMaxPixelBytes || !source.rewind()) {
+  if (!pixel_bytes || *pixel_bytes > max_bytes || !source.rewind()) {
     return {};
   }
   CodecMemory memory(budget_for(*pixel_bytes));

@@ -30,6 +30,17 @@ int PictureSource::on_end(void *source) {
   return static_cast<PictureSource *>(source)->is_at_end() ? 1 : 0;
 }
 
+bool PictureSource::begins_with(std::string_view signature) {
+  char start[8];
+  const size_t size = std::min(signature.size(), sizeof(start));
+  return rewind() && read(start, size) == size && signature == std::string_view(start, size);
+}
+
+int64_t FileSource::size() {
+  const long end = fseek(file_, 0, SEEK_END) == 0 ? ftell(file_) : 0;
+  return std::max(end, 0L);
+}
+
 void FileSource::skip(size_t distance) {
   if (fseek(file_, static_cast<long>(distance), SEEK_CUR) != 0) {
     throw CodecStopped();

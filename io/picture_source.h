@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 namespace tavrine {
 
@@ -14,6 +15,12 @@ class PictureSource {
     buffer_ = nullptr;
     return seek_to_start();
   }
+
+  // Of the file, in bytes; 0 when it is unknown.
+  virtual int64_t size() = 0;
+
+  // Moves the position.
+  bool begins_with(std::string_view signature);
 
   // The decoder's callbacks. They throw CodecStopped when the file ends too early: the decoder
   // would continue with zeros, which can take very long and makes missing pixels black.
@@ -38,6 +45,8 @@ class FileSource final : public PictureSource {
  public:
   explicit FileSource(FILE *file) : file_(file) {}
 
+  int64_t size() override;
+
  private:
   bool seek_to_start() override { return fseek(file_, 0, SEEK_SET) == 0; }
   size_t read(char *data, size_t size) override { return fread(data, 1, size, file_); }
@@ -50,6 +59,8 @@ class FileSource final : public PictureSource {
 class MemorySource final : public PictureSource {
  public:
   MemorySource(const uint8_t *data, size_t length) : data_(data), length_(length) {}
+
+  int64_t size() override { return static_cast<int64_t>(length_); }
 
  private:
   bool seek_to_start() override {

@@ -11,6 +11,9 @@
 #define STBI_ASSERT(condition) ((condition) ? static_cast<void>(0) : throw tavrine::CodecStopped())
 #define STBIW_ASSERT STBI_ASSERT
 
+// The decoder's float pictures are not used, and their tone curve needs the C library's pow.
+#define STBI_NO_LINEAR
+
 #if defined(__ARM_NEON)
 #define STBI_NEON
 #endif

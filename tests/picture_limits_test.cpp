@@ -1,12 +1,15 @@
 // Pictures that announce too much, are truncated or corrupt, and memory that runs out.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 
+#include "io/codec_memory.h"
 #include "io/decoder.h"
 #include "io/encoder.h"
+#include "io/picture_source.h"
 #include "tests/memory_failure.h"
 #include "tests/support.h"
 
@@ -193,6 +196,35 @@ TEST_F(PictureLimits, PipesAreFiles) {
     EXPECT_EQ(pixels_of(decode_file(file)), pixels_of(decode(bytes))) << name;
     fclose(file);
   }
+}
+
+TEST_F(PictureLimits, CodecMemoryIsZeroed) {
+  CodecMemory memory(1 << 20);
+  for (int i = 0; i < 3; ++i) {
+    // The second and the third time, probably the memory that was freed.
+    auto *bytes = static_cast<uint8_t *>(CodecMemory::allocate(5000));
+    EXPECT_EQ(std::count(bytes, bytes + 5000, 0), 5000);
+    std::fill(bytes, bytes + 5000, uint8_t{0xA5});
+    CodecMemory::release(bytes);
+  }
+}
+
+// The decoder's own buffer may be another one, and smaller than what was left, in each run.
+TEST_F(PictureLimits, EachRunOfTheDecoderHasItsOwnBuffer) {
+  const uint8_t bytes[10] = {};
+  MemorySource source(bytes, sizeof(bytes));
+  char buffers[2][16];
+  for (char *buffer : buffers) {
+    ASSERT_TRUE(source.rewind());
+    EXPECT_EQ(PictureSource::on_read(&source, buffer, 16), 10);
+    EXPECT_THROW(PictureSource::on_read(&source, buffer, 16), CodecStopped);
+  }
+  ASSERT_TRUE(source.rewind());
+  PictureSource::on_read(&source, buffers[0], 4);
+  EXPECT_EQ(PictureSource::on_read(&source, buffers[1], 6), 6);
+  ASSERT_TRUE(source.rewind());
+  PictureSource::on_read(&source, buffers[0], 4);
+  EXPECT_THROW(PictureSource::on_read(&source, buffers[1], 7), CodecStopped);
 }
 
 TEST_F(PictureLimits, FindingsOfFuzzers) {

@@ -130,6 +130,34 @@ TEST_F(Pictures, EveryFormatAndMemoryIsSavedByExtension) {
   }
 }
 
+TEST_F(Pictures, AlphaNeedsAFrameOfItsOwn) {
+  for (const int channels : {1, 2, 3, 4}) {
+    const std::vector<uint8_t> file = encode_png(std::vector<uint8_t>(24, 77), 3, channels);
+    for (const char *call : {"tavrine_frame_alloc", "tavrine_frame_make"}) {
+      const bool has_alpha = channels % 2 == 0;
+      ASSERT_EQ(tavrine_devkit_fail_call(call, 1), 0);
+      EXPECT_EQ(static_cast<bool>(decode(file)),
+                has_alpha != (call == std::string("tavrine_frame_alloc")));
+      tavrine_devkit_clear_failures();
+    }
+  }
+}
+
+TEST_F(Pictures, JpegHasTheHighestQuality) {
+  OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 40, 30);
+  fill_random(frame.get(), random_);
+  std::vector<uint8_t> expected;
+  stbi_write_jpg_to_func(
+      [](void *bytes, void *data, int size) {
+        const auto *first = static_cast<const uint8_t *>(data);
+        auto *all = static_cast<std::vector<uint8_t> *>(bytes);
+        all->insert(all->end(), first, first + size);
+      },
+      &expected, 40, 30, 3, pixels_of(frame.get()).data(), 100);
+  ASSERT_EQ(tavrine_frame_save(frame.get(), path("a.jpg").c_str()), 0);
+  EXPECT_EQ(read_file(path("a.jpg")), expected);
+}
+
 TEST_F(Pictures, JpegStaysCloseToThePicture) {
   OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 64, 48);
   std::vector<uint8_t> pixels;

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "tests/jpeg_writer.h"
+
 namespace tavrine::test {
 namespace {
 
@@ -194,6 +196,33 @@ void encode_and_load(RandomSource &source, Digest &digest) {
   digest.add(back.get());
 }
 
+// JPEG blocks of any coefficients, also those that no picture has.
+void load_extreme_jpeg(RandomSource &source, Digest &digest) {
+  constexpr int kBlocks = 4;
+  JpegBits bits;
+  for (int i = 0; i < kBlocks; ++i) {
+    std::array<int, 64> block;
+    const int max_size = source.between(1, 15);
+    for (int &value : block) {
+      const int magnitude = 1 << (source.between(1, max_size) - 1);
+      value = magnitude + source.between(0, magnitude - 1);
+      value = source.chance(50) ? value : -value;
+    }
+    JpegWriter::put_block(bits, block);
+  }
+  const std::string file =
+      JpegWriter(JpegWriter::Process::kBaseline, 8 * kBlocks, 8, 1, source.between(1, 255))
+          .scan({1}, 0, 63, bits.take())
+          .finish();
+  OwnedFrame frame;
+  source.attempt([&] {
+    frame =
+        OwnedFrame(tavrine_frame_load_from_memory(file.data(), static_cast<int32_t>(file.size())));
+    return 0;
+  });
+  digest.add(frame.get());
+}
+
 }  // namespace
 
 const std::vector<RandomOperation> &random_operations() {
@@ -210,6 +239,7 @@ const std::vector<RandomOperation> &random_operations() {
       {"tavrine_find_affine_transform", 300, find_transform<tavrine_find_affine_transform>},
       {"tavrine_find_similarity_transform", 300, find_transform<tavrine_find_similarity_transform>},
       {"tavrine_frame_encode, tavrine_frame_load_from_memory", 60, encode_and_load},
+      {"tavrine_frame_load_from_memory of extreme JPEG files", 200, load_extreme_jpeg},
   };
   return operations;
 }
