@@ -132,6 +132,7 @@ TEST_F(Tool, StandardStreamsAreFiles) {
 
   expect_failure("convert - out.png <text.png", "standard input: load: not a picture");
   expect_failure("convert - out.png <empty.png", "standard input: load: not a picture");
+  expect_failure("convert - out.png <.", "standard input: read: Is a directory\n");
   expect_failure("convert - out.png <&-", "standard input: read: Bad file descriptor\n");
   // Pipes with too little and with too much.
   expect_failure("info --in RGB24:32x24 -",
