@@ -20,21 +20,24 @@ namespace HWY_NAMESPACE {
 template <int kChannels>
 constexpr bool kCanClamp = true;
 
-// The rows' sums a and b are at most 32 * 255 = 8160, so 16 bits hold 4 (b - a). With v_256 = 256
-// v, the doubling multiplication makes v (b - a) >> 5 of it, and
+// The rows' sums a and b are at most 32 * 255 = 8160, so 16 bits hold them and 4 (b - a). With
+// v_scaled = 2^(10 - k) v, the doubling multiplication makes v (b - a) >> 5 of 2^k (b - a), and
 //
 //   (32 a + v (b - a) + 512) >> 10 = (a + (v (b - a) >> 5) + 16) >> 5
 //
-// because 32 a and 512 are multiples of 32.
+// because 32 a and 512 are multiples of 32. k = 0 saves an instruction, but only k > 0 serves v
+// = 32.
+template <int k>
 HWY_INLINE uint8x8_t blend(uint8x8_t p00, uint8x8_t p01, uint8x8_t p10, uint8x8_t p11,
-                           uint8x8_t left_weight, uint8x8_t right_weight, int16x8_t v_256) {
+                           uint8x8_t left_weight, uint8x8_t right_weight, int16x8_t v_scaled) {
   const auto along_row = [&](uint8x8_t left, uint8x8_t right) {
     return vreinterpretq_s16_u16(vmlal_u8(vmull_u8(left, left_weight), right, right_weight));
   };
   const int16x8_t upper = along_row(p00, p01);
   const int16x8_t lower = along_row(p10, p11);
-  const int16x8_t difference = vshlq_n_s16(vsubq_s16(lower, upper), 2);
-  return vqrshrun_n_s16(vaddq_s16(upper, vqdmulhq_s16(difference, v_256)), scalar::kSubpixelBits);
+  const int16x8_t difference = vsubq_s16(lower, upper);
+  const int16x8_t below = vqdmulhq_s16(k == 0 ? difference : vshlq_n_s16(difference, k), v_scaled);
+  return vqrshrun_n_s16(vaddq_s16(upper, below), scalar::kSubpixelBits);
 }
 
 template <int kChannels, bool kClamps>
@@ -50,14 +53,14 @@ HWY_INLINE void warp_step(const PlaneView &source, scalar::Offset row, const int
   const auto words = [](hn::VFromD<Ints> a, hn::VFromD<Ints> b) {
     return vcombine_s16(vmovn_s32(a.raw), vmovn_s32(b.raw));
   };
-  const int16x8_t v_256 = vshlq_n_s16(words(low.v, high.v), 8);
+  const int16x8_t v_512 = vshlq_n_s16(words(low.v, high.v), 9);
   const uint8x8_t right_weight = vmovn_u16(vreinterpretq_u16_s16(words(low.u, high.u)));
   const uint8x8_t left_weight = vsub_u8(vdup_n_u8(scalar::kSubpixels), right_weight);
   const auto upper = load_pairs<kChannels>(source.data, offsets);
   const auto lower = load_pairs<kChannels>(source.data + source.stride, offsets);
   const auto channel = [&](int i) {
-    return blend(upper.left[i], upper.right[i], lower.left[i], lower.right[i], left_weight,
-                 right_weight, v_256);
+    return blend<1>(upper.left[i], upper.right[i], lower.left[i], lower.right[i], left_weight,
+                    right_weight, v_512);
   };
   if constexpr (kChannels == 1) {
     vst1_u8(out, channel(0));

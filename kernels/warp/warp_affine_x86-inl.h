@@ -48,13 +48,16 @@ HWY_INLINE hn::VFromD<Ints> blend_lanes(hn::VFromD<Bytes> neighbours, hn::VFromD
 //   (32 a + v (b - a) + 512) >> 10 = (a + (v (b - a) >> 5) + 16) >> 5
 //
 // because 32 a and 512 are multiples of 32. The rounding multiplication by 2^10 adds 16 and shifts.
+HWY_INLINE hn::VFromD<Words> blend_sums(hn::VFromD<Words> upper, hn::VFromD<Words> lower,
+                                        hn::VFromD<Words> v_512) {
+  const auto difference = hn::ShiftLeft<2>(hn::Sub(lower, upper));
+  const auto sum = hn::Add(upper, hn::MulHigh(difference, v_512));
+  return hn::MulFixedPoint15(sum, hn::Set(Words(), 1 << (15 - scalar::kSubpixelBits)));
+}
+
 HWY_INLINE hn::VFromD<Words> blend_words(hn::VFromD<Bytes> upper, hn::VFromD<Bytes> lower,
                                          hn::VFromD<Bytes> along_row, hn::VFromD<Words> v_512) {
-  const auto above = multiply_bytes(upper, along_row);
-  const auto below = multiply_bytes(lower, along_row);
-  const auto difference = hn::ShiftLeft<2>(hn::Sub(below, above));
-  const auto sum = hn::Add(above, hn::MulHigh(difference, v_512));
-  return hn::MulFixedPoint15(sum, hn::Set(Words(), 1 << (15 - scalar::kSubpixelBits)));
+  return blend_sums(multiply_bytes(upper, along_row), multiply_bytes(lower, along_row), v_512);
 }
 
 template <int kChannels, bool kClamps>

@@ -103,11 +103,24 @@ HWY_INLINE hn::VFromD<Bytes> load_two_channel_neighbours(const uint8_t *upper, c
   return hn::TableLookupBytes(pixels, hn::LoadDup128(Bytes(), kOrder));
 }
 
-// Stores a step's pixels of three channels, which are four bytes apart.
-HWY_INLINE void store_three_channels(hn::VFromD<Bytes> pixels, uint8_t *out) {
+// Moves the pixels of three channels in each block, which are four bytes apart, close together.
+HWY_INLINE hn::VFromD<Bytes> pack_three_channels(hn::VFromD<Bytes> pixels) {
   alignas(16) constexpr uint8_t kPacked[16] = {0,  1,  2,  4,  5,    6,    8,    9,
                                                10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-  const auto packed = hn::TableLookupBytesOr0(pixels, hn::LoadDup128(Bytes(), kPacked));
+  return hn::TableLookupBytesOr0(pixels, hn::LoadDup128(Bytes(), kPacked));
+}
+
+// Stores the first 12 bytes.
+HWY_INLINE void store_12(hn::VFromD<BytesInBlock> bytes, uint8_t *out) {
+  const hn::Full64<uint8_t> d;
+  hn::StoreU(hn::LowerHalf(d, bytes), d, out);
+  const auto last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(bytes.raw, 8)));
+  std::memcpy(out + 8, &last, sizeof last);
+}
+
+// Stores a step's pixels of three channels, which are four bytes apart.
+HWY_INLINE void store_three_channels(hn::VFromD<Bytes> pixels, uint8_t *out) {
+  const auto packed = pack_three_channels(pixels);
 #if HWY_TARGET == HWY_AVX2
   const __m256i joined =
       _mm256_permutevar8x32_epi32(packed.raw, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
@@ -116,10 +129,26 @@ HWY_INLINE void store_three_channels(hn::VFromD<Bytes> pixels, uint8_t *out) {
   hn::StoreU(hn::LowerHalf(d, bytes), d, out);
   hn::StoreU(hn::LowerHalf(hn::UpperHalf(d, bytes)), hn::Half<BytesInBlock>(), out + 16);
 #else
-  const hn::Full64<uint8_t> d;
-  hn::StoreU(hn::LowerHalf(d, packed), d, out);
-  const auto last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(packed.raw, 8)));
-  std::memcpy(out + 8, &last, sizeof last);
+  store_12(packed, out);
+#endif
+}
+
+// The same of two registers, of which each block holds four pixels: first those of the lower
+// blocks of both, then those of the upper ones.
+HWY_INLINE void store_three_channels(hn::VFromD<Bytes> first, hn::VFromD<Bytes> second,
+                                     uint8_t *out) {
+  const auto a = pack_three_channels(first);
+  const auto b = pack_three_channels(second);
+  const BytesInBlock d;
+  // Each store writes four bytes too many; the next one overwrites them.
+#if HWY_TARGET == HWY_AVX2
+  hn::StoreU(hn::LowerHalf(d, a), d, out);
+  hn::StoreU(hn::LowerHalf(d, b), d, out + 12);
+  hn::StoreU(hn::UpperHalf(d, a), d, out + 24);
+  store_12(hn::UpperHalf(d, b), out + 36);
+#else
+  hn::StoreU(a, d, out);
+  store_12(b, out + 12);
 #endif
 }
 
