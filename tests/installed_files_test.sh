@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Tests what is installed: the files, that each header compiles on its own, and that the tool finds
+# its libraries where the folder now stands.
+# Arguments: cmake, build folder, library folder's name, version, list of files, C compiler,
+# emulator...
+set -euo pipefail
+export LC_ALL=C
+cmake=$1 build=$2 libraries=$3 version=$4 files=$5 compiler=$6
+shift 6
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+"$cmake" --install "$build" --prefix "$folder/first" >/dev/null
+mv "$folder/first" "$folder/moved"
+cd "$folder/moved"
+
+find . ! -type d -printf '%P\n' | sed "s|^$libraries/|lib/|; s|$version\$|VERSION|" | sort >../found
+diff "$files" ../found
+
+while read -r header; do
+  "$compiler" -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -Iinclude/tavrine -x c "$header"
+done < <(find include -name '*.h')
+
+"$@" bin/tavrine-aux version | grep -qx "tavrine-aux $version"
