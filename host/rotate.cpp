@@ -64,7 +64,7 @@ int32_t host_rotate(const tavrine_frame_t *in, tavrine_frame_t *out, float degre
   if (!rotation) {
     return TAVRINE_FAILURE;
   }
-  // Semi-planar frames turn out of one buffer: parts of larger frames are gathered first.
+  // The kernels need no copy; it stays because callers see TAVRINE_FAILURE when it fails.
   OwnedFrame gathered;
   if (is_semi_planar(in->pixel_format) && tavrine_frame_is_contiguous(in) == 0) {
     gathered = OwnedFrame(tavrine_frame_duplicate(in));

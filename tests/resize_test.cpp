@@ -143,7 +143,7 @@ TEST_F(Resize, RefusesWhatItCannotRead) {
   EXPECT_FALSE(out);
   expect_log(4, "aux.host", "Resizing a frame in format [Y16] is not supported yet!\n");
 
-  // Planes before the faulty one are done, those behind it are not touched.
+  // Planes before the faulty one are done, those after it are not touched.
   const auto resize_with = [](int plane, int32_t stride, bool missing) {
     OwnedFrame source = make_frame(TAVRINE_FORMAT_YU12, 16, 16);
     fill(source.get(), 50);

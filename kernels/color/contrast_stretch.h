@@ -11,8 +11,8 @@ namespace tavrine {
 //   below(v) = number of pixels with a value less than v, mod 65536
 //   at_or_above(v) = number of pixels with a value of v or more, mod 65536
 //
-// of the values that occur, `low` is the least with below(v) >= t and `high` the greatest with
-// at_or_above(v) >= t. If there is none, it is the least or the greatest value that occurs. Counts
+// of the values that occur, `low` is the lowest with below(v) >= t and `high` the highest with
+// at_or_above(v) >= t. If there is none, it is the lowest or the highest value that occurs. Counts
 // wrap at 65536, so large planes with many equal samples may clip more than t pixels at an end.
 //
 // A value below `low` becomes 0, one above `high` 255, and all others
