@@ -9,11 +9,11 @@
 
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_X86
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_X86
 
 // A weight for the low byte of every word, and one for the high byte.
 HWY_INLINE hn::VFromD<Bytes> byte_weights(int32_t low, int32_t high) {
@@ -87,6 +87,28 @@ HWY_INLINE hn::VFromD<Bytes> pack_pixels(hn::VFromD<Words> first, hn::VFromD<Wor
       _mm256_permutevar8x32_epi32(packed.raw, _mm256_setr_epi32(0, 1, 5, 2, 6, 3, 7, 4))};
 #else
   return packed;
+#endif
+}
+
+// The same for masks, whose words have all bits set or none.
+template <class V>
+HWY_INLINE hn::VFromD<Bytes> pack_masks(V first, V second) {
+#if HWY_TARGET == HWY_AVX2
+  return hn::VFromD<Bytes>{_mm256_permutevar8x32_epi32(_mm256_packs_epi16(first.raw, second.raw),
+                                                       _mm256_setr_epi32(0, 1, 5, 2, 6, 3, 7, 4))};
+#else
+  return hn::VFromD<Bytes>{_mm_packs_epi16(first.raw, second.raw)};
+#endif
+}
+
+// Words of double words, for each block those of `a`, then those of `b`: numbers from 0 to 2^15 -
+// 1, or masks.
+template <class V>
+HWY_INLINE hn::VFromD<Words> pack_in_blocks_signed(V a, V b) {
+#if HWY_TARGET == HWY_AVX2
+  return hn::VFromD<Words>{_mm256_packs_epi32(a.raw, b.raw)};
+#else
+  return hn::VFromD<Words>{_mm_packs_epi32(a.raw, b.raw)};
 #endif
 }
 
@@ -237,10 +259,10 @@ HWY_INLINE void interleave_pairs(hn::VFromD<Words> first, hn::VFromD<Words> seco
 #endif
 }
 
-#endif  // TAVRINE_IS_X86
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_X86
 
 #endif  // include guard of this instruction set

@@ -8,11 +8,11 @@
 
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_NEON
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_NEON
 
 // NEON's loads and stores (de)interleave by themselves. Several of them in a step spread the cost
 // of the loop.
@@ -21,7 +21,8 @@ constexpr int32_t kPairsInStep = 64;
 HWY_INLINE void swap_pairs_step(const uint8_t *&in, uint8_t *&out) {
   for (int i = 0; i < 4; ++i) {
     const uint8x16x2_t v = vld2q_u8(in);
-    vst2q_u8(out, (uint8x16x2_t{{v.val[1], v.val[0]}}));
+    const uint8x16x2_t swapped = {{v.val[1], v.val[0]}};
+    vst2q_u8(out, swapped);
     advance(in, 32);
     advance(out, 32);
   }
@@ -32,7 +33,8 @@ HWY_INLINE void interleave_step(const uint8_t *&first, const uint8_t *&second, u
     // One load of two registers splits even and odd bytes, a store of four undoes it.
     const uint8x16x2_t a = vld2q_u8(first);
     const uint8x16x2_t b = vld2q_u8(second);
-    vst4q_u8(pairs, (uint8x16x4_t{{a.val[0], b.val[0], a.val[1], b.val[1]}}));
+    const uint8x16x4_t interleaved = {{a.val[0], b.val[0], a.val[1], b.val[1]}};
+    vst4q_u8(pairs, interleaved);
     advance(first, 32);
     advance(second, 32);
     advance(pairs, 64);
@@ -50,10 +52,10 @@ HWY_INLINE void deinterleave_step(const uint8_t *&pairs, uint8_t *&first, uint8_
   }
 }
 
-#endif  // TAVRINE_IS_NEON
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_NEON
 
 #endif  // include guard of this instruction set

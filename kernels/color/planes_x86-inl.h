@@ -8,11 +8,11 @@
 
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_X86
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_X86
 
 constexpr int32_t kPairsInStep = 32;
 
@@ -51,10 +51,10 @@ HWY_INLINE void deinterleave_step(const uint8_t *&pairs, uint8_t *&first, uint8_
   second += kPairsInStep;
 }
 
-#endif  // TAVRINE_IS_X86
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_X86
 
 #endif  // include guard of this instruction set

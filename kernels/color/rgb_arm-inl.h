@@ -9,17 +9,18 @@
 #include "kernels/color/row_steps-inl.h"
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_NEON
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_NEON
 
 HWY_INLINE void replicate_grey_step(const uint8_t *&grey, uint8_t *&pixels) {
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
     const uint8x16_t v = vld1q_u8(grey);
     advance(grey, 16);
-    vst3q_u8(pixels, (uint8x16x3_t{{v, v, v}}));
+    const uint8x16x3_t replicated = {{v, v, v}};
+    vst3q_u8(pixels, replicated);
     advance(pixels, 48);
   }
 }
@@ -50,7 +51,8 @@ HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
 HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
   for (int32_t x = 0; x < kPixelsInStep; x += 16) {
     const uint8x16x3_t v = vld3q_u8(in);
-    vst3q_u8(out, (uint8x16x3_t{{v.val[2], v.val[1], v.val[0]}}));
+    const uint8x16x3_t swapped = {{v.val[2], v.val[1], v.val[0]}};
+    vst3q_u8(out, swapped);
     advance(in, 48);
     advance(out, 48);
   }
@@ -58,10 +60,10 @@ HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
 
 #endif
 
-#endif  // TAVRINE_IS_NEON
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_NEON
 
 #endif  // include guard of this instruction set

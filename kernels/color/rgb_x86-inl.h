@@ -10,11 +10,11 @@
 #include "kernels/color/row_steps-inl.h"
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_X86
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_X86
 
 HWY_INLINE void replicate_grey_step(const uint8_t *&grey, uint8_t *&pixels) {
   for (int32_t x = 0; x < kPixelsInStep; x += HWY_LANES(uint8_t)) {
@@ -78,10 +78,10 @@ HWY_INLINE void swap_red_blue_step(const uint8_t *&in, uint8_t *&out) {
   }
 }
 
-#endif  // TAVRINE_IS_X86
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_X86
 
 #endif  // include guard of this instruction set

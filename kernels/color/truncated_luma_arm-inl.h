@@ -11,11 +11,50 @@
 #include "kernels/color/truncated_luma-inl.h"
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_NEON
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 
-#if TAVRINE_IS_NEON
+// Recomputes those of `kCount` lumas whose bit is set in `suspects`. Usually that is a single one;
+// where there are more, the picture has grey places, and these are looked up first.
+template <int32_t kRed, int32_t kCount>
+HWY_NOINLINE void recompute_lumas(const uint8_t *pixels, uint32_t suspects, uint8_t *lumas) {
+  static constexpr GreysRoundedDown kGreysRoundedDown;
+  alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128};
+  const auto recompute_next = [&] {
+    const size_t x = hwy::Num0BitsBelowLS1Bit_Nonzero32(suspects);
+    scalar::truncated_luma_row(pixels + 3 * x, kRed, 1, lumas + x);
+    suspects &= suspects - 1;
+  };
+  recompute_next();
+  if (suspects == 0) {
+    return;
+  }
+  const BytesInBlock d;
+  for (int32_t x = 0; x < kCount; x += 16) {
+    hn::VFromD<BytesInBlock> first, second, third;
+    hn::LoadInterleaved3(d, pixels + 3 * x, first, second, third);
+    const auto is_grey = hn::And(hn::Eq(first, second), hn::Eq(second, third));
+    const auto place = hn::ShiftRight<3>(first);
+    const auto place_in_half = hn::And(place, hn::Set(d, 15));
+    const auto bits = hn::IfThenElse(
+        hn::TestBit(place, hn::Set(d, 16)),
+        hn::TableLookupBytes(hn::Load(d, kGreysRoundedDown.bits + 16), place_in_half),
+        hn::TableLookupBytes(hn::Load(d, kGreysRoundedDown.bits), place_in_half));
+    const auto bit = hn::TableLookupBytes(hn::Load(d, kBits), hn::And(first, hn::Set(d, 7)));
+    const auto less = hn::IfThenElseZero(hn::Eq(hn::And(bits, bit), bit), hn::Set(d, 1));
+    const auto luma_of_grey = hn::Sub(first, less);
+    hn::StoreU(hn::IfThenElse(is_grey, luma_of_grey, hn::LoadU(d, lumas + x)), d, lumas + x);
+    uint8_t grey_bits[8] = {};
+    hn::StoreMaskBits(d, is_grey, grey_bits);
+    suspects &= ~(static_cast<uint32_t>(grey_bits[0] | grey_bits[1] << 8) << x);
+  }
+  while (suspects != 0) {
+    recompute_next();
+  }
+}
 
 // Whether a byte of the mask is set.
 HWY_INLINE bool has_any(uint8x16_t mask) {
@@ -85,10 +124,10 @@ HWY_INLINE void truncated_lumas(const uint8_t *pixels, int32_t count, uint8_t *l
   }
 }
 
-#endif  // TAVRINE_IS_NEON
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_NEON
 
 #endif  // include guard of this instruction set

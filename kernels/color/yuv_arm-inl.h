@@ -9,11 +9,11 @@
 #include "kernels/color/row_steps-inl.h"
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_NEON
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_NEON
 
 // The loads deinterleave, so each register holds one channel, in the order of the pixels.
 
@@ -56,7 +56,8 @@ HWY_INLINE void luma_and_chroma_step(const uint8_t *&pixels, uint8_t *&luma, uin
     const uint16x8_t less_v = vmlal_u8(vmull_u8(g, vdup_n_u8(55)), b, vdup_n_u8(12));
     const uint8x8_t u = vqrshrn_n_u16(vqsubq_u16(vmlal_u8(neutral, b, vdup_n_u8(65)), less_u), 7);
     const uint8x8_t v8 = vqrshrn_n_u16(vqsubq_u16(vmlal_u8(neutral, r, vdup_n_u8(67)), less_v), 7);
-    vst2_u8(chroma, (kU == 0 ? uint8x8x2_t{{u, v8}} : uint8x8x2_t{{v8, u}}));
+    const uint8x8x2_t pairs = {{kU == 0 ? u : v8, kU == 0 ? v8 : u}};
+    vst2_u8(chroma, pairs);
     advance(chroma, 16);
   }
 }
@@ -170,10 +171,10 @@ HWY_INLINE void packed_step(RowPair<const uint8_t> &lumas, const uint8_t *&chrom
   packed_row_step(lumas.lower, terms, pixels.lower);
 }
 
-#endif  // TAVRINE_IS_NEON
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_NEON
 
 #endif  // include guard of this instruction set

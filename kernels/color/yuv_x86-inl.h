@@ -10,11 +10,11 @@
 #include "kernels/color/row_steps-inl.h"
 #include "kernels/vector-inl.h"
 
+#if TAVRINE_IS_X86
+
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
-
-#if TAVRINE_IS_X86
 
 // (sum + 64) >> 7, for sums from -2^15 to 2^15 - 1.
 HWY_INLINE hn::VFromD<Words> round_128ths(hn::VFromD<Words> sums) {
@@ -113,10 +113,10 @@ HWY_INLINE void packed_step(RowPair<const uint8_t> &lumas, const uint8_t *&chrom
   }
 }
 
-#endif  // TAVRINE_IS_X86
-
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine
 HWY_AFTER_NAMESPACE();
+
+#endif  // TAVRINE_IS_X86
 
 #endif  // include guard of this instruction set
