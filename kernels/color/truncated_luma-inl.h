@@ -25,7 +25,7 @@ namespace HWY_NAMESPACE {
 
 // A bit for each grey level whose luma is one lower. There are 65.
 struct GreysRoundedDown {
-  alignas(16) uint8_t bits[32];
+  alignas(32) uint8_t bits[32];
 
   constexpr GreysRoundedDown() : bits() {
     for (int grey = 0; grey < 256; ++grey) {
@@ -34,7 +34,11 @@ struct GreysRoundedDown {
       bits[grey / 8] = static_cast<uint8_t>(bits[grey / 8] | is_rounded_down << grey % 8);
     }
   }
+
+  uint32_t has(uint32_t grey) const { return bits[grey / 8] >> grey % 8 & 1U; }
 };
+
+constexpr GreysRoundedDown kGreysRoundedDown;
 
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine

@@ -137,7 +137,6 @@ HWY_INLINE hn::VFromD<Bytes> select_by_highest_bit(hn::VFromD<Bytes> selector,
 
 // The lumas of greys: a level less one where its bit is set.
 HWY_INLINE hn::VFromD<Bytes> lumas_of_greys(hn::VFromD<Bytes> greys) {
-  static constexpr GreysRoundedDown kGreysRoundedDown;
   alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128,
                                                     1, 2, 4, 8, 16, 32, 64, 128};
   const Bytes d;
