@@ -16,18 +16,9 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
-// For each ratio and channel count, an instruction set with vectors has
-//
-//   template <int32_t kRatio, int32_t kChannels>
-//   struct DownscaleStep {
-//     static constexpr int32_t kPixels;       // destination pixels in a step
-//     static constexpr int32_t kOverwritten;  // pixels that it may write after them
-//     static constexpr int32_t kOverread;     // blocks of which it may read after its own
-//     void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const;
-//   };
-//
-// whose rows start at the left edge of the step's first block, and whose constructor loads the
-// constants of a plane.
+// An instruction set with vectors has DownscaleStep<ratio, channels>: a step over an upper and a
+// lower row, which start at the left edge of a block. See overwriting_steps-inl.h. Its constructor
+// loads the constants of a plane. Of kOverread blocks after its own it may read.
 //
 // The sum of four bytes and 2 is at most 1022, so 16 bits hold it.
 
@@ -52,11 +43,7 @@ void downscale_rows(const PlaneView &source, const PlaneView &destination) {
 #if TAVRINE_HAS_VECTORS
     if (has_vectors) {
       done = vector_columns;
-      for_each_overwriting_step<kChannels, Step::kPixels, Step::kOverwritten>(
-          done, out, [&](int32_t x, uint8_t *to) {
-            const ptrdiff_t first = static_cast<ptrdiff_t>(x) * kRatio * kChannels;
-            step(upper + first, lower + first, to);
-          });
+      for_each_overwriting_step(step, done, out, upper, lower);
     }
 #endif
     const ptrdiff_t first = static_cast<ptrdiff_t>(done) * kRatio * kChannels;

@@ -39,16 +39,22 @@ HWY_INLINE uint8x8_t means_of_pairs(uint8x16_t upper, uint8x16_t lower) {
 template <>
 struct DownscaleStep<2, 1> {
   static constexpr int32_t kPixels = 16;
+  static constexpr int32_t kPixelBytes = 1;
+  static constexpr int32_t kSourceBytes = 2;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = true;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint16x8x2_t above = vld2q_u16(as_words(upper));
+    advance(upper, 32);
     const uint16x8x2_t below = vld2q_u16(as_words(lower));
+    advance(lower, 32);
     const auto means = [&](int32_t i) {
       return means_of_pairs(vreinterpretq_u8_u16(above.val[i]), vreinterpretq_u8_u16(below.val[i]));
     };
     vst2_u8(out, (uint8x8x2_t{{means(0), means(1)}}));
+    advance(out, 16);
   }
 };
 
@@ -56,42 +62,60 @@ struct DownscaleStep<2, 1> {
 template <>
 struct DownscaleStep<2, 2> {
   static constexpr int32_t kPixels = 8;
+  static constexpr int32_t kPixelBytes = 2;
+  static constexpr int32_t kSourceBytes = 4;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = true;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint8x16x2_t above = vld2q_u8(upper);
     const uint8x16x2_t below = vld2q_u8(lower);
     const auto means = [&](int32_t i) { return means_of_pairs(above.val[i], below.val[i]); };
     vst2_u8(out, (uint8x8x2_t{{means(0), means(1)}}));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 
 template <>
 struct DownscaleStep<2, 3> {
   static constexpr int32_t kPixels = 8;
+  static constexpr int32_t kPixelBytes = 3;
+  static constexpr int32_t kSourceBytes = 6;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint8x16x3_t above = vld3q_u8(upper);
     const uint8x16x3_t below = vld3q_u8(lower);
     const auto means = [&](int32_t i) { return means_of_pairs(above.val[i], below.val[i]); };
     vst3_u8(out, (uint8x8x3_t{{means(0), means(1), means(2)}}));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 
 template <>
 struct DownscaleStep<2, 4> {
   static constexpr int32_t kPixels = 8;
+  static constexpr int32_t kPixelBytes = 4;
+  static constexpr int32_t kSourceBytes = 8;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint8x16x4_t above = vld4q_u8(upper);
     const uint8x16x4_t below = vld4q_u8(lower);
     const auto means = [&](int32_t i) { return means_of_pairs(above.val[i], below.val[i]); };
     vst4_u8(out, (uint8x8x4_t{{means(0), means(1), means(2), means(3)}}));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 
@@ -109,43 +133,61 @@ HWY_INLINE uint8x16_t means_of_pixels(uint8x16_t a, uint8x16_t b, uint8x16_t c, 
 template <>
 struct DownscaleStep<4, 1> {
   static constexpr int32_t kPixels = 16;
+  static constexpr int32_t kPixelBytes = 1;
+  static constexpr int32_t kSourceBytes = 4;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint8x16x4_t above = vld4q_u8(upper);
     const uint8x16x4_t below = vld4q_u8(lower);
     vst1q_u8(out, means_of_pixels(above.val[1], above.val[2], below.val[1], below.val[2]));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 
 template <>
 struct DownscaleStep<4, 2> {
   static constexpr int32_t kPixels = 8;
+  static constexpr int32_t kPixelBytes = 2;
+  static constexpr int32_t kSourceBytes = 8;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint16x8x4_t above = vld4q_u16(as_words(upper));
     const uint16x8x4_t below = vld4q_u16(as_words(lower));
     vst1q_u8(out, means_of_pixels(
                       vreinterpretq_u8_u16(above.val[1]), vreinterpretq_u8_u16(above.val[2]),
                       vreinterpretq_u8_u16(below.val[1]), vreinterpretq_u8_u16(below.val[2])));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 
 template <>
 struct DownscaleStep<4, 4> {
   static constexpr int32_t kPixels = 4;
+  static constexpr int32_t kPixelBytes = 4;
+  static constexpr int32_t kSourceBytes = 16;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
   static constexpr int32_t kOverread = 0;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint32x4x4_t above = vld4q_u32(as_double_words(upper));
     const uint32x4x4_t below = vld4q_u32(as_double_words(lower));
     vst1q_u8(out, means_of_pixels(
                       vreinterpretq_u8_u32(above.val[1]), vreinterpretq_u8_u32(above.val[2]),
                       vreinterpretq_u8_u32(below.val[1]), vreinterpretq_u8_u32(below.val[2])));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 
@@ -153,10 +195,13 @@ struct DownscaleStep<4, 4> {
 template <>
 struct DownscaleStep<4, 3> {
   static constexpr int32_t kPixels = 8;
+  static constexpr int32_t kPixelBytes = 3;
+  static constexpr int32_t kSourceBytes = 12;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
   static constexpr int32_t kOverread = 1;
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const uint8x16x3_t above = vld3q_u8(upper + 3);
     const uint8x16x3_t below = vld3q_u8(lower + 3);
     const uint8x16x3_t next_above = vld3q_u8(upper + 3 + 48);
@@ -168,6 +213,9 @@ struct DownscaleStep<4, 3> {
       return vrshrn_n_u16(sums.val[0], 2);
     };
     vst3_u8(out, (uint8x8x3_t{{means(0), means(1), means(2)}}));
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 };
 

@@ -6,6 +6,7 @@
 #define TAVRINE_KERNELS_RESIZE_DOWNSCALE_2X_4X_X86_INL_H_
 #endif
 
+#include "kernels/resize/x86_steps-inl.h"
 #include "kernels/vector-inl.h"
 
 #if TAVRINE_IS_X86
@@ -17,33 +18,17 @@ namespace HWY_NAMESPACE {
 template <int32_t kRatio, int32_t kChannels>
 struct DownscaleStep;
 
-// Blocks of 16 bytes in a register.
-constexpr int32_t kBlocks = HWY_TARGET == HWY_AVX2 ? 2 : 1;
-
-// (sum + 2) >> 2: a fixed-point product rounds (sum * 2^13) / 2^15.
-HWY_INLINE hn::VFromD<Words> rounded_quarters(hn::VFromD<Words> sums) {
-  return hn::MulFixedPoint15(sums, hn::Set(Words(), 1 << 13));
-}
-
-// Stores 12 bytes of each block one after the other, and 4 bytes more.
-HWY_INLINE void store_triples(hn::VFromD<Bytes> bytes, uint8_t *out) {
-  const BytesInBlock block;
-#if HWY_TARGET == HWY_AVX2
-  hn::StoreU(hn::LowerHalf(block, bytes), block, out);
-  hn::StoreU(hn::UpperHalf(block, bytes), block, out + 12);
-#else
-  hn::StoreU(bytes, block, out);
-#endif
-}
-
 // 2:1. Neighbours of a channel are brought together and added in pairs, then the rows are added.
 // Of three channels a block holds only four whole pixels: 12 source bytes make 6 sums.
 template <int32_t kChannels>
 struct DownscaleStep<2, kChannels> {
   static constexpr int32_t kBlockIn = kChannels == 3 ? 12 : 16;
   static constexpr int32_t kBlockOut = kBlockIn / 2;
-  static constexpr int32_t kPixels = kBlocks * 2 * kBlockOut / kChannels;
+  static constexpr int32_t kPixels = kBlocksInRegister * 2 * kBlockOut / kChannels;
+  static constexpr int32_t kPixelBytes = kChannels;
+  static constexpr int32_t kSourceBytes = 2 * kChannels;
   static constexpr int32_t kOverwritten = kChannels == 3 ? 2 : 0;
+  static constexpr bool kIsShort = kChannels != 3;
   static constexpr int32_t kOverread = kChannels == 3 ? 1 : 0;
 
   DownscaleStep() {
@@ -60,7 +45,7 @@ struct DownscaleStep<2, kChannels> {
     triples_ = hn::LoadDup128(Bytes(), triples);
   }
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     if constexpr (kChannels == 3) {
       const auto first = means(load_blocks(upper, 2 * kBlockIn), load_blocks(lower, 2 * kBlockIn));
       const auto second = means(load_blocks(upper + kBlockIn, 2 * kBlockIn),
@@ -73,6 +58,9 @@ struct DownscaleStep<2, kChannels> {
       const auto second = means(hn::LoadU(d, upper + lanes), hn::LoadU(d, lower + lanes));
       hn::StoreU(pack_in_order(first, second), d, out);
     }
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 
  private:
@@ -101,9 +89,12 @@ struct DownscaleStep<2, kChannels> {
 template <int32_t kChannels>
 struct DownscaleStep<4, kChannels> {
   static constexpr int32_t kBlockPixels = kChannels == 3 ? 1 : 4 / kChannels;
-  static constexpr int32_t kPixels = 4 * kBlocks * kBlockPixels;
+  static constexpr int32_t kPixels = 4 * kBlocksInRegister * kBlockPixels;
+  static constexpr int32_t kPixelBytes = kChannels;
+  static constexpr int32_t kSourceBytes = 4 * kChannels;
   static constexpr int32_t kOverwritten = kChannels == 3 ? 2 : 0;
-  static constexpr int32_t kOverread = kChannels == 3 && kBlocks == 1 ? 1 : 0;
+  static constexpr bool kIsShort = false;
+  static constexpr int32_t kOverread = kChannels == 3 && kBlocksInRegister == 1 ? 1 : 0;
 
   DownscaleStep() {
     alignas(16) uint8_t first[16];
@@ -137,7 +128,7 @@ struct DownscaleStep<4, kChannels> {
     triples_ = hn::LoadDup128(Bytes(), kTriples);
   }
 
-  HWY_INLINE void operator()(const uint8_t *upper, const uint8_t *lower, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&upper, const uint8_t *&lower) const {
     const Words d16;
     const auto words = [&](ptrdiff_t i) {
       return rounded_quarters(
@@ -153,6 +144,9 @@ struct DownscaleStep<4, kChannels> {
     } else {
       hn::StoreU(bytes, Bytes(), out);
     }
+    upper += kPixels * kSourceBytes;
+    lower += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 
  private:
@@ -161,9 +155,9 @@ struct DownscaleStep<4, kChannels> {
   // pixels 0 and 2, 1 and 3, 4 and 6, 5 and 7.
   static constexpr ptrdiff_t offset(ptrdiff_t i) {
     if (kChannels != 3) {
-      return 16 * kBlocks * i;
+      return 16 * kBlocksInRegister * i;
     }
-    return 3 + 12 * (kBlocks == 2 ? i / 2 * 4 + i % 2 : i);
+    return 3 + 12 * (kBlocksInRegister == 2 ? i / 2 * 4 + i % 2 : i);
   }
 
   HWY_INLINE hn::VFromD<Ints> sums(const uint8_t *above, const uint8_t *below) const {

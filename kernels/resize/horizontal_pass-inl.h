@@ -28,15 +28,15 @@ using scalar::Tap;
 
 constexpr int32_t kSamplesInStep = kSamplesInGroup * kGroupsInStep;
 
-// Calls run with the number of windows as a constant.
+// Calls run with the layout's index as a constant.
 template <size_t kIndex = 0, class Run>
-HWY_INLINE void with_windows(int32_t windows, Run run) {
-  if constexpr (kIndex + 1 < std::size(kWindowCounts)) {
-    if (windows != kWindowCounts[kIndex]) {
-      return with_windows<kIndex + 1>(windows, run);
+HWY_INLINE void with_layout(size_t layout, Run run) {
+  if constexpr (kIndex + 1 < std::size(kLayouts)) {
+    if (layout != kIndex) {
+      return with_layout<kIndex + 1>(layout, run);
     }
   }
-  run(std::integral_constant<int32_t, kWindowCounts[kIndex]>());
+  run(std::integral_constant<size_t, kIndex>());
 }
 
 // The horizontal pass of one plane: its tables, and what it does to rows.
@@ -52,7 +52,7 @@ class HorizontalPass {
         steps_((samples_ + kSamplesInStep - 1) / kSamplesInStep) {}
 
   int32_t steps() const { return steps_; }
-  int32_t windows() const { return windows_; }
+  size_t layout() const { return layout_; }
 
   // Where a step starts in a row of the destination.
   int32_t step_start(int32_t step) const {
@@ -61,29 +61,26 @@ class HorizontalPass {
 
   // False when memory ran out.
   bool prepare() {
-    taps_ = allocate<Tap>(columns_);
-    if (!taps_) {
+    const int64_t padded = std::max(samples_, kSamplesInStep);
+    firsts_ = allocate<int32_t>(padded);
+    first_weights_ = allocate<uint16_t>(padded);
+    second_weights_ = allocate<uint16_t>(padded);
+    if (!firsts_ || !first_weights_ || !second_weights_) {
       return false;
     }
-    const float scale = scalar::reciprocal_scale(source_.columns, columns_);
-    for (int32_t x = 0; x < columns_; ++x) {
-      taps_[static_cast<size_t>(x)] = scalar::column_tap(x, scale, source_.columns);
-    }
-    for (const int32_t windows : kWindowCounts) {
-      windows_ = windows;
-      if (fit_windows()) {
-        break;
-      }
-    }
+    with_channels(source_.channels, [this](auto channels) { locate_samples<channels>(); });
+    choose_layout();
+    const Layout &layout = kLayouts[layout_];
     const int64_t groups = int64_t{steps_} * kGroupsInStep;
-    bases_ = allocate<int32_t>(groups * windows_);
-    if (!bases_ || !entries_.allocate(groups * entry_bytes(windows_))) {
+    bases_ = allocate<int32_t>(groups * layout.windows);
+    if (!bases_ || !entries_.allocate(groups * entry_bytes(layout))) {
       return false;
     }
-    for_each_group([this](ptrdiff_t group, const Group &samples) {
-      enter(group, samples);
+    for_each_group([this](ptrdiff_t group, size_t start) {
+      enter(group, start);
       return true;
     });
+    first_base_ = finish_bases(bases_.get(), groups * layout.windows);
     return true;
   }
 
@@ -92,47 +89,52 @@ class HorizontalPass {
   // The row itself, or a copy where it is shorter than what a window reads. `index` tells copies
   // apart.
   const uint8_t *readable_row(const uint8_t *row, size_t index) {
-    if (source_.row_bytes() >= kMinReadable) {
-      return row;
+    if (source_.row_bytes() < kMinReadable) {
+      std::copy_n(row, source_.row_bytes(), short_rows_[index]);
+      row = short_rows_[index];
     }
-    std::copy_n(row, source_.row_bytes(), short_rows_[index]);
-    return short_rows_[index];
+    return row + first_base_;
   }
 
  private:
-  static constexpr ptrdiff_t kMinReadable = 16;  // the longest window
+  static constexpr ptrdiff_t kMinReadable = 32;  // the longest window
 
-  struct Sample {
-    int32_t first;  // byte offsets of the neighbours
-    int32_t second;
-    Tap tap;
-  };
-  using Group = std::array<Sample, kSamplesInGroup>;
+  // Finds the first neighbour of each sample and the weights of both.
+  template <int32_t kChannels>
+  void locate_samples() {
+    const float scale = scalar::reciprocal_scale(source_.columns, columns_);
+    size_t sample = 0;
+    for (int32_t x = 0; x < columns_; ++x) {
+      const Tap tap = scalar::column_tap(x, scale, source_.columns);
+      for (int32_t channel = 0; channel < kChannels; ++channel, ++sample) {
+        firsts_[sample] = tap.index * kChannels + channel;
+        first_weights_[sample] = static_cast<uint16_t>(tap.first);
+        second_weights_[sample] = static_cast<uint16_t>(tap.second);
+      }
+    }
+    for (; sample < kSamplesInStep; ++sample) {
+      firsts_[sample] = firsts_[sample - 1];
+      first_weights_[sample] = first_weights_[sample - 1];
+      second_weights_[sample] = second_weights_[sample - 1];
+    }
+  }
 
-  // Calls visit(group, samples) while it returns true. Returns whether all groups were visited.
+  // The second neighbour follows a pixel later. In the last column it has no weight, and may be
+  // any byte.
+  int32_t second_neighbour(int32_t first) const {
+    const int32_t second = first + source_.channels;
+    const auto last = static_cast<int32_t>(source_.row_bytes() - 1);
+    return second < last ? second : last;
+  }
+
+  // Calls visit(group, start), with the sample at which it starts, while that returns true. Returns
+  // whether all groups were visited.
   template <class Visit>
   bool for_each_group(Visit visit) const {
-    const int32_t channels = source_.channels;
     for (int32_t step = 0; step < steps_; ++step) {
-      const int32_t start = step_start(step);
-      int32_t column = start / channels;
-      int32_t channel = start % channels;
       for (int32_t i = 0; i < kGroupsInStep; ++i) {
-        Group samples;
-        for (Sample &sample : samples) {
-          const Tap &tap = taps_[static_cast<size_t>(column)];
-          const int32_t first = tap.index * channels + channel;
-          sample = {first, first + (tap.index < source_.columns - 1 ? channels : 0), tap};
-          if (++channel == channels) {
-            if (column == columns_ - 1) {
-              --channel;  // repeats the last sample
-            } else {
-              channel = 0;
-              ++column;
-            }
-          }
-        }
-        if (!visit(step * kGroupsInStep + i, samples)) {
+        if (!visit(step * kGroupsInStep + i,
+                   static_cast<size_t>(step_start(step) + i * kSamplesInGroup))) {
           return false;
         }
       }
@@ -142,64 +144,106 @@ class HorizontalPass {
 
   // Which window each sample of a group takes, and where the windows start.
   struct Division {
-    int32_t windows = 0;
-    std::array<int32_t, kSamplesInGroup> window_of;
-    std::array<int32_t, kMaxWindows> starts;
+    bool fits = true;  // the windows reach all samples
+    EachSample<int32_t> window_of;
+    Starts starts = {};
   };
 
-  // Gives each window as many samples as it reaches, or one when there is a window for each.
-  static Division divide(const Group &samples, int32_t windows) {
-    const int32_t reach = windows == kMaxWindows ? 0 : window_bytes(windows);
+  // One window for all samples of a step. The neighbours of a channel do not go back from pixel to
+  // pixel, so those of the first and of the last pixel are the outermost.
+  Division divide_step(ptrdiff_t group, const Layout &layout) const {
+    const auto begin = static_cast<size_t>(step_start(static_cast<int32_t>(group / kGroupsInStep)));
+    const auto channels = static_cast<size_t>(source_.channels);
+    int32_t least = firsts_[begin];
+    int32_t most = 0;
+    for (size_t channel = 0; channel < channels; ++channel) {
+      least = std::min(least, firsts_[begin + channel]);
+      most = std::max(most, second_neighbour(firsts_[begin + kSamplesInStep - 1 - channel]));
+    }
     Division division;
-    int32_t first = 0;
-    int32_t last = 0;
-    for (size_t i = 0; i < samples.size(); ++i) {
+    division.fits = most - least < layout.window_bytes;
+    division.window_of.fill(0);
+    division.starts[0] = least;
+    return division;
+  }
+
+  Division divide(ptrdiff_t group, size_t start, const Layout &layout) const {
+    return layout.serves_step ? divide_step(group, layout) : divide_group(start, layout);
+  }
+
+  // Gives each window as many samples as it reaches, or one when there is a window for each. Each
+  // lookup of a group has its share of samples and of windows.
+  Division divide_group(size_t start, const Layout &layout) const {
+    const int32_t reach = layout.windows == kMaxWindows ? 0 : layout.window_bytes;
+    Division division;
+    int32_t window = 0;
+    int32_t end = 0;  // of the windows of this lookup
+    int32_t least = 0;
+    int32_t most = 0;
+    for (int32_t i = 0; i < kSamplesInGroup; ++i) {
       // Where several pixels have the same neighbours, later samples may lie before earlier ones.
-      first = std::min(first, samples[i].first);
-      last = std::max(last, samples[i].second);
-      if (division.windows == 0 || last - first >= reach) {
-        first = samples[i].first;
-        last = samples[i].second;
-        ++division.windows;
+      const auto sample = static_cast<size_t>(i);
+      const int32_t first = firsts_[start + sample];
+      const int32_t second = second_neighbour(first);
+      least = first < least ? first : least;
+      most = second > most ? second : most;
+      const bool begins_lookup = (i & (layout.samples_in_lookup - 1)) == 0;
+      if (begins_lookup || most - least >= reach) {
+        window = begins_lookup ? end : window + 1;
+        end = begins_lookup ? end + layout.windows_in_lookup : end;
+        least = first;
+        most = second;
+        if (window == end) {
+          division.fits = false;
+          return division;
+        }
       }
-      const int32_t window = division.windows - 1;
-      division.window_of[i] = window;
-      division.starts[static_cast<size_t>(window)] = first;
+      division.window_of[sample] = window;
+      division.starts[static_cast<size_t>(window)] = least;
     }
     return division;
   }
 
-  bool fit_windows() const {
-    return windows_ == kMaxWindows || for_each_group([this](ptrdiff_t, const Group &samples) {
-             return divide(samples, windows_).windows <= windows_;
-           });
+  // The first layout whose windows reach all samples: they are far apart when a row shrinks a lot.
+  void choose_layout() {
+    layout_ = 0;
+    while (!for_each_group([this](ptrdiff_t group, size_t start) {
+      return divide(group, start, kLayouts[layout_]).fits;
+    })) {
+      ++layout_;
+    }
   }
 
-  void enter(ptrdiff_t group, const Group &samples) {
-    Division division = divide(samples, windows_);
+  void enter(ptrdiff_t group, size_t start) {
+    const Layout &layout = kLayouts[layout_];
+    Division division = divide(group, start, layout);
     // A window does not read past the row, so that near its end it starts earlier.
     const auto readable = static_cast<int32_t>(std::max(source_.row_bytes(), kMinReadable));
-    for (int32_t i = 0; i < kMaxWindows; ++i) {
-      int32_t &start = division.starts[static_cast<size_t>(i)];
-      start = i < division.windows ? std::min(start, readable - window_bytes(windows_)) : 0;
+    for (int32_t &window_start : division.starts) {
+      window_start = std::min(window_start, readable - layout.window_bytes);
     }
-    std::array<Pick, kSamplesInGroup> picks;
-    for (size_t i = 0; i < samples.size(); ++i) {
-      const Sample &sample = samples[i];
-      const int32_t window = division.window_of[i];
-      const int32_t start = division.starts[static_cast<size_t>(window)];
-      picks[i] = {window, sample.first - start, sample.second - start, sample.tap.first,
-                  sample.tap.second};
+    Picks picks;
+    picks.window = division.window_of;
+    for (size_t i = 0; i < kSamplesInGroup; ++i) {
+      const int32_t window_start = division.starts[static_cast<size_t>(picks.window[i])];
+      const int32_t first = firsts_[start + i];
+      picks.first[i] = first - window_start;
+      picks.second[i] = second_neighbour(first) - window_start;
+      picks.first_weight[i] = first_weights_[start + i];
+      picks.second_weight[i] = second_weights_[start + i];
     }
-    enter_group(bases_.get(), entries_.data(), windows_, group, division.starts, picks);
+    enter_group(bases_.get(), entries_.data(), layout, group, division.starts, picks);
   }
 
   const PlaneView &source_;
   int32_t columns_;
   int32_t samples_;
   int32_t steps_;
-  int32_t windows_ = 1;
-  std::unique_ptr<Tap[]> taps_;
+  size_t layout_ = 0;
+  int32_t first_base_ = 0;
+  std::unique_ptr<int32_t[]> firsts_;  // first neighbours, in bytes of a row
+  std::unique_ptr<uint16_t[]> first_weights_;
+  std::unique_ptr<uint16_t[]> second_weights_;
   std::unique_ptr<int32_t[]> bases_;
   AlignedScratch<uint8_t> entries_;
   uint8_t short_rows_[2][kMinReadable] = {};

@@ -7,8 +7,6 @@
 #define TAVRINE_KERNELS_RESIZE_OVERWRITING_STEPS_INL_H_
 #endif
 
-#include <algorithm>
-
 #include "kernels/vector-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -17,21 +15,42 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_HAS_VECTORS
 
-// Calls step(x, out) until all columns, of which there are enough for one step, are done. A step
-// makes kPixels pixels and may write up to kOverwritten pixels after them, which the next step
-// replaces. Steps near the end of the row, the last of which overlaps the one before, write to a
-// copy.
-template <int32_t kChannels, int32_t kPixels, int32_t kOverwritten, class Step>
-HWY_INLINE void for_each_overwriting_step(int32_t columns, uint8_t *row, Step step) {
-  int32_t x = 0;
-  for (; x <= columns - kPixels - kOverwritten; x += kPixels) {
-    step(x, row + static_cast<ptrdiff_t>(x) * kChannels);
+// Makes a row in steps, at least one. A step has
+//
+//   static constexpr int32_t kPixels;       // destination pixels that it makes
+//   static constexpr int32_t kPixelBytes;   // bytes of one
+//   static constexpr int32_t kSourceBytes;  // bytes of each source row that it stands for
+//   static constexpr int32_t kOverwritten;  // pixels that it may write after its own
+//   static constexpr bool kIsShort;         // the loop costs as much: it takes four at a time
+//   void operator()(uint8_t *&out, const uint8_t *&source...) const;  // moves pointers to the next
+//
+// The next step replaces what one has overwritten. Steps near the end of the row, the last of which
+// overlaps the one before, write to a copy.
+template <class Step, class... Sources>
+HWY_INLINE void for_each_overwriting_step(const Step &step, int32_t columns, uint8_t *out,
+                                          Sources... sources) {
+  constexpr int32_t kPixels = Step::kPixels;
+  int32_t left = columns;
+  if constexpr (Step::kIsShort) {
+    for (; left >= 4 * kPixels + Step::kOverwritten; left -= 4 * kPixels) {
+      step(out, sources...);
+      step(out, sources...);
+      step(out, sources...);
+      step(out, sources...);
+    }
   }
-  for (; x < columns; x += kPixels) {
-    const int32_t start = std::min(x, columns - kPixels);
-    PaddedOutput<(kPixels + kOverwritten) * kChannels> end;
-    step(start, end.data());
-    end.store(row + static_cast<ptrdiff_t>(start) * kChannels, kPixels * kChannels);
+  for (; left >= kPixels + Step::kOverwritten; left -= kPixels) {
+    step(out, sources...);
+  }
+  for (; left > 0; left -= kPixels) {
+    const ptrdiff_t back = left < kPixels ? kPixels - left : 0;
+    out -= back * Step::kPixelBytes;
+    ((sources -= back * Step::kSourceBytes), ...);
+    PaddedOutput<size_t{kPixels + Step::kOverwritten} * Step::kPixelBytes> end;
+    uint8_t *end_out = end.data();
+    step(end_out, sources...);
+    end.store(out, size_t{kPixels} * Step::kPixelBytes);
+    out += ptrdiff_t{kPixels} * Step::kPixelBytes;
   }
 }
 

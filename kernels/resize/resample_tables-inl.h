@@ -6,6 +6,7 @@
 #define TAVRINE_KERNELS_RESIZE_RESAMPLE_TABLES_INL_H_
 #endif
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -16,6 +17,15 @@
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
+
+// How a group finds its bytes.
+struct Layout {
+  int32_t windows;
+  int32_t window_bytes;
+  int32_t samples_in_lookup;
+  int32_t windows_in_lookup;
+  bool serves_step;  // its only window serves all groups of a step
+};
 
 // Samples are resampled in groups of eight. A group loads one or several windows, runs of source
 // bytes that hold both neighbours of some of its samples, and a shuffle picks the neighbours from
@@ -36,14 +46,19 @@ struct ResampleTables {
   const uint8_t *entries;  // how groups pick and weigh, in the order in which a step reads them
 };
 
-// What to pick for one sample of a group: bytes at offsets in a window, and their weights.
-struct Pick {
-  int32_t window;
-  int32_t first;
-  int32_t second;
-  int32_t first_weight;
-  int32_t second_weight;
+// What to pick for each sample of a group: bytes at offsets in a window, and their weights.
+template <typename Element>
+using EachSample = std::array<Element, kSamplesInGroup>;
+struct Picks {
+  EachSample<int32_t> window;
+  EachSample<int32_t> first;
+  EachSample<int32_t> second;
+  EachSample<uint16_t> first_weight;
+  EachSample<uint16_t> second_weight;
 };
+
+// Where the windows of a group start, in bytes of a row.
+using Starts = std::array<int32_t, kMaxWindows>;
 
 }  // namespace HWY_NAMESPACE
 }  // namespace tavrine

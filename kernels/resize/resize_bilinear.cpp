@@ -1,7 +1,6 @@
 #include "kernels/resize/resize_bilinear.h"
 
 #include <algorithm>
-#include <array>
 
 #include "kernels/resize/aligned_scratch.h"
 
@@ -24,78 +23,92 @@ using scalar::Tap;
 
 // What an instruction set with vectors has:
 //
-//   kGroupsInStep, kWindowCounts, window_bytes(), entry_bytes(), enter_group()
+//   kGroupsInStep, kLayouts, entry_bytes(), enter_group()
 //                      the layout of the tables; see resample_tables-inl.h
-//   Samples            a register of resampled samples; a step has two of them
-//   resample_step()    resamples a step of one row or of several, whose entries it loads once, and
-//                      moves the tables on to the next step
+//   RowStep            a step of a resampled row; RowSteps has one of an upper and one of a lower
+//   row resample_step()    resamples a step of two rows, for which it loads the entries once, and
+//   moves
+//                      the tables on to the next step
 //   load_step(), store_step()   a step of a resampled row, in the order that resample_step() makes
 //   RowWeights         the weights of an upper and a lower row; store_blended() stores the bytes of
 //                      a step in the order of the destination
 
-// Resamples whole rows.
-template <size_t kRows>
-void resample_rows(HorizontalPass &pass, std::array<const uint8_t *, kRows> rows,
-                   const std::array<int16_t *, kRows> &out) {
-  for (size_t row = 0; row < kRows; ++row) {
-    rows[row] = pass.readable_row(rows[row], row);
+// Resamples two whole rows.
+template <size_t kLayout>
+HWY_NOINLINE void resample_rows(ResampleTables tables, int32_t steps, const uint8_t *upper,
+                                const uint8_t *lower, int16_t *upper_out, int16_t *lower_out) {
+  for (; steps > 0; --steps) {
+    RowStep above;
+    RowStep below;
+    resample_step<kLayout>(upper, lower, tables, above, below);
+    store_step(above, upper_out);
+    store_step(below, lower_out);
   }
-  with_windows(pass.windows(), [&](auto windows) {
-    ResampleTables tables = pass.tables();
-    const ptrdiff_t end = static_cast<ptrdiff_t>(pass.steps()) * kSamplesInStep;
-    for (ptrdiff_t x = 0; x < end; x += kSamplesInStep) {
-      Samples samples[kRows][2];
-      resample_step<windows, kRows>(rows, tables, samples);
-      for (size_t row = 0; row < kRows; ++row) {
-        store_step(samples[row], out[row] + x);
-      }
-    }
+}
+
+void resample_rows(HorizontalPass &pass, const uint8_t *upper, const uint8_t *lower,
+                   int16_t *upper_out, int16_t *lower_out) {
+  with_layout(pass.layout(), [&](auto layout) {
+    resample_rows<layout>(pass.tables(), pass.steps(), pass.readable_row(upper, 0),
+                          pass.readable_row(lower, 1), upper_out, lower_out);
   });
 }
 
-// Calls store(step, out) for each step of a row. One that is longer than the row goes to a copy.
+// Calls store(out), which moves `out` to the next step, for each step of a row. A step that is
+// longer than the row goes to a copy.
 template <class Store>
-HWY_INLINE void for_each_stored_step(const HorizontalPass &pass, int32_t samples, uint8_t *row,
-                                     Store store) {
+HWY_INLINE void for_each_stored_step(int32_t samples, uint8_t *row, Store store) {
   if (samples < kSamplesInStep) {
-    PaddedOutput<kSamplesInStep> out;
-    store(0, out.data());
-    return out.store(row, static_cast<size_t>(samples));
+    PaddedOutput<kSamplesInStep> copy;
+    uint8_t *out = copy.data();
+    store(out);
+    return copy.store(row, static_cast<size_t>(samples));
   }
-  const int32_t last = pass.steps() - 1;
-  for (int32_t step = 0; step < last; ++step) {
-    store(step, row + static_cast<ptrdiff_t>(step) * kSamplesInStep);
+  uint8_t *out = row;
+  int32_t left = samples;
+  // Two at a time halve what the loop itself costs.
+  for (; left > 2 * kSamplesInStep; left -= 2 * kSamplesInStep) {
+    store(out);
+    store(out);
   }
-  store(last, row + samples - kSamplesInStep);
+  for (; left > kSamplesInStep; left -= kSamplesInStep) {
+    store(out);
+  }
+  out = row + samples - kSamplesInStep;
+  store(out);
 }
 
 // Blends two resampled rows.
-void blend_rows(const HorizontalPass &pass, const int16_t *upper, const int16_t *lower,
-                const Tap &tap, int32_t samples, uint8_t *destination) {
+void blend_resampled(const int16_t *upper, const int16_t *lower, const Tap &tap, int32_t samples,
+                     uint8_t *destination) {
   const RowWeights weights(tap.first, tap.second);
-  for_each_stored_step(pass, samples, destination, [&](int32_t step, uint8_t *out) {
-    const ptrdiff_t x = static_cast<ptrdiff_t>(step) * kSamplesInStep;
-    Samples above[2];
-    Samples below[2];
-    load_step(upper + x, above);
-    load_step(lower + x, below);
-    weights.store_blended(above, below, out);
-  });
+  for_each_stored_step(
+      samples, destination, [&](uint8_t * &out) __attribute__((always_inline)) {
+        const RowStep above = load_step(upper);
+        weights.store_blended(above, load_step(lower), out);
+      });
 }
 
 // Resamples two rows and blends them at once, for rows that no other destination row needs.
+template <size_t kLayout>
+HWY_NOINLINE void resample_and_blend(ResampleTables tables, const uint8_t *upper,
+                                     const uint8_t *lower, const Tap &tap, int32_t samples,
+                                     uint8_t *destination) {
+  const RowWeights weights(tap.first, tap.second);
+  for_each_stored_step(
+      samples, destination, [&](uint8_t * &out) __attribute__((always_inline)) {
+        RowStep above;
+        RowStep below;
+        resample_step<kLayout>(upper, lower, tables, above, below);
+        weights.store_blended(above, below, out);
+      });
+}
+
 void resample_and_blend(HorizontalPass &pass, const uint8_t *upper, const uint8_t *lower,
                         const Tap &tap, int32_t samples, uint8_t *destination) {
-  const std::array<const uint8_t *, 2> rows = {pass.readable_row(upper, 0),
-                                               pass.readable_row(lower, 1)};
-  const RowWeights weights(tap.first, tap.second);
-  with_windows(pass.windows(), [&](auto windows) {
-    ResampleTables tables = pass.tables();
-    for_each_stored_step(pass, samples, destination, [&](int32_t /*step*/, uint8_t *out) {
-      Samples resampled[2][2];
-      resample_step<windows, 2>(rows, tables, resampled);
-      weights.store_blended(resampled[0], resampled[1], out);
-    });
+  with_layout(pass.layout(), [&](auto layout) {
+    resample_and_blend<layout>(pass.tables(), pass.readable_row(upper, 0),
+                               pass.readable_row(lower, 1), tap, samples, destination);
   });
 }
 
@@ -105,16 +118,14 @@ using Pass = HorizontalPass;
 
 using Pass = scalar::HorizontalPass;
 
-template <size_t kRows>
-void resample_rows(Pass &pass, const std::array<const uint8_t *, kRows> &rows,
-                   const std::array<int16_t *, kRows> &out) {
-  for (size_t row = 0; row < kRows; ++row) {
-    pass.run(rows[row], out[row]);
-  }
+void resample_rows(Pass &pass, const uint8_t *upper, const uint8_t *lower, int16_t *upper_out,
+                   int16_t *lower_out) {
+  pass.run(upper, upper_out);
+  pass.run(lower, lower_out);
 }
 
-void blend_rows(const Pass & /*pass*/, const int16_t *upper, const int16_t *lower, const Tap &tap,
-                int32_t samples, uint8_t *destination) {
+void blend_resampled(const int16_t *upper, const int16_t *lower, const Tap &tap, int32_t samples,
+                     uint8_t *destination) {
   scalar::blend_rows(upper, lower, tap, samples, destination);
 }
 
@@ -155,8 +166,8 @@ class ResampledRows {
     Pair &oldest = pairs_[0].first < pairs_[1].first ? pairs_[0] : pairs_[1];
     oldest.first = index;
     const int32_t next = std::min(index + 1, source_.rows - 1);
-    resample_rows<2>(pass_, {source_.row(index), source_.row(next)},
-                     {oldest.samples, oldest.samples + row_samples_});
+    resample_rows(pass_, source_.row(index), source_.row(next), oldest.samples,
+                  oldest.samples + row_samples_);
     return oldest.samples;
   }
 
@@ -194,7 +205,7 @@ bool resize_bilinear(const PlaneView &source, const PlaneView &destination) {
 #endif
     const int16_t *upper = rows.row(span.upper);
     const int16_t *lower = rows.row(span.lower);
-    blend_rows(pass, upper, lower, tap, samples, destination.row(y));
+    blend_resampled(upper, lower, tap, samples, destination.row(y));
   }
   return true;
 }

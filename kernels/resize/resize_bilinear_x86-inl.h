@@ -6,10 +6,10 @@
 #define TAVRINE_KERNELS_RESIZE_RESIZE_BILINEAR_X86_INL_H_
 #endif
 
-#include <algorithm>
-#include <array>
+#include <cstring>
 
 #include "kernels/resize/resample_tables-inl.h"
+#include "kernels/resize/x86_steps-inl.h"
 #include "kernels/vector-inl.h"
 
 #if TAVRINE_IS_X86
@@ -24,15 +24,23 @@ namespace HWY_NAMESPACE {
 //   0 | 2   and   1 | 3
 //
 // and the bytes come out in order. Rows of resampled samples stay in that order, too.
-constexpr int32_t kBlocksInRegister = HWY_TARGET == HWY_AVX2 ? 2 : 1;
 constexpr int32_t kGroupsInStep = 2 * kBlocksInRegister;
 
-constexpr int32_t kWindowCounts[] = {1, 2, 3, 4, 8};
-constexpr int32_t window_bytes(int32_t /*windows*/) { return 16; }
+#if HWY_TARGET == HWY_AVX2
+constexpr Layout kLayouts[] = {{1, 16, 8, 1, true},  {1, 16, 8, 1, false}, {1, 32, 8, 1, false},
+                               {2, 16, 8, 2, false}, {2, 32, 8, 2, false}, {3, 16, 8, 3, false},
+                               {4, 16, 8, 4, false}, {8, 16, 8, 8, false}};
+#else
+constexpr Layout kLayouts[] = {{1, 16, 8, 1, true},  {1, 16, 8, 1, false}, {2, 16, 8, 2, false},
+                               {3, 16, 8, 3, false}, {4, 16, 8, 4, false}, {8, 16, 8, 8, false}};
+#endif
 
-// An entry has a shuffle control for each window, which picks zeros for the bytes of others, then
-// the high and the low parts of the weights.
-constexpr int32_t entry_bytes(int32_t windows) { return 16 * (windows + 2); }
+// An entry has a shuffle control for every 16 bytes of windows, which picks zeros for the bytes of
+// others, then the high and the low parts of the weights.
+constexpr int32_t controls_in_entry(const Layout &layout) {
+  return layout.windows * layout.window_bytes / 16;
+}
+constexpr int32_t entry_bytes(const Layout &layout) { return 16 * (controls_in_entry(layout) + 2); }
 
 // Products of bytes and signed bytes are added in pairs, as 16-bit words. Weights up to 2048 are
 // split so that they are signed bytes: w = 16 h + l, h <= 127. Then l <= 16, as 2048 = 16 * 127 +
@@ -43,60 +51,173 @@ constexpr int32_t entry_bytes(int32_t windows) { return 16 * (windows + 2); }
 // holds exactly, because the first term counts whole 16ths. Two weights add up to 2049 at most, as
 // each is rounded by at most a half. So h(w) + h(v) <= 128, and no sum exceeds 255 * 128 = 32640;
 // l(w) + l(v) <= 32, and 255 * 32 = 8160.
-HWY_INLINE void enter_group(int32_t *bases, uint8_t *entries, int32_t windows, ptrdiff_t group,
-                            const std::array<int32_t, kMaxWindows> &group_bases,
-                            const std::array<Pick, kSamplesInGroup> &picks) {
+HWY_INLINE void enter_group(int32_t *bases, uint8_t *entries, const Layout &layout, ptrdiff_t group,
+                            const Starts &starts, const Picks &picks) {
   const ptrdiff_t in_step = group % kGroupsInStep;
   const ptrdiff_t in_table = group / kGroupsInStep * 2 + in_step % 2;  // register
   const ptrdiff_t block = in_step / 2;
-  const ptrdiff_t distance = 16 * kBlocksInRegister;
-  uint8_t *control = entries + in_table * (windows + 2) * distance + 16 * block;
-  uint8_t *high = control + windows * distance;
-  uint8_t *low = high + distance;
-  for (int32_t window = 0; window < windows; ++window) {
-    bases[(in_table * windows + window) * kBlocksInRegister + block] =
-        group_bases[static_cast<size_t>(window)];
-    std::fill_n(control + window * distance, 16, uint8_t{0x80});  // zero bytes
+  const ptrdiff_t distance = ptrdiff_t{16} * kBlocksInRegister;
+  uint8_t *entry = entries + in_table * kBlocksInRegister * entry_bytes(layout);
+  for (int32_t window = 0; window < layout.windows; ++window) {
+    const ptrdiff_t base = layout.serves_step
+                               ? group / kGroupsInStep
+                               : (in_table * layout.windows + window) * kBlocksInRegister + block;
+    bases[base] = starts[static_cast<size_t>(window)];
   }
-  for (int32_t i = 0; i < kSamplesInGroup; ++i) {
-    const Pick &pick = picks[static_cast<size_t>(i)];
-    uint8_t *in_control = control + pick.window * distance + 2 * i;
-    in_control[0] = static_cast<uint8_t>(pick.first);
-    in_control[1] = static_cast<uint8_t>(pick.second);
-    const int32_t first_high = std::min(pick.first_weight / 16, 127);
-    const int32_t second_high = std::min(pick.second_weight / 16, 127);
-    high[2 * i] = static_cast<uint8_t>(first_high);
-    high[2 * i + 1] = static_cast<uint8_t>(second_high);
-    low[2 * i] = static_cast<uint8_t>(pick.first_weight - 16 * first_high);
-    low[2 * i + 1] = static_cast<uint8_t>(pick.second_weight - 16 * second_high);
+  const int32_t controls = controls_in_entry(layout);
+  for (int32_t i = 0; i < controls; ++i) {
+    // A window of 32 bytes fills a register, of which either half has a control.
+    const bool is_wide = layout.window_bytes == 32;
+    const int32_t window = is_wide ? i / 2 : i;
+    const int32_t half = is_wide ? i % 2 : 0;
+    const int32_t begin = 16 * half;
+    EachSample<uint16_t> pairs;
+    for (size_t sample = 0; sample < pairs.size(); ++sample) {
+      const auto pick = [&](int32_t offset) {
+        const bool is_here =
+            picks.window[sample] == window && offset >= begin && offset < begin + 16;
+        return is_here ? offset - begin : 0x80;  // or a zero byte
+      };
+      pairs[sample] =
+          static_cast<uint16_t>(pick(picks.first[sample]) + pick(picks.second[sample]) * 256);
+    }
+    uint8_t *control =
+        entry + (is_wide ? (2 * window + block) * distance + 16 * half : i * distance + 16 * block);
+    std::memcpy(control, pairs.data(), 16);
   }
+  EachSample<uint16_t> high;
+  EachSample<uint16_t> low;
+  for (size_t i = 0; i < high.size(); ++i) {
+    const int32_t first = picks.first_weight[i];
+    const int32_t second = picks.second_weight[i];
+    const int32_t first_high = first / 16 - first / 2048;
+    const int32_t second_high = second / 16 - second / 2048;
+    high[i] = static_cast<uint16_t>(first_high + second_high * 256);
+    low[i] = static_cast<uint16_t>(first - 16 * first_high + (second - 16 * second_high) * 256);
+  }
+  std::memcpy(entry + controls * distance + 16 * block, high.data(), 16);
+  std::memcpy(entry + (controls + 1) * distance + 16 * block, low.data(), 16);
 }
+
+// Bases count from the start of rows.
+HWY_INLINE int32_t finish_bases(int32_t * /*bases*/, int64_t /*count*/) { return 0; }
 
 // One register of resampled samples.
 using Samples = hn::VFromD<Words>;
 
-// A register's entry, loaded once for all rows that it serves.
-template <int32_t kWindows>
+struct RowStep {
+  Samples low;
+  Samples high;
+};
+
+// A vector of a table. GCC would load it again for each row that needs it, and loads are what
+// resampling waits for.
+HWY_INLINE hn::VFromD<Bytes> load_once(const uint8_t *aligned) {
+  auto bytes = hn::Load(Bytes(), aligned);
+  asm("" : "+x"(bytes.raw));
+  return bytes;
+}
+
+// A register's entry, loaded once for both rows.
+template <size_t kLayout>
 class Entry {
  public:
   HWY_INLINE explicit Entry(const ResampleTables &tables)
-      : bases_(tables.bases),
-        high_(hn::Load(Bytes(), tables.entries + kWindows * byte_lanes())),
-        low_(hn::Load(Bytes(), tables.entries + (kWindows + 1) * byte_lanes())),
-        controls_(tables.entries) {}
+      : bases_(tables.bases), controls_(tables.entries) {}
 
-  HWY_INLINE Samples resample(const uint8_t *row) const {
-    auto bytes = hn::TableLookupBytesOr0(load_window<0>(row), hn::Load(Bytes(), controls_));
-    return weigh(add_windows<1>(row, bytes));
+  // Samples of two rows.
+  HWY_INLINE void resample(const uint8_t *upper, const uint8_t *lower, Samples &above,
+                           Samples &below) const {
+    if constexpr (kLayouts[kLayout].window_bytes == 32) {
+      WideBytes upper_bytes;
+      WideBytes lower_bytes;
+      look_up_wide<0>(upper, lower, upper_bytes, lower_bytes);
+      weigh(join(upper_bytes), join(lower_bytes), above, below);
+    } else {
+      auto upper_bytes = hn::Zero(Bytes());
+      auto lower_bytes = hn::Zero(Bytes());
+      look_up<0>(upper, lower, upper_bytes, lower_bytes);
+      weigh(upper_bytes, lower_bytes, above, below);
+    }
+  }
+
+  // The same with the bytes of the only window.
+  HWY_INLINE void resample_window(hn::VFromD<Bytes> upper, hn::VFromD<Bytes> lower, Samples &above,
+                                  Samples &below) const {
+    const auto control = load_once(controls_);
+    weigh(hn::TableLookupBytes(upper, control), hn::TableLookupBytes(lower, control), above, below);
   }
 
   // The tables of the next register.
   static HWY_INLINE void advance(ResampleTables &tables) {
     tables.bases += kWindows * kBlocksInRegister;
-    tables.entries += (kWindows + 2) * byte_lanes();
+    tables.entries += kEntryBytes;
   }
 
+  static constexpr ptrdiff_t kEntryBytes = kBlocksInRegister * entry_bytes(kLayouts[kLayout]);
+
  private:
+  static constexpr int32_t kWindows = kLayouts[kLayout].windows;
+
+  // What the windows of 32 bytes of either block hold, in whichever half of a register.
+  struct WideBytes {
+    hn::VFromD<Bytes> block0;
+    hn::VFromD<Bytes> block1;
+  };
+
+  template <int32_t kWindow>
+  HWY_INLINE void look_up_wide(const uint8_t *upper, const uint8_t *lower, WideBytes &upper_bytes,
+                               WideBytes &lower_bytes) const {
+    if constexpr (kWindow < kWindows) {
+      const uint8_t *controls = controls_ + 2 * kWindow * byte_lanes();
+      const auto control0 = load_once(controls);
+      const auto control1 = load_once(controls + byte_lanes());
+      add_wide<kWindow>(upper, control0, control1, upper_bytes);
+      add_wide<kWindow>(lower, control0, control1, lower_bytes);
+      look_up_wide<kWindow + 1>(upper, lower, upper_bytes, lower_bytes);
+    }
+  }
+
+  template <int32_t kWindow>
+  HWY_INLINE void add_wide(const uint8_t *row, hn::VFromD<Bytes> control0,
+                           hn::VFromD<Bytes> control1, WideBytes &bytes) const {
+    const Bytes d;
+    const auto block0 = hn::TableLookupBytesOr0(hn::LoadU(d, row + bases_[2 * kWindow]), control0);
+    const auto block1 =
+        hn::TableLookupBytesOr0(hn::LoadU(d, row + bases_[2 * kWindow + 1]), control1);
+    bytes.block0 = kWindow == 0 ? block0 : hn::Or(bytes.block0, block0);
+    bytes.block1 = kWindow == 0 ? block1 : hn::Or(bytes.block1, block1);
+  }
+
+  // Adds the halves of either block, of which each has zeros where the other one has bytes:
+  // low 0 | high 1, and high 0 | low 1.
+  static HWY_INLINE hn::VFromD<Bytes> join(const WideBytes &bytes) {
+    const Bytes d;
+    return hn::Or(hn::ConcatUpperLower(d, bytes.block1, bytes.block0),
+                  hn::ConcatLowerUpper(d, bytes.block1, bytes.block0));
+  }
+
+  HWY_INLINE void weigh(hn::VFromD<Bytes> upper, hn::VFromD<Bytes> lower, Samples &above,
+                        Samples &below) const {
+    const auto high = load_once(controls_ + kEntryBytes - 2 * byte_lanes());
+    const auto low = load_once(controls_ + kEntryBytes - byte_lanes());
+    above = weigh(upper, high, low);
+    below = weigh(lower, high, low);
+  }
+
+  template <int32_t kWindow>
+  HWY_INLINE void look_up(const uint8_t *upper, const uint8_t *lower,
+                          hn::VFromD<Bytes> &upper_bytes, hn::VFromD<Bytes> &lower_bytes) const {
+    if constexpr (kWindow < kWindows) {
+      const auto control = load_once(controls_ + kWindow * byte_lanes());
+      const auto more_upper = hn::TableLookupBytesOr0(load_window<kWindow>(upper), control);
+      const auto more_lower = hn::TableLookupBytesOr0(load_window<kWindow>(lower), control);
+      upper_bytes = kWindow == 0 ? more_upper : hn::Or(upper_bytes, more_upper);
+      lower_bytes = kWindow == 0 ? more_lower : hn::Or(lower_bytes, more_lower);
+      look_up<kWindow + 1>(upper, lower, upper_bytes, lower_bytes);
+    }
+  }
+
   template <int32_t kWindow>
   HWY_INLINE hn::VFromD<Bytes> load_window(const uint8_t *row) const {
     const ptrdiff_t first = bases_[kWindow * kBlocksInRegister];
@@ -104,24 +225,12 @@ class Entry {
     return load_blocks(row + first, last - first);
   }
 
-  template <int32_t kWindow>
-  HWY_INLINE hn::VFromD<Bytes> add_windows(const uint8_t *row, hn::VFromD<Bytes> bytes) const {
-    if constexpr (kWindow == kWindows) {
-      return bytes;
-    } else {
-      const auto control = hn::Load(Bytes(), controls_ + kWindow * byte_lanes());
-      const auto others = hn::TableLookupBytesOr0(load_window<kWindow>(row), control);
-      return add_windows<kWindow + 1>(row, hn::Or(bytes, others));
-    }
-  }
-
-  HWY_INLINE Samples weigh(hn::VFromD<Bytes> bytes) const {
-    return hn::Add(multiply_bytes(bytes, high_), hn::ShiftRight<4>(multiply_bytes(bytes, low_)));
+  static HWY_INLINE Samples weigh(hn::VFromD<Bytes> bytes, hn::VFromD<Bytes> high,
+                                  hn::VFromD<Bytes> low) {
+    return hn::Add(multiply_bytes(bytes, high), hn::ShiftRight<4>(multiply_bytes(bytes, low)));
   }
 
   const int32_t *bases_;
-  hn::VFromD<Bytes> high_;
-  hn::VFromD<Bytes> low_;
   const uint8_t *controls_;
 };
 
@@ -131,41 +240,53 @@ class RowWeights {
   HWY_INLINE RowWeights(int16_t upper, int16_t lower)
       : upper_(hn::Set(Words(), upper)), lower_(hn::Set(Words(), lower)) {}
 
-  HWY_INLINE void store_blended(const Samples (&upper)[2], const Samples (&lower)[2],
-                                uint8_t *out) const {
-    hn::StoreU(pack_in_blocks(blend(upper[0], lower[0]), blend(upper[1], lower[1])), Bytes(), out);
+  HWY_INLINE void store_blended(const RowStep &upper, const RowStep &lower, uint8_t *&out) const {
+    hn::StoreU(pack_in_blocks(blend(upper.low, lower.low), blend(upper.high, lower.high)), Bytes(),
+               out);
+    out += byte_lanes();
   }
 
  private:
   HWY_INLINE Samples blend(Samples upper, Samples lower) const {
     const auto sum = hn::Add(hn::MulHigh(upper, upper_), hn::MulHigh(lower, lower_));
-    return hn::ShiftRight<2>(hn::Add(sum, hn::Set(Words(), 2)));
+    return rounded_quarters(sum);
   }
 
   Samples upper_;
   Samples lower_;
 };
 
-HWY_INLINE void load_step(const int16_t *row, Samples (&samples)[2]) {
-  samples[0] = hn::Load(Words(), row);
-  samples[1] = hn::Load(Words(), row + byte_lanes() / 2);
+HWY_INLINE RowStep load_step(const int16_t *&row) {
+  const ptrdiff_t lanes = byte_lanes() / 2;
+  const RowStep step = {hn::Load(Words(), row), hn::Load(Words(), row + lanes)};
+  row += 2 * lanes;
+  return step;
 }
 
-HWY_INLINE void store_step(const Samples (&samples)[2], int16_t *row) {
-  hn::Store(samples[0], Words(), row);
-  hn::Store(samples[1], Words(), row + byte_lanes() / 2);
+HWY_INLINE void store_step(const RowStep &samples, int16_t *&row) {
+  const ptrdiff_t lanes = byte_lanes() / 2;
+  hn::Store(samples.low, Words(), row);
+  hn::Store(samples.high, Words(), row + lanes);
+  row += 2 * lanes;
 }
 
-// Resamples a step of each row.
-template <int32_t kWindows, size_t kRows>
-HWY_INLINE void resample_step(const std::array<const uint8_t *, kRows> &rows,
-                              ResampleTables &tables, Samples (&samples)[kRows][2]) {
-  for (size_t i = 0; i < 2; ++i) {
-    const Entry<kWindows> entry(tables);
-    for (size_t row = 0; row < kRows; ++row) {
-      samples[row][i] = entry.resample(rows[row]);
-    }
-    Entry<kWindows>::advance(tables);
+template <size_t kLayout>
+HWY_INLINE void resample_step(const uint8_t *upper, const uint8_t *lower, ResampleTables &tables,
+                              RowStep &above, RowStep &below) {
+  using RegisterEntry = Entry<kLayout>;
+  if constexpr (kLayouts[kLayout].serves_step) {
+    const auto upper_window = hn::LoadDup128(Bytes(), upper + tables.bases[0]);
+    const auto lower_window = hn::LoadDup128(Bytes(), lower + tables.bases[0]);
+    RegisterEntry(tables).resample_window(upper_window, lower_window, above.low, below.low);
+    tables.entries += RegisterEntry::kEntryBytes;
+    RegisterEntry(tables).resample_window(upper_window, lower_window, above.high, below.high);
+    tables.entries += RegisterEntry::kEntryBytes;
+    ++tables.bases;
+  } else {
+    RegisterEntry(tables).resample(upper, lower, above.low, below.low);
+    RegisterEntry::advance(tables);
+    RegisterEntry(tables).resample(upper, lower, above.high, below.high);
+    RegisterEntry::advance(tables);
   }
 }
 

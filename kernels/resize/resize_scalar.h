@@ -1,10 +1,8 @@
 // The definition of the resampling in resize.h, for one axis, one row or one pair of rows.
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "common/numeric.h"
 
@@ -19,10 +17,11 @@ struct Tap {
   int16_t second;
 };
 
-// Ties go to the even weight.
+// Rounds to the nearest weight, ties to the even one: a float from 2^23 on has no fraction. This
+// takes no call, unlike std::lrint().
 inline int16_t round_weight(float weight) {
-  return static_cast<int16_t>(
-      std::min<long>(std::lrint(weight * kWeightOne), std::numeric_limits<int16_t>::max()));
+  constexpr float kNoFraction = 12582912.0F;  // 3 * 2^22, so that no result falls below 2^23
+  return static_cast<int16_t>(weight * kWeightOne + kNoFraction - kNoFraction);
 }
 
 inline float reciprocal_scale(int32_t source_length, int32_t destination_length) {

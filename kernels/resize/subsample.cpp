@@ -18,16 +18,9 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace {
 
-// An instruction set with vectors takes thirds of one and of three channels, with
-//
-//   template <int32_t kChannels>
-//   struct SubsampleThirdsStep {
-//     static constexpr int32_t kPixels;       // destination pixels in a step
-//     static constexpr int32_t kOverwritten;  // pixels that it may write after them
-//     void operator()(const uint8_t *row, uint8_t *out) const;
-//   };
-//
-// which reads no byte but those of the three source pixels for each of its pixels.
+// An instruction set with vectors has SubsampleThirdsStep<channels> for one and for three channels:
+// a step over a row at 3:1. See overwriting_steps-inl.h. Its constructor loads the constants of a
+// plane. It reads nothing but the source bytes of its pixels.
 
 // Calls run(centre, out) with every destination row and the middle row of those that it stands for.
 template <class Run>
@@ -62,9 +55,7 @@ void take_thirds(const PlaneView &source, const PlaneView &destination) {
   using Step = SubsampleThirdsStep<kChannels>;
   const Step step;
   for_each_centre_row(source, destination, [&](const uint8_t *row, uint8_t *out) {
-    for_each_overwriting_step<kChannels, Step::kPixels, Step::kOverwritten>(
-        destination.columns, out,
-        [&](int32_t x, uint8_t *to) { step(row + static_cast<ptrdiff_t>(x) * 3 * kChannels, to); });
+    for_each_overwriting_step(step, destination.columns, out, row);
   });
 }
 

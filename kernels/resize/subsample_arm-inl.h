@@ -21,10 +21,15 @@ struct SubsampleThirdsStep;
 template <>
 struct SubsampleThirdsStep<1> {
   static constexpr int32_t kPixels = 16;
+  static constexpr int32_t kPixelBytes = 1;
+  static constexpr int32_t kSourceBytes = 3;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = true;
 
-  HWY_INLINE void operator()(const uint8_t *row, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
     vst1q_u8(out, vld3q_u8(row).val[1]);
+    row += 48;
+    out += 16;
   }
 };
 
@@ -36,8 +41,11 @@ struct SubsampleThirdsStep<1> {
 //   bytes 48-71    49 50  57 58 59  66 67 68
 template <>
 struct SubsampleThirdsStep<3> {
-  static constexpr int32_t kPixels = 16;
+  static constexpr int32_t kPixels = 8;
+  static constexpr int32_t kPixelBytes = 3;
+  static constexpr int32_t kSourceBytes = 9;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = true;
 
   SubsampleThirdsStep() {
     uint8_t order[24];
@@ -49,21 +57,11 @@ struct SubsampleThirdsStep<3> {
     third_ = vld1_u8(order + 16);
   }
 
-  HWY_INLINE void operator()(const uint8_t *row, uint8_t *out) const {
-    take_eight(row, out);
-    take_eight(row, out);
-  }
-
- private:
-  static constexpr int32_t kWindows[3] = {0, 23, 48};
-  using Source = uint8_t[72];
-  using Result = uint8_t[24];
-
 #if TAVRINE_IS_ARMV7
 
   // Assembly, because GCC 12 has no intrinsics that load or store three or four registers in order
   // and adds to pointers by instructions of their own: 1.19 instructions a pixel, not 1.9.
-  HWY_INLINE void take_eight(const uint8_t *&row, uint8_t *&out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
     asm("vld1.8 {d16-d18}, [%[row]], %[to_second]\n\t"
         "vld1.8 {d20-d23}, [%[row]], %[to_third]\n\t"
         "vld1.8 {d24-d26}, [%[row]]!\n\t"
@@ -71,7 +69,7 @@ struct SubsampleThirdsStep<3> {
         "vtbl.8 d29, {d20-d23}, %P[second]\n\t"
         "vtbl.8 d30, {d24-d26}, %P[third]\n\t"
         "vst1.8 {d28-d30}, [%[out]]!"
-        : [row] "+r"(row), [out] "+r"(out), "=m"(*static_cast<Result *>(static_cast<void *>(out)))
+        : [row] "+&r"(row), [out] "+&r"(out), "=m"(*static_cast<Result *>(static_cast<void *>(out)))
         : [to_second] "r"(kWindows[1] - kWindows[0]), [to_third] "r"(kWindows[2] - kWindows[1]),
           [first] "w"(first_), [second] "w"(second_), [third] "w"(third_),
           "m"(*static_cast<const Source *>(static_cast<const void *>(row)))
@@ -81,7 +79,7 @@ struct SubsampleThirdsStep<3> {
 
 #else
 
-  HWY_INLINE void take_eight(const uint8_t *&row, uint8_t *&out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
     const uint8x8x3_t bytes = {{vtbl3_u8(vld1_u8_x3(row + kWindows[0]), first_),
                                 vtbl4_u8(vld1_u8_x4(row + kWindows[1]), second_),
                                 vtbl3_u8(vld1_u8_x3(row + kWindows[2]), third_)}};
@@ -91,6 +89,11 @@ struct SubsampleThirdsStep<3> {
   }
 
 #endif
+
+ private:
+  static constexpr int32_t kWindows[3] = {0, 23, 48};
+  using Source = uint8_t[kPixels * kSourceBytes];
+  using Result = uint8_t[kPixels * kPixelBytes];
 
   uint8x8_t first_;
   uint8x8_t second_;

@@ -6,6 +6,7 @@
 #define TAVRINE_KERNELS_RESIZE_SUBSAMPLE_X86_INL_H_
 #endif
 
+#include "kernels/resize/x86_steps-inl.h"
 #include "kernels/vector-inl.h"
 
 #if TAVRINE_IS_X86
@@ -22,7 +23,10 @@ struct SubsampleThirdsStep;
 template <>
 struct SubsampleThirdsStep<1> {
   static constexpr int32_t kPixels = HWY_TARGET == HWY_AVX2 ? 32 : 16;
+  static constexpr int32_t kPixelBytes = 1;
+  static constexpr int32_t kSourceBytes = 3;
   static constexpr int32_t kOverwritten = 0;
+  static constexpr bool kIsShort = false;
 
   SubsampleThirdsStep() {
     alignas(16) constexpr uint8_t kFirst[16] = {1,    4,    7,    10,   13,   0x80, 0x80, 0x80,
@@ -36,11 +40,13 @@ struct SubsampleThirdsStep<1> {
     third_ = hn::LoadDup128(Bytes(), kThird);
   }
 
-  HWY_INLINE void operator()(const uint8_t *row, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
     const auto first = hn::TableLookupBytesOr0(load_blocks(row, 48), first_);
     const auto second = hn::TableLookupBytesOr0(load_blocks(row + 16, 48), second_);
     const auto third = hn::TableLookupBytesOr0(load_blocks(row + 32, 48), third_);
     hn::StoreU(hn::Or(hn::Or(first, second), third), Bytes(), out);
+    row += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 
  private:
@@ -57,24 +63,23 @@ struct SubsampleThirdsStep<1> {
 template <>
 struct SubsampleThirdsStep<3> {
   static constexpr int32_t kPixels = HWY_TARGET == HWY_AVX2 ? 8 : 4;
+  static constexpr int32_t kPixelBytes = 3;
+  static constexpr int32_t kSourceBytes = 9;
   static constexpr int32_t kOverwritten = 2;
+  static constexpr bool kIsShort = false;
 
   SubsampleThirdsStep() {
     alignas(16) constexpr uint8_t kOrder[16] = {0, 1, 2, 9, 10, 11, 4, 5, 6, 13, 14, 15};
     order_ = hn::LoadDup128(Bytes(), kOrder);
   }
 
-  HWY_INLINE void operator()(const uint8_t *row, uint8_t *out) const {
+  HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
     const auto mixed = hn::OddEven(hn::BitCast(Ints(), load_blocks(row + 17, 36)),
                                    hn::BitCast(Ints(), load_blocks(row + 3, 36)));
     const auto bytes = hn::TableLookupBytes(hn::BitCast(Bytes(), mixed), order_);
-    const BytesInBlock block;
-#if HWY_TARGET == HWY_AVX2
-    hn::StoreU(hn::LowerHalf(block, bytes), block, out);
-    hn::StoreU(hn::UpperHalf(block, bytes), block, out + 12);
-#else
-    hn::StoreU(bytes, block, out);
-#endif
+    store_triples(bytes, out);
+    row += kPixels * kSourceBytes;
+    out += kPixels * kPixelBytes;
   }
 
  private:
