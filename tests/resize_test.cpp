@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "tests/kernel_support.h"
+#include "tests/path_recorder.h"
 
 namespace tavrine::test {
 namespace {
@@ -192,7 +193,9 @@ TEST(ResizeKernels, EqualTheFormula) {
                                    {width, width + 1},
                                    {3 * width, 2 * width},
                                    {width, 1 + static_cast<int32_t>(random() % 90)},
+                                   {2 * width - 1, width},
                                    {7 * width + 3, width},
+                                   {13 * width + 4, width},
                                    {23 * width + 5, width},
                                    {3, width}});
       }
@@ -202,7 +205,9 @@ TEST(ResizeKernels, EqualTheFormula) {
         const auto to_rows = in_proportion ? 3 : 1 + static_cast<int32_t>(random() % 7);
         const auto from_rows =
             in_proportion ? from / to * to_rows : 1 + static_cast<int32_t>(random() % 9);
-        GuardedPlane in(from, from_rows, channels, static_cast<ptrdiff_t>(random() % 4));
+        const auto edge =
+            random() % 2 == 0 ? GuardedMemory::Edge::kFirst : GuardedMemory::Edge::kLast;
+        GuardedPlane in(from, from_rows, channels, static_cast<ptrdiff_t>(random() % 4), edge);
         in.fill(random);
         GuardedPlane out(to, to_rows, channels, static_cast<ptrdiff_t>(random() % 4));
         ASSERT_TRUE(resize_plane(in.view(), out.view()));
@@ -214,6 +219,76 @@ TEST(ResizeKernels, EqualTheFormula) {
     }
   });
 }
+
+#ifdef TAVRINE_TRACE_PATHS
+int64_t current_target() {
+#if (HWY_TARGETS & (HWY_TARGETS - 1)) != 0
+  return hwy::SupportedTargets();
+#else
+  return HWY_TARGETS;
+#endif
+}
+
+TEST(ResizeKernels, TakeTheFastestWay) {
+  struct Size {
+    int32_t columns, rows;
+  };
+  struct Case {
+    int32_t channels;
+    Size from, to;
+    std::string avx2, sse, neon, definition;
+  };
+  const auto same_in_vectors = [](int32_t channels, Size from, Size to, const char *vectors,
+                                  const char *definition) {
+    return Case{channels, from, to, vectors, vectors, vectors, definition};
+  };
+  const auto bilinear = [](int32_t channels, Size from, Size to, const std::string &avx2,
+                           const std::string &sse, const std::string &neon) {
+    const std::string way =
+        from.rows >= 2 * to.rows ? " resize.bilinear.fused" : " resize.bilinear.rows";
+    return Case{channels,
+                from,
+                to,
+                "resize." + avx2 + way,
+                "resize." + sse + way,
+                "resize." + neon + way,
+                "resize.definition resize.bilinear.rows"};
+  };
+  std::vector<Case> cases = {
+      bilinear(1, {40, 4}, {120, 9}, "step_window", "step_window", "window"),
+      bilinear(3, {96, 6}, {64, 4}, "window", "window", "window"),
+      bilinear(3, {130, 6}, {64, 4}, "wide_window", "two_windows", "two_windows"),
+      bilinear(4, {410, 9}, {64, 4}, "two_windows", "two_windows", "two_windows"),
+      bilinear(3, {410, 8}, {64, 4}, "two_wide_windows", "four_windows", "four_windows"),
+      bilinear(1, {410, 8}, {64, 4}, "two_wide_windows", "three_windows", "two_windows_for_half"),
+      bilinear(3, {1301, 9}, {64, 4}, "four_windows", "four_windows", "four_windows"),
+      bilinear(1, {1301, 9}, {64, 4}, "eight_windows", "eight_windows", "four_windows_for_half"),
+      same_in_vectors(1, {192, 6}, {64, 2}, "resize.subsample.thirds", "resize.subsample.pixels"),
+      same_in_vectors(3, {192, 6}, {64, 2}, "resize.subsample.thirds", "resize.subsample.pixels"),
+      same_in_vectors(4, {192, 6}, {64, 2}, "resize.subsample.pixels", "resize.subsample.pixels"),
+      same_in_vectors(2, {64, 6}, {64, 2}, "resize.subsample.copy", "resize.subsample.copy")};
+  for (int32_t channels = 1; channels <= 4; ++channels) {
+    for (const int32_t ratio : {2, 4}) {
+      cases.push_back(same_in_vectors(channels, {ratio * 64, ratio * 2}, {64, 2},
+                                      "resize.downscale.vectors", "resize.downscale.definition"));
+    }
+  }
+  on_every_target([&] {
+    const int64_t target = current_target();
+    for (const Case &it : cases) {
+      const GuardedPlane in(it.from.columns, it.from.rows, it.channels);
+      const GuardedPlane out(it.to.columns, it.to.rows, it.channels);
+      const PathRecorder recorder;
+      ASSERT_TRUE(resize_plane(in.view(), out.view()));
+      EXPECT_EQ(recorder.names(), target == HWY_AVX2                          ? it.avx2
+                                  : target == HWY_SSE4 || target == HWY_SSSE3 ? it.sse
+                                  : target == HWY_NEON                        ? it.neon
+                                                                              : it.definition)
+          << it.channels << " channels, " << it.from.columns << " to " << it.to.columns;
+    }
+  });
+}
+#endif
 
 }  // namespace
 }  // namespace tavrine::test

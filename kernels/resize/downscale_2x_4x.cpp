@@ -33,8 +33,7 @@ void downscale_rows(const PlaneView &source, const PlaneView &destination) {
 #else
   constexpr bool has_vectors = false;
 #endif
-  trace_path(has_vectors ? (kRatio == 2 ? "resize.2x_vector" : "resize.4x_vector")
-                         : "resize.2x_4x_scalar");
+  trace_path(has_vectors ? "resize.downscale.vectors" : "resize.downscale.definition");
   for (int32_t y = 0; y < destination.rows; ++y) {
     const uint8_t *upper = source.row(y * kRatio + kRatio / 2 - 1);
     const uint8_t *lower = upper + source.stride;

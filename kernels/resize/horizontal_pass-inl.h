@@ -53,6 +53,7 @@ class HorizontalPass {
 
   int32_t steps() const { return steps_; }
   size_t layout() const { return layout_; }
+  const char *path() const { return kLayouts[layout_].path; }
 
   // Where a step starts in a row of the destination.
   int32_t step_start(int32_t step) const {
@@ -97,7 +98,7 @@ class HorizontalPass {
   }
 
  private:
-  static constexpr ptrdiff_t kMinReadable = 32;  // the longest window
+  static constexpr ptrdiff_t kMinReadable = kMaxWindowBytes;
 
   // Finds the first neighbour of each sample and the weights of both.
   template <int32_t kChannels>
@@ -204,7 +205,6 @@ class HorizontalPass {
     return division;
   }
 
-  // The first layout whose windows reach all samples: they are far apart when a row shrinks a lot.
   void choose_layout() {
     layout_ = 0;
     while (!for_each_group([this](ptrdiff_t group, size_t start) {

@@ -29,7 +29,9 @@ class HorizontalPass {
     return true;
   }
 
-  void run(const uint8_t *source, int16_t *row) {
+  static const char *path() { return "resize.definition"; }
+
+  void run(const uint8_t *source, int16_t *row) const {
     const int32_t channels = source_.channels;
     for (int32_t x = 0; x < columns_; ++x) {
       const Tap tap = taps_[static_cast<size_t>(x)];

@@ -18,28 +18,36 @@ HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 
-// How a group finds its bytes.
-struct Layout {
-  int32_t windows;
-  int32_t window_bytes;
-  int32_t samples_in_lookup;
-  int32_t windows_in_lookup;
-  bool serves_step;  // its only window serves all groups of a step
-};
-
-// Samples are resampled in groups of eight. A group loads one or several windows, runs of source
-// bytes that hold both neighbours of some of its samples, and a shuffle picks the neighbours from
-// them. RGB24 at 3:2 needs one window of 16 bytes for a group. Its first two groups pick
+// Samples are resampled in groups of eight. A group loads one or several windows, which are runs of
+// source bytes, and a shuffle picks both neighbours of each of its samples from them. RGB24 at 3:2
+// needs one window of 16 bytes for a group. Columns 0 to 5 lie between the source columns 0-1, 1-2,
+// 3-4, 4-5, 6-7 and 7-8, so that the first two groups pick these bytes of the row:
 //
-//   sample      r0   g0   b0   r1   g1   b1   r2   g2    b2   r3   g3   b3   r4   g4   b4   r5
-//   neighbours  0,3  1,4  2,5  3,6  4,7  5,8  9,12 10,13 11,14 12,15 ...
-//   window      from byte 0                              from byte 11
+//   sample      r0    g0    b0    r1    g1    b1    r2    g2        group 0, window from byte 0
+//   neighbours  0,3   1,4   2,5   3,6   4,7   5,8   9,12  10,13
 //
-// One window suffices while the neighbours lie within 16 bytes, as in upscales, GREY up to 2:1 and
-// RGB24 up to 1.5:1. Beyond about 8:1 each sample of GREY has a window of its own. That is the most
-// that a group needs: neighbours are at most 4 bytes apart.
+//   sample      b2    r3    g3    b3    r4    g4    b4    r5        group 1, window from byte 11
+//   neighbours  11,14 12,15 13,16 14,17 18,21 19,22 20,23 21,24
+//   in window   0,3   1,4   2,5   3,6   7,10  8,11  9,12  10,13
+//
+// Weights alternate between 3/4, 1/4 and 1/4, 3/4 from column to column. Where a row shrinks more,
+// the samples of a group lie farther apart and need more windows. No group needs more than one for
+// each sample, because neighbours are at most 4 bytes apart.
 constexpr int32_t kSamplesInGroup = 8;
 constexpr int32_t kMaxWindows = kSamplesInGroup;
+
+// How groups find their bytes. An instruction set lists its layouts from the fastest on; the last
+// one serves any distance. A row takes the first of which the windows reach all samples of all
+// groups.
+struct Layout {
+  const char *path;  // for trace_path()
+  int32_t windows;   // of a group
+  int32_t window_bytes;
+  int32_t samples_in_lookup;  // these samples
+  int32_t windows_in_lookup;  // pick from these windows
+  bool serves_step;           // the only window serves all groups of a step
+};
+constexpr int32_t kMaxWindowBytes = 32;
 
 struct ResampleTables {
   const int32_t *bases;    // where the windows start, in bytes of a row

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kernels/path.h"
 #include "kernels/resize/aligned_scratch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -21,17 +22,23 @@ using scalar::Tap;
 
 #if TAVRINE_HAS_VECTORS
 
-// What an instruction set with vectors has:
+// An instruction set with vectors has
 //
-//   kGroupsInStep, kLayouts, entry_bytes(), enter_group()
-//                      the layout of the tables; see resample_tables-inl.h
-//   RowStep            a step of a resampled row; RowSteps has one of an upper and one of a lower
-//   row resample_step()    resamples a step of two rows, for which it loads the entries once, and
-//   moves
-//                      the tables on to the next step
-//   load_step(), store_step()   a step of a resampled row, in the order that resample_step() makes
-//   RowWeights         the weights of an upper and a lower row; store_blended() stores the bytes of
-//                      a step in the order of the destination
+//   kGroupsInStep, kLayouts, entry_bytes(), enter_group(), finish_bases()
+//     its tables. See resample_tables-inl.h.
+//   RowStep
+//     a step of a resampled row, two registers.
+//   resample_step()
+//     resamples a step of two rows, for which it loads the table once, and moves the table on.
+//   load_step(), store_step()
+//     a step of a resampled row in memory, in the order that resample_step() makes. They move the
+//     pointer to the next step.
+//   RowWeights
+//     the weights of an upper and a lower row. store_blended() blends a step of both, stores its
+//     bytes in the order of the destination, and moves the pointer to the next step.
+//
+// A resampled sample is at most 32655, see enter_group(), so that it fits a signed word. Blended
+// with weights that add up to at most 2049 it is at most 1020, and its rounded quarter fits a byte.
 
 // Resamples two whole rows.
 template <size_t kLayout>
@@ -82,11 +89,10 @@ HWY_INLINE void for_each_stored_step(int32_t samples, uint8_t *row, Store store)
 void blend_resampled(const int16_t *upper, const int16_t *lower, const Tap &tap, int32_t samples,
                      uint8_t *destination) {
   const RowWeights weights(tap.first, tap.second);
-  for_each_stored_step(
-      samples, destination, [&](uint8_t * &out) __attribute__((always_inline)) {
-        const RowStep above = load_step(upper);
-        weights.store_blended(above, load_step(lower), out);
-      });
+  for_each_stored_step(samples, destination, [&](uint8_t *&out) TAVRINE_INLINE_LAMBDA {
+    const RowStep above = load_step(upper);
+    weights.store_blended(above, load_step(lower), out);
+  });
 }
 
 // Resamples two rows and blends them at once, for rows that no other destination row needs.
@@ -95,13 +101,12 @@ HWY_NOINLINE void resample_and_blend(ResampleTables tables, const uint8_t *upper
                                      const uint8_t *lower, const Tap &tap, int32_t samples,
                                      uint8_t *destination) {
   const RowWeights weights(tap.first, tap.second);
-  for_each_stored_step(
-      samples, destination, [&](uint8_t * &out) __attribute__((always_inline)) {
-        RowStep above;
-        RowStep below;
-        resample_step<kLayout>(upper, lower, tables, above, below);
-        weights.store_blended(above, below, out);
-      });
+  for_each_stored_step(samples, destination, [&](uint8_t *&out) TAVRINE_INLINE_LAMBDA {
+    RowStep above;
+    RowStep below;
+    resample_step<kLayout>(upper, lower, tables, above, below);
+    weights.store_blended(above, below, out);
+  });
 }
 
 void resample_and_blend(HorizontalPass &pass, const uint8_t *upper, const uint8_t *lower,
@@ -116,7 +121,7 @@ using Pass = HorizontalPass;
 
 #else
 
-using Pass = scalar::HorizontalPass;
+using Pass = scalar::HorizontalPass;  // one sample at a time
 
 void resample_rows(Pass &pass, const uint8_t *upper, const uint8_t *lower, int16_t *upper_out,
                    int16_t *lower_out) {
@@ -183,31 +188,46 @@ class ResampledRows {
   Pair pairs_[2];
 };
 
-bool resize_bilinear(const PlaneView &source, const PlaneView &destination) {
+bool resample_by_rows(const PlaneView &source, const PlaneView &destination, float scale,
+                      Pass &pass) {
   const auto samples = static_cast<int32_t>(destination.row_bytes());
   const int64_t row_samples = (int64_t{samples} + 31) / 32 * 32;  // whole steps
   AlignedScratch<int16_t> memory;
-  Pass pass(source, destination);
-  if (!memory.allocate(4 * row_samples) || !pass.prepare()) {
+  if (!memory.allocate(4 * row_samples)) {
     return false;
   }
-  const float scale = scalar::reciprocal_scale(source.rows, destination.rows);
+  trace_path("resize.bilinear.rows");
   ResampledRows rows(source, pass, memory.data(), row_samples);
   for (int32_t y = 0; y < destination.rows; ++y) {
     const Tap tap = scalar::row_tap(y, scale);
     const RowSpan span = rows_of(tap, source.rows);
-#if TAVRINE_HAS_VECTORS
-    if (scale >= 2) {
-      resample_and_blend(pass, source.row(span.upper), source.row(span.lower), tap, samples,
-                         destination.row(y));
-      continue;
-    }
-#endif
     const int16_t *upper = rows.row(span.upper);
     const int16_t *lower = rows.row(span.lower);
     blend_resampled(upper, lower, tap, samples, destination.row(y));
   }
   return true;
+}
+
+bool resize_bilinear(const PlaneView &source, const PlaneView &destination) {
+  Pass pass(source, destination);
+  if (!pass.prepare()) {
+    return false;
+  }
+  trace_path(pass.path());
+  const float scale = scalar::reciprocal_scale(source.rows, destination.rows);
+#if TAVRINE_HAS_VECTORS
+  if (scale >= 2) {
+    trace_path("resize.bilinear.fused");
+    for (int32_t y = 0; y < destination.rows; ++y) {
+      const Tap tap = scalar::row_tap(y, scale);
+      const RowSpan span = rows_of(tap, source.rows);
+      resample_and_blend(pass, source.row(span.upper), source.row(span.lower), tap,
+                         static_cast<int32_t>(destination.row_bytes()), destination.row(y));
+    }
+    return true;
+  }
+#endif
+  return resample_by_rows(source, destination, scale, pass);
 }
 
 }  // namespace

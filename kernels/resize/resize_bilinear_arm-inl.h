@@ -18,11 +18,13 @@ namespace HWY_NAMESPACE {
 
 // A table lookup reads 32 bytes. Where that is too little, either half of a group has a lookup.
 constexpr int32_t kGroupsInStep = 2;
-constexpr Layout kLayouts[] = {{1, 16, 8, 1, false},
-                               {2, 16, 8, 2, false},
-                               {4, 8, 8, 4, false},
-                               {4, 16, 4, 2, false},
-                               {8, 8, 4, 4, false}};
+constexpr Layout kLayouts[] = {
+    {"resize.window", 1, 16, 8, 1, false},
+    {"resize.two_windows", 2, 16, 8, 2, false},
+    {"resize.four_windows", 4, 8, 8, 4, false},
+    {"resize.two_windows_for_half", 4, 16, 4, 2, false},
+    {"resize.four_windows_for_half", 8, 8, 4, 4, false},
+};
 
 // The entries of the two groups of a step share three blocks of 32 bytes, each for one load:
 //

@@ -26,14 +26,20 @@ namespace HWY_NAMESPACE {
 // and the bytes come out in order. Rows of resampled samples stay in that order, too.
 constexpr int32_t kGroupsInStep = 2 * kBlocksInRegister;
 
+constexpr Layout kLayouts[] = {
+    {"resize.step_window", 1, 16, 8, 1, true},  // a window of upscales by two and more
+    {"resize.window", 1, 16, 8, 1, false},
 #if HWY_TARGET == HWY_AVX2
-constexpr Layout kLayouts[] = {{1, 16, 8, 1, true},  {1, 16, 8, 1, false}, {1, 32, 8, 1, false},
-                               {2, 16, 8, 2, false}, {2, 32, 8, 2, false}, {3, 16, 8, 3, false},
-                               {4, 16, 8, 4, false}, {8, 16, 8, 8, false}};
+    // A load of 32 bytes takes the place of two.
+    {"resize.wide_window", 1, 32, 8, 1, false},
+    {"resize.two_windows", 2, 16, 8, 2, false},
+    {"resize.two_wide_windows", 2, 32, 8, 2, false},
 #else
-constexpr Layout kLayouts[] = {{1, 16, 8, 1, true},  {1, 16, 8, 1, false}, {2, 16, 8, 2, false},
-                               {3, 16, 8, 3, false}, {4, 16, 8, 4, false}, {8, 16, 8, 8, false}};
+    {"resize.two_windows", 2, 16, 8, 2, false},  {"resize.three_windows", 3, 16, 8, 3, false},
 #endif
+    {"resize.four_windows", 4, 16, 8, 4, false},
+    {"resize.eight_windows", 8, 16, 8, 8, false},
+};
 
 // An entry has a shuffle control for every 16 bytes of windows, which picks zeros for the bytes of
 // others, then the high and the low parts of the weights.
@@ -43,14 +49,14 @@ constexpr int32_t controls_in_entry(const Layout &layout) {
 constexpr int32_t entry_bytes(const Layout &layout) { return 16 * (controls_in_entry(layout) + 2); }
 
 // Products of bytes and signed bytes are added in pairs, as 16-bit words. Weights up to 2048 are
-// split so that they are signed bytes: w = 16 h + l, h <= 127. Then l <= 16, as 2048 = 16 * 127 +
-// 16, and with bytes p, q and weights w, v
+// split so that they are signed bytes: w = 16 h + l, where h = min(w / 16, 127). Only 2048 has an l
+// above 15, which is 16. With bytes p, q and weights w, v
 //
 //   (p w + q v) >> 4 = (p h(w) + q h(v)) + ((p l(w) + q l(v)) >> 4)
 //
 // holds exactly, because the first term counts whole 16ths. Two weights add up to 2049 at most, as
-// each is rounded by at most a half. So h(w) + h(v) <= 128, and no sum exceeds 255 * 128 = 32640;
-// l(w) + l(v) <= 32, and 255 * 32 = 8160.
+// each is rounded by at most a half. So h(w) + h(v) <= 128 and l(w) + l(v) <= 30, and the sums are
+// at most 255 * 128 = 32640 and 255 * 30 = 7650; together at most 255 * 2049 / 16 = 32655.
 HWY_INLINE void enter_group(int32_t *bases, uint8_t *entries, const Layout &layout, ptrdiff_t group,
                             const Starts &starts, const Picks &picks) {
   const ptrdiff_t in_step = group % kGroupsInStep;

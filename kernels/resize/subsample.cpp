@@ -32,7 +32,7 @@ void for_each_centre_row(const PlaneView &source, const PlaneView &destination, 
 }
 
 void copy_rows(const PlaneView &source, const PlaneView &destination) {
-  trace_path("resize.subsample_copy");
+  trace_path("resize.subsample.copy");
   for_each_centre_row(source, destination, [&](const uint8_t *row, uint8_t *out) {
     std::memcpy(out, row, static_cast<size_t>(destination.row_bytes()));
   });
@@ -40,7 +40,7 @@ void copy_rows(const PlaneView &source, const PlaneView &destination) {
 
 template <int32_t kChannels>
 void take_pixels(const PlaneView &source, const PlaneView &destination, int32_t ratio) {
-  trace_path("resize.subsample_pixels");
+  trace_path("resize.subsample.pixels");
   const ptrdiff_t centre = static_cast<ptrdiff_t>(ratio / 2) * kChannels;
   for_each_centre_row(source, destination, [&](const uint8_t *row, uint8_t *out) {
     scalar::subsample_row<kChannels>(row + centre, ratio, destination.columns, out);
@@ -51,7 +51,7 @@ void take_pixels(const PlaneView &source, const PlaneView &destination, int32_t 
 
 template <int32_t kChannels>
 void take_thirds(const PlaneView &source, const PlaneView &destination) {
-  trace_path("resize.subsample_thirds");
+  trace_path("resize.subsample.thirds");
   using Step = SubsampleThirdsStep<kChannels>;
   const Step step;
   for_each_centre_row(source, destination, [&](const uint8_t *row, uint8_t *out) {
