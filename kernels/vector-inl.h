@@ -32,6 +32,12 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+// Hides from the compiler how the value was calculated.
+template <class T>
+HWY_INLINE void make_opaque(T &value) {
+  asm("" : "+r"(value));
+}
+
 #if TAVRINE_HAS_VECTORS
 
 // Blocks of 16 bytes, the same on every instruction set: shuffles work within them.
@@ -95,12 +101,6 @@ HWY_INLINE hn::VFromD<BytesInBlock> saturate_to_bytes(V low, V high) {
 #endif  // TAVRINE_HAS_VECTORS
 
 #if TAVRINE_IS_NEON
-
-// Hides from the compiler how the value was calculated.
-template <class T>
-HWY_INLINE void make_opaque(T &value) {
-  asm("" : "+r"(value));
-}
 
 // Advances a pointer opaquely, so that GCC keeps post-increment addressing instead of one addition
 // for each access.

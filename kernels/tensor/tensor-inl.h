@@ -35,6 +35,21 @@ class MulNormalizer {
   FloatVector reciprocal_;
 };
 
+// (byte - mean) / scale
+class DivNormalizer {
+ public:
+  explicit DivNormalizer(const ChannelNormalization &channel)
+      : mean_(hn::Set(Floats(), channel.mean)), scale_(hn::Set(Floats(), channel.scale)) {}
+
+  HWY_INLINE FloatVector operator()(FloatVector bytes) const {
+    return hn::Div(hn::Sub(bytes, mean_), scale_);
+  }
+
+ private:
+  FloatVector mean_;
+  FloatVector scale_;
+};
+
 // Byte c of each of byte_lanes() pixels to out[c].
 HWY_INLINE void split_bytes(const uint8_t *pixels, uint8_t *const out[3], int32_t x) {
   const Bytes d;

@@ -18,9 +18,8 @@
 
 // The steps that each family of instruction sets defines.
 //
+//   kPrefersTables                           looking elements up is faster than vectors
 //   kPixelsInFill                            pixels in a step
-//   DivNormalizer(channel)                   (byte - mean) / scale of a vector of floats, as in
-//                                            MulNormalizer; some quotients may be wrong
 //   normalize_grey(bytes, normalizer, out)   a step's elements
 //   normalize_color_row(pixels, columns, normalizers, out)
 //                                            a row of at least one step, normalizers[i] for byte i
@@ -42,6 +41,28 @@ class ElementTable {
   void define(Define define) {
     for (int32_t byte = 0; byte < 256; ++byte) {
       of_[byte] = define(static_cast<uint8_t>(byte));
+    }
+  }
+
+  // Elements of bytes that lie kDistance apart. Not inlined: the table then has a register.
+  template <int32_t kDistance>
+  HWY_NOINLINE void look_up(const uint8_t *bytes, int32_t columns, Element *out) const {
+    constexpr int32_t kUnrolled = 8;
+    int32_t left = columns;
+    for (; left >= kUnrolled; left -= kUnrolled, bytes += kUnrolled * kDistance) {
+      // All are loaded before the first is stored, so that no instruction waits for its operand.
+      Bits elements[kUnrolled];
+      for (int32_t i = 0; i < kUnrolled; ++i) {
+        elements[i] = bits_of(bytes[i * kDistance]);
+      }
+      for (const Bits bits : elements) {
+        std::memcpy(out++, &bits, sizeof(bits));
+        make_opaque(out);  // or GCC gathers the elements in vectors, through the stack
+      }
+    }
+    for (; left > 0; --left, bytes += kDistance) {
+      const Bits bits = bits_of(*bytes);
+      std::memcpy(out++, &bits, sizeof(bits));
     }
   }
 
@@ -73,15 +94,16 @@ class ElementTable {
   }
 #endif
 
-  // Elements of bytes that lie kDistance apart.
-  template <int32_t kDistance>
-  void look_up(const uint8_t *byte, int32_t columns, Element *out) const {
-    for (int32_t x = 0; x < columns; ++x, byte += kDistance) {
-      out[x] = of_[*byte];
-    }
+ private:
+  // Integer registers take elements along: on armv7, loads to others have no index.
+  using Bits = std::conditional_t<sizeof(Element) == 1, uint8_t, uint32_t>;
+
+  HWY_INLINE Bits bits_of(uint32_t byte) const {
+    Bits bits;
+    std::memcpy(&bits, of_ + byte, sizeof(bits));
+    return bits;
   }
 
- private:
   Element of_[256];
 };
 
@@ -155,6 +177,7 @@ class ColorFill {
  private:
   // The first two return false, with nothing written, where they would not give what the table
   // does.
+
   bool identity() const {
 #if TAVRINE_HAS_VECTORS
     if constexpr (std::is_same_v<Element, uint8_t>) {
@@ -181,8 +204,9 @@ class ColorFill {
     const MulNormalizer normalizers[3] = {MulNormalizer(channels_[channel_of_[0]]),
                                           MulNormalizer(channels_[channel_of_[1]]),
                                           MulNormalizer(channels_[channel_of_[2]])};
-    if (area_.columns() < kPixelsInFill || !tables_[0].is_made_by(normalizers[0]) ||
-        !tables_[1].is_made_by(normalizers[1]) || !tables_[2].is_made_by(normalizers[2])) {
+    if (kPrefersTables || area_.columns() < kPixelsInFill ||
+        !tables_[0].is_made_by(normalizers[0]) || !tables_[1].is_made_by(normalizers[1]) ||
+        !tables_[2].is_made_by(normalizers[2])) {
       return false;
     }
     trace_path("tensor.color.vectors");
@@ -264,7 +288,7 @@ class GreyFill {
   bool vectors() const {
 #if TAVRINE_HAS_VECTORS
     const DivNormalizer normalizer(channel_);
-    if (area_.columns() < kPixelsInFill || !table_.is_made_by(normalizer)) {
+    if (kPrefersTables || area_.columns() < kPixelsInFill || !table_.is_made_by(normalizer)) {
       return false;
     }
     trace_path("tensor.grey.vectors");

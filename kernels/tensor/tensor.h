@@ -9,10 +9,9 @@
 // Elements to the right of and below the pixels take the channel's padding, converted alike but
 // not normalised. Pixels beyond the image are ignored.
 //
-// A byte has 256 values, so every call with one byte an element first makes the table of their
-// elements by definition. The vector formula is used only if it gives the same bits for all 256
-// (it may flush denormals, overflow an integer of 32 bits, or round a quotient differently);
-// otherwise the table itself is looked up. So no input needs an argument of its own.
+// A byte has 256 values, so a call with one byte an element first makes the table of their elements
+// by definition. The vector formula is used only if it gives the same bits for all 256 (it may
+// overflow an integer of 32 bits); otherwise, and where that is faster, the table is looked up.
 #pragma once
 
 #include "kernels/color/rgb.h"

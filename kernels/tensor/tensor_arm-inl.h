@@ -15,33 +15,11 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_IS_NEON
 
+// An in-order core whose float vectors take a cycle a lane spends about 13 cycles a pixel of three
+// bytes on conversion, difference, product and stores. A table needs 5 to 9, what its loads and
+// stores take, and has no results that vectors flush to zero or round differently.
+constexpr bool kPrefersTables = TAVRINE_IS_ARMV7;
 constexpr int32_t kPixelsInFill = 16;
-
-// (byte - mean) / scale. There is no exact division: the reciprocal is split into its first 14
-// bits and the rest. Where the mean has at most 10 bits (an integer does), difference * first is
-// exact in 24 bits, and the sum of both products is rounded as the quotient is, but for about 1 in
-// 30,000. With other means one in four is wrong. ElementTable::is_made_by() finds both and keeps
-// the table.
-class DivNormalizer {
- public:
-  explicit DivNormalizer(const ChannelNormalization &channel)
-      : mean_(vdupq_n_f32(channel.mean)), first_(vdupq_n_f32(1.0F / channel.scale)) {
-    first_ = vreinterpretq_f32_u32(
-        vandq_u32(vreinterpretq_u32_f32(first_), vdupq_n_u32(0xFFFFFC00)));  // 14 bits
-    rest_ = vdupq_n_f32(
-        static_cast<float>(1.0 / double{channel.scale} - double{vgetq_lane_f32(first_, 0)}));
-  }
-
-  HWY_INLINE FloatVector operator()(FloatVector bytes) const {
-    const float32x4_t difference = vsubq_f32(bytes.raw, mean_);
-    return FloatVector{vaddq_f32(vmulq_f32(difference, first_), vmulq_f32(difference, rest_))};
-  }
-
- private:
-  float32x4_t mean_;
-  float32x4_t first_;
-  float32x4_t rest_;
-};
 
 template <class Normalizer>
 HWY_INLINE float32x4_t normalize_quarter(uint16x4_t bytes, const Normalizer &normalizer) {

@@ -19,25 +19,11 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_IS_X86
 
+constexpr bool kPrefersTables = false;
 constexpr int32_t kPixelsInFill = 8;
 
 // Output planes may alias in the cache: a few lines of one are written before those of the next.
 constexpr int32_t kPixelsInTurn = 32;
-
-// (byte - mean) / scale
-class DivNormalizer {
- public:
-  explicit DivNormalizer(const ChannelNormalization &channel)
-      : mean_(hn::Set(Floats(), channel.mean)), scale_(hn::Set(Floats(), channel.scale)) {}
-
-  HWY_INLINE FloatVector operator()(FloatVector bytes) const {
-    return hn::Div(hn::Sub(bytes, mean_), scale_);
-  }
-
- private:
-  FloatVector mean_;
-  FloatVector scale_;
-};
 
 HWY_INLINE void store_elements(FloatVector values, float *out) {
   hn::StoreU(values, Floats(), out);
