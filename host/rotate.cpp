@@ -13,7 +13,7 @@
 namespace tavrine {
 namespace {
 
-// Neighbouring floats lie further apart here than any useful tolerance.
+// The table of operations takes degrees. Only three values occur, and they compare exactly.
 std::optional<Rotation> rotation_by(float degrees) {
   if (degrees == 90.0F) {
     return Rotation::k90;
@@ -27,8 +27,8 @@ std::optional<Rotation> rotation_by(float degrees) {
   return std::nullopt;
 }
 
-// The record to read the planes by. Rows of a contiguous YU12 frame are tight whatever its
-// strides say.
+// A copy of the record with the strides to use: rows of a contiguous YU12 frame have no padding,
+// whatever its strides say.
 tavrine_frame_t with_true_strides(const tavrine_frame_t &frame) {
   tavrine_frame_t result = frame;
   if (frame.pixel_format == TAVRINE_FORMAT_YU12 && tavrine_frame_is_contiguous(&frame) != 0) {
@@ -65,13 +65,13 @@ int32_t host_rotate(const tavrine_frame_t *in, tavrine_frame_t *out, float degre
     return TAVRINE_FAILURE;
   }
   // The kernels need no copy; it stays because callers see TAVRINE_FAILURE when it fails.
-  OwnedFrame gathered;
+  OwnedFrame contiguous;
   if (is_semi_planar(in->pixel_format) && tavrine_frame_is_contiguous(in) == 0) {
-    gathered = OwnedFrame(tavrine_frame_duplicate(in));
-    if (!gathered) {
+    contiguous = OwnedFrame(tavrine_frame_duplicate(in));
+    if (!contiguous) {
       return TAVRINE_FAILURE;
     }
-    in = gathered.get();
+    in = contiguous.get();
   }
   return rotate_planes(with_true_strides(*in), *rotation, with_true_strides(*out));
 }

@@ -32,21 +32,21 @@ TEST_F(Dispatch, AsksForTheMemoryTypeAtEachStep) {
     SCOPED_TRACE(testing::Message() << test.before_engine << test.before_cpu << test.after_cpu);
     OwnedFrame out = make_frame(TAVRINE_FORMAT_NV21, 64, 64, TAVRINE_MEMORY_DEVICE);
     fill(out.get(), 9);
-    std::vector<int32_t> answers = {test.after_cpu, test.before_cpu, test.before_engine, 1};
+    std::vector<int32_t> memory_types = {test.after_cpu, test.before_cpu, test.before_engine, 1};
     tavrine_devkit_reset_call_counts();
     {
       const WithCoreHooks hooks({[&](const tavrine_frame_t *frame, int32_t memory) {
-                                   if (frame != in.get() || answers.empty()) {
+                                   if (frame != in.get() || memory_types.empty()) {
                                      return memory;
                                    }
-                                   const int32_t answer = answers.back();
-                                   answers.pop_back();
-                                   return answer;
+                                   const int32_t memory_type = memory_types.back();
+                                   memory_types.pop_back();
+                                   return memory_type;
                                  },
                                  nullptr});
       EXPECT_EQ(tavrine_frame_cvt_color(in.get(), out.slot(), TAVRINE_FORMAT_NV21), 0);
     }
-    EXPECT_TRUE(answers.empty());
+    EXPECT_TRUE(memory_types.empty());
     EXPECT_EQ(tavrine_devkit_call_count("tavrine_frame_download"), test.copies ? 2 : 0);
     EXPECT_EQ(tavrine_devkit_call_count("tavrine_frame_upload"), test.uploads);
     const std::vector<LogRecord> log = take_log();
