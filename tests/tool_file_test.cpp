@@ -7,7 +7,9 @@
 #include <filesystem>
 
 #include "failure.h"
+#include "log_records.h"
 #include "output_file.h"
+#include "tavrine_core.h"
 #include "tests/tool_support.h"
 
 namespace tavrine::test {
@@ -165,6 +167,24 @@ TEST_F(Tool, AFullStandardOutputIsAFailure) {
     const Outcome outcome = run(std::string(arguments) + " >/dev/full");
     EXPECT_EQ(outcome.errors, std::string("tavrine-aux: ") + line) << arguments;
     EXPECT_EQ(outcome.status, 1) << arguments;
+  }
+}
+
+TEST_F(Tool, LogLevelsDecideWhereRecordsGo) {
+  for (const bool verbose : {false, true}) {
+    tool::Console console;
+    tool::LogRecords records(console, verbose);
+    ::testing::internal::CaptureStderr();
+    tavrine_log(0, "core", 12, "[name] all is\nwell\n");
+    tavrine_log(3, "core", 34, "not so well\n");
+    tavrine_log(4, "core", 56, "bad\n");
+    tavrine_log(4, "core", 78, "[name] worse\n");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              verbose ? "tavrine-aux: notice: all is well (core:12)\n"
+                        "tavrine-aux: warning: not so well (core:34)\n"
+                      : "");
+    EXPECT_EQ(records.take_errors(), "bad; worse");
+    EXPECT_EQ(records.take_errors(), "");
   }
 }
 

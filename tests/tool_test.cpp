@@ -67,7 +67,8 @@ TEST_F(Tool, FailuresAreOneLineThatNamesFileOperationAndReason) {
        "ramp.png: scale by 0.01: gives 0x0, sizes must be positive"},
       {"ramp.png --format nv12 --resize 5x4 kept.png", "ramp.png: resize to 5x4: NV12 needs even"},
       {"ramp.png --format nv12 --crop 0,0,5,4 kept.png", "ramp.png: crop 0,0,5,4: NV12 needs even"},
-      {"ramp.png --crop 99,0,5,4 kept.png", "ramp.png: crop 99,0,5,4: the area lies outside"},
+      {"ramp.png --crop 99,0,5,4 kept.png",
+       "ramp.png: crop 99,0,5,4: the area lies outside the picture of 32x24 (Illegal RoI."},
       {"ramp.png --format BGRA kept.png", "ramp.png: convert to BGRA: RGB24 cannot be converted"},
       {"--in BGRA:6x1 text.png kept.png", "text.png: read BGRA:6x1: a frame has 24 bytes"},
       {"--in Y16:11x1 text.png kept.png",
@@ -93,6 +94,9 @@ TEST_F(Tool, AFullDiskLeavesTheOldFile) {
     expect_failure("convert ramp.png --scale 40 " + name, name + ": save: File too large",
                    "ulimit -f 8; trap '' XFSZ; ");
   }
+  // So little that only closing the file writes it.
+  expect_failure("convert ramp.png new.rgb", "new.rgb: save: File too large",
+                 "ulimit -f 1; trap '' XFSZ; ");
 }
 
 TEST_F(Tool, WrongUsageIsReportedBeforeAnyFileIsTouched) {
