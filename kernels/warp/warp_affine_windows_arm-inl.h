@@ -213,9 +213,9 @@ HWY_INLINE void warp_block(const uint8_t *data, int32_t stride, scalar::Offset s
   if constexpr (kChannels == 1) {
     vst1_u8(out, channel(0));
   } else if constexpr (kChannels == 2) {
-    vst2_u8(out, {{channel(0), channel(1)}});
+    vst2_u8(out, (uint8x8x2_t{{channel(0), channel(1)}}));
   } else {
-    vst3_u8(out, {{channel(0), channel(1), channel(2)}});
+    vst3_u8(out, (uint8x8x3_t{{channel(0), channel(1), channel(2)}}));
   }
 }
 
