@@ -303,10 +303,10 @@ TEST_F(PictureRepairs, Jpeg422RowsAreMirroredLikeTheirSamples) {
       stbi__resample_row_h_2(out.data(), row.data(), nullptr, width, 2);
       return out;
     };
-    std::vector<stbi_uc> expected = doubled(samples);
-    std::reverse(expected.begin(), expected.end());
-    std::reverse(samples.begin(), samples.end());
-    EXPECT_EQ(doubled(samples), expected) << width;
+    const auto mirrored = [](const std::vector<stbi_uc> &row) {
+      return std::vector<stbi_uc>(row.rbegin(), row.rend());
+    };
+    EXPECT_EQ(doubled(mirrored(samples)), mirrored(doubled(samples))) << width;
   }
   // Red up to column 13, then blue.
   const Picture picture = decode(read_file("corpus", "red-blue-422.jpg"));
