@@ -148,7 +148,7 @@ void encode(Input &input, const OwnedFrame &frame) {
   if (!buffer || tavrine_frame_encode(frame.get(), encoding, buffer.get()) != TAVRINE_OK) {
     return;
   }
-  tavrine_devkit_clear_failures();
+  tavrine_devkit_clear_faults();
   const OwnedFrame back =
       load(static_cast<const uint8_t *>(tavrine_buffer_raw_pointer(buffer.get())),
            tavrine_buffer_size(buffer.get()));
@@ -166,7 +166,7 @@ void picture(const uint8_t *data, size_t size) {
   Watch::order_failures(input);
   OwnedFrame frame = load(data, size);
   if (is_also_a_file) {
-    tavrine_devkit_clear_failures();
+    tavrine_devkit_clear_faults();
     const OwnedFrame again = load(data, size);
     const MemoryFile file(data, size);
     compare(again.get(), OwnedFrame(tavrine_frame_load(file.path().c_str())).get());

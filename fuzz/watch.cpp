@@ -20,8 +20,8 @@ Watch::Watch() {
 }
 
 Watch::~Watch() {
-  tavrine_devkit_clear_failures();
-  tavrine_devkit_mpp_clear_orders();
+  tavrine_devkit_clear_faults();
+  tavrine_devkit_mpp_clear_faults();
   const tavrine_devkit_objects_t alive = tavrine_devkit_live_objects();
   require(alive.frames == 0, "leaked frames");
   require(alive.buffers == 0, "leaked buffers");
@@ -39,12 +39,13 @@ void Watch::order_failures(Input &input) {
                                HI_ERR_IVE_BUF_FULL, HI_ERR_IVE_QUERY_TIMEOUT};
   const uint8_t kind = input.byte();
   if ((kind & 7) == 1) {
-    tavrine_devkit_fail_call("*", input.between(1, 32));
+    tavrine_devkit_inject_fault("*", input.between(1, 32));
   } else if ((kind & 7) == 2) {
     const char *name = input.one_of(kPlatformCalls);
     const HI_S32 code = input.one_of(kCodes);
     const int32_t first = input.between(1, 8);
-    tavrine_devkit_mpp_order(name, first, input.between(1, 4), code, TAVRINE_DEVKIT_MPP_NOTHING);
+    tavrine_devkit_mpp_inject_fault(name, first, input.between(1, 4), code,
+                                    TAVRINE_DEVKIT_MPP_NOTHING);
   }
 }
 

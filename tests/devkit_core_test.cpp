@@ -50,7 +50,7 @@ class DevkitCore : public testing::Test {
  protected:
   void TearDown() override {
     tavrine_devkit_guard_device_memory(0);
-    EXPECT_EQ(tavrine_devkit_clear_failures(), 0);
+    EXPECT_EQ(tavrine_devkit_clear_faults(), 0);
     const tavrine_devkit_objects_t live = tavrine_devkit_live_objects();
     EXPECT_EQ(live.frames + live.buffers + live.tensors + live.storage_blocks, 0);
   }
@@ -233,18 +233,18 @@ TEST_F(DevkitCore, TensorViewsAddressTheirElements) {
 TEST_F(DevkitCore, InjectedFaultsHappenOnce) {
   const OwnedFrame frame = alloc({kHost, TAVRINE_FORMAT_GREY, 2, 2, {}});
   tavrine_devkit_reset_call_counts();
-  EXPECT_EQ(tavrine_devkit_fail_call("tavrine_frame_reset", 2), 0);
-  EXPECT_EQ(tavrine_devkit_fail_call("*", 5), 0);
+  EXPECT_EQ(tavrine_devkit_inject_fault("tavrine_frame_reset", 2), 0);
+  EXPECT_EQ(tavrine_devkit_inject_fault("*", 5), 0);
   for (const int32_t code : {0, -77, 0, 0, -77, 0}) {
     EXPECT_EQ(tavrine_frame_reset(frame.get(), 0), code);
   }
   // The core's own allocations do not count.
-  EXPECT_EQ(tavrine_devkit_fail_call("tavrine_frame_alloc", 1), 0);
+  EXPECT_EQ(tavrine_devkit_inject_fault("tavrine_frame_alloc", 1), 0);
   EXPECT_TRUE(OwnedFrame(tavrine_frame_duplicate(frame.get())));
-  EXPECT_EQ(tavrine_devkit_clear_failures(), 1);
+  EXPECT_EQ(tavrine_devkit_clear_faults(), 1);
   EXPECT_EQ(tavrine_devkit_call_count("tavrine_frame_reset"), 6);
-  EXPECT_EQ(tavrine_devkit_fail_call("tavrine_frame_lose", 1), -1);
-  EXPECT_EQ(tavrine_devkit_fail_call("tavrine_frame_free", 1), TAVRINE_NOT_SUPPORTED);
+  EXPECT_EQ(tavrine_devkit_inject_fault("tavrine_frame_lose", 1), -1);
+  EXPECT_EQ(tavrine_devkit_inject_fault("tavrine_frame_free", 1), TAVRINE_NOT_SUPPORTED);
 }
 
 TEST_F(DevkitCore, ThreadsShareFramesAndLog) {

@@ -87,7 +87,7 @@ class FailureSweep : public LibraryTest {
     tavrine_log_set_sink([](void *, int32_t, const char *, int32_t, const char *) {}, nullptr);
   }
   void TearDown() override {
-    tavrine_devkit_mpp_clear_orders();
+    tavrine_devkit_mpp_clear_faults();
     LibraryTest::TearDown();
   }
 
@@ -168,8 +168,8 @@ TEST_F(FailureSweep, FailedCoreCalls) {
           ASSERT_LT(nth, 100);
           was_reached = run_once(
               scenario, in.get(), model.get(), is_given,
-              [&] { tavrine_devkit_fail_call(call, nth); },
-              [] { return tavrine_devkit_clear_failures() == 0; });
+              [&] { tavrine_devkit_inject_fault(call, nth); },
+              [] { return tavrine_devkit_clear_faults() == 0; });
           if (was_reached) {
             EXPECT_TRUE(is_given ? is_promised_somewhere(scenario, call, result_)
                                  : is_promised(scenario, call, nth, result_))
@@ -209,10 +209,11 @@ TEST_F(FailureSweep, FailedPlatformCalls) {
           scenario, in.get(), model.get(), is_given,
           [] {
             for (const char *name : {"HI_MPI_IVE_CSC", "HI_MPI_IVE_Resize"}) {
-              tavrine_devkit_mpp_order(name, 1, 100, kPlatformCode, TAVRINE_DEVKIT_MPP_NOTHING);
+              tavrine_devkit_mpp_inject_fault(name, 1, 100, kPlatformCode,
+                                              TAVRINE_DEVKIT_MPP_NOTHING);
             }
           },
-          [] { return tavrine_devkit_mpp_clear_orders() != 0; });
+          [] { return tavrine_devkit_mpp_clear_faults() != 0; });
       const std::vector<uint8_t> by_cpu = pixels_;
       for (const auto &call : kPlatformCalls) {
         bool was_reached = true;
@@ -222,9 +223,10 @@ TEST_F(FailureSweep, FailedPlatformCalls) {
           was_reached = run_once(
               scenario, in.get(), model.get(), is_given,
               [&] {
-                tavrine_devkit_mpp_order(call.name, nth, call.times, kPlatformCode, call.does);
+                tavrine_devkit_mpp_inject_fault(call.name, nth, call.times, kPlatformCode,
+                                                call.does);
               },
-              [] { return tavrine_devkit_mpp_clear_orders() == 0; });
+              [] { return tavrine_devkit_mpp_clear_faults() == 0; });
           reached += was_reached;
           const bool is_memory = std::strcmp(call.name, "HI_MPI_SYS_MmzAlloc_Cached") == 0;
           EXPECT_TRUE(result_ == 0 || (is_memory && result_ < 0)) << "returns " << result_;

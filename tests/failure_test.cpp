@@ -9,16 +9,16 @@ class Failures : public LibraryTest {};
 TEST_F(Failures, FailedDownloadWhenSavingAndEncoding) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_RGB24, 8, 8, TAVRINE_MEMORY_DEVICE);
   const OwnedBuffer buffer(tavrine_buffer_alloc(16, TAVRINE_MEMORY_HOST));
-  tavrine_devkit_fail_call("tavrine_frame_download", 1);
+  tavrine_devkit_inject_fault("tavrine_frame_download", 1);
   EXPECT_EQ(tavrine_frame_save(in.get(), "never-written.png"), kInjected);
   EXPECT_TRUE(take_log().empty());
-  tavrine_devkit_fail_call("tavrine_frame_download", 1);
+  tavrine_devkit_inject_fault("tavrine_frame_download", 1);
   EXPECT_EQ(tavrine_frame_encode(in.get(), TAVRINE_ENCODE_PNG, buffer.get()), -4);
   EXPECT_EQ(take_log(), (std::vector<LogRecord>{{4, "aux", 498, "Download failed!\n"}}));
   const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 8, 8);
-  tavrine_devkit_fail_call("tavrine_buffer_resize", 2);
+  tavrine_devkit_inject_fault("tavrine_buffer_resize", 2);
   EXPECT_EQ(tavrine_frame_encode(grey.get(), TAVRINE_ENCODE_PNG, buffer.get()), -4);
-  tavrine_devkit_fail_call("tavrine_buffer_resize", 2);
+  tavrine_devkit_inject_fault("tavrine_buffer_resize", 2);
   EXPECT_EQ(tavrine_frame_encode(grey.get(), TAVRINE_ENCODE_BMP, buffer.get()), -4);
   const char *text = "Monochrome frame serialize failed error!\n";
   EXPECT_EQ(take_log(), (std::vector<LogRecord>{{4, "aux", 520, text}, {4, "aux", 554, text}}));
@@ -29,9 +29,9 @@ TEST_F(Failures, PerspectiveWarpWithoutIntermediateFrame) {
   const OwnedFrame out = make_frame(TAVRINE_FORMAT_NV12, 6, 4);
   fill(out.get(), 77);
   const float identity[] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-  tavrine_devkit_fail_call("tavrine_frame_alloc", 2);
+  tavrine_devkit_inject_fault("tavrine_frame_alloc", 2);
   EXPECT_EQ(tavrine_frame_warpperspective(in.get(), out.get(), identity), 0);
-  EXPECT_EQ(tavrine_devkit_clear_failures(), 0);
+  EXPECT_EQ(tavrine_devkit_clear_faults(), 0);
   EXPECT_EQ(pixels_of(out.get()), std::vector<uint8_t>(36, 77));
 }
 
@@ -47,7 +47,7 @@ TEST_F(Failures, RefusedOperationUploadsNothing) {
 
 TEST_F(Failures, FailedDuplicateWhenSaving) {
   const PaddedFrame in = make_padded_frame(TAVRINE_FORMAT_RGB24, 8, 8, random_);
-  tavrine_devkit_fail_call("tavrine_frame_duplicate", 1);
+  tavrine_devkit_inject_fault("tavrine_frame_duplicate", 1);
   EXPECT_EQ(tavrine_frame_save(in.frame.get(), "never-written.png"), -4);
 }
 

@@ -54,7 +54,7 @@ IVE_IMAGE_S image_in(const Block &block, IVE_IMAGE_TYPE_E type, uint32_t width, 
 class Mpp : public testing::Test {
  protected:
   void TearDown() override {
-    EXPECT_EQ(tavrine_devkit_mpp_clear_orders(), 0);
+    EXPECT_EQ(tavrine_devkit_mpp_clear_faults(), 0);
     EXPECT_EQ(tavrine_devkit_live_mmz().blocks, 0);
     EXPECT_EQ(tavrine_devkit_live_mmz().bytes, 0U);
   }
@@ -309,7 +309,7 @@ TEST_F(Mpp, OrdersAreCarriedOutAndSeen) {
       },
       &codes);
   SYS_VIRMEM_INFO_S info;
-  EXPECT_EQ(tavrine_devkit_mpp_order("HI_MPI_SYS_GetVirMemInfo", 2, 2, 11, 0), 0);
+  EXPECT_EQ(tavrine_devkit_mpp_inject_fault("HI_MPI_SYS_GetVirMemInfo", 2, 2, 11, 0), 0);
   for (int call = 0; call < 4; ++call) {
     HI_MPI_SYS_GetVirMemInfo(&info, &info);
   }
@@ -320,13 +320,13 @@ TEST_F(Mpp, OrdersAreCarriedOutAndSeen) {
   const char *const alloc = "HI_MPI_SYS_MmzAlloc_Cached";
   HI_U64 physical = 0;
   void *address = nullptr;
-  EXPECT_EQ(tavrine_devkit_mpp_order(alloc, 1, 1, 12, TAVRINE_DEVKIT_MPP_ITS_WORK), 0);
+  EXPECT_EQ(tavrine_devkit_mpp_inject_fault(alloc, 1, 1, 12, TAVRINE_DEVKIT_MPP_ITS_WORK), 0);
   EXPECT_EQ(HI_MPI_SYS_MmzAlloc_Cached(&physical, &address, nullptr, nullptr, 1), 12);
   EXPECT_EQ(HI_MPI_SYS_MmzFree(physical, address), 0);
-  EXPECT_EQ(tavrine_devkit_mpp_order(alloc, 1, 0, 12, 0), -1);
-  EXPECT_EQ(tavrine_devkit_mpp_order("HI_MPI_SYS_Exit", 1, 1, 12, 0), -1);
-  EXPECT_EQ(tavrine_devkit_mpp_order(alloc, 1, 1, 12, 0), 0);
-  EXPECT_EQ(tavrine_devkit_mpp_clear_orders(), 1);
+  EXPECT_EQ(tavrine_devkit_mpp_inject_fault(alloc, 1, 0, 12, 0), -1);
+  EXPECT_EQ(tavrine_devkit_mpp_inject_fault("HI_MPI_SYS_Exit", 1, 1, 12, 0), -1);
+  EXPECT_EQ(tavrine_devkit_mpp_inject_fault(alloc, 1, 1, 12, 0), 0);
+  EXPECT_EQ(tavrine_devkit_mpp_clear_faults(), 1);
 }
 
 }  // namespace

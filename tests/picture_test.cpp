@@ -135,10 +135,10 @@ TEST_F(Pictures, AlphaNeedsAFrameOfItsOwn) {
     const std::vector<uint8_t> file = encode_png(std::vector<uint8_t>(24, 77), 3, channels);
     for (const char *call : {"tavrine_frame_alloc", "tavrine_frame_make"}) {
       const bool has_alpha = channels % 2 == 0;
-      ASSERT_EQ(tavrine_devkit_fail_call(call, 1), 0);
+      ASSERT_EQ(tavrine_devkit_inject_fault(call, 1), 0);
       EXPECT_EQ(static_cast<bool>(decode(file)),
                 has_alpha != (call == std::string("tavrine_frame_alloc")));
-      tavrine_devkit_clear_failures();
+      tavrine_devkit_clear_faults();
     }
   }
 }

@@ -83,18 +83,18 @@ void RandomSource::inject_failure() {
                                         "HI_MPI_IVE_CSC",           "HI_MPI_IVE_Query"};
   const int first = between(1, 4);
   if (chance(70)) {
-    EXPECT_EQ(tavrine_devkit_fail_call("*", first), 0);
+    EXPECT_EQ(tavrine_devkit_inject_fault("*", first), 0);
   } else {
     const HI_S32 code = chance(50) ? HI_ERR_IVE_QUERY_TIMEOUT : TAVRINE_DEVKIT_IVE_ILLEGAL_PARAM;
-    EXPECT_EQ(tavrine_devkit_mpp_order(one_of(platform_calls), first, 1, code,
-                                       TAVRINE_DEVKIT_MPP_NOTHING),
+    EXPECT_EQ(tavrine_devkit_mpp_inject_fault(one_of(platform_calls), first, 1, code,
+                                              TAVRINE_DEVKIT_MPP_NOTHING),
               0);
   }
 }
 
 void RandomSource::clear_failures() {
-  tavrine_devkit_clear_failures();
-  tavrine_devkit_mpp_clear_orders();
+  tavrine_devkit_clear_faults();
+  tavrine_devkit_mpp_clear_faults();
 }
 
 }  // namespace tavrine::test

@@ -146,7 +146,7 @@ void LibraryTest::SetUp() {
 
 void LibraryTest::TearDown() {
   tavrine_log_set_sink(nullptr, nullptr);
-  tavrine_devkit_clear_failures();
+  tavrine_devkit_clear_faults();
   const tavrine_devkit_objects_t after = tavrine_devkit_live_objects();
   EXPECT_EQ(after.frames, before_.frames);
   EXPECT_EQ(after.buffers, before_.buffers);

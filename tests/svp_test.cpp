@@ -39,7 +39,7 @@ void add_call(void *, const Call *call) {
 }
 
 void order(const char *name, int32_t count, HI_S32 code, int32_t does, int32_t first = 1) {
-  ASSERT_EQ(tavrine_devkit_mpp_order(name, first, count, code, does), 0);
+  ASSERT_EQ(tavrine_devkit_mpp_inject_fault(name, first, count, code, does), 0);
 }
 
 uint64_t physical_of(const tavrine_frame_t *in) { return find_in_mmz(in->planes[0]).physical; }
@@ -69,7 +69,7 @@ class Svp : public LibraryTest {
     blocks_before_ = tavrine_devkit_live_mmz().blocks;
   }
   void TearDown() override {
-    EXPECT_EQ(tavrine_devkit_mpp_clear_orders(), 0);
+    EXPECT_EQ(tavrine_devkit_mpp_clear_faults(), 0);
     EXPECT_EQ(tavrine_devkit_live_mmz().blocks, blocks_before_);
     LibraryTest::TearDown();
   }
@@ -165,7 +165,7 @@ TEST_F(Svp, ConversionRefusesInOrder) {
     order("HI_MPI_IVE_CSC", 1, kCode, kNothing);
     EXPECT_EQ(convert(&pair.in, &pair.out), size.are_accepted ? -4 : -1);
     EXPECT_EQ(messages() == kRange, !size.are_accepted);
-    EXPECT_EQ(tavrine_devkit_mpp_clear_orders(), size.are_accepted ? 0 : 1);
+    EXPECT_EQ(tavrine_devkit_mpp_clear_faults(), size.are_accepted ? 0 : 1);
   }
   for (const OwnedFrame *frame : {&rgb, &nv12}) {
     EXPECT_EQ(convert(frame->get(), frame->get()), -1000);
@@ -259,7 +259,7 @@ TEST_F(Svp, ResizeRefusesInOrder) {
       order("HI_MPI_SYS_MmzAlloc_Cached", 1, kCode, kNothing);
       EXPECT_EQ(slot(pair), size.are_accepted ? -3 : -1);
       EXPECT_EQ(messages() == kRange, !size.are_accepted);
-      EXPECT_EQ(tavrine_devkit_mpp_clear_orders(), size.are_accepted ? 0 : 1);
+      EXPECT_EQ(tavrine_devkit_mpp_clear_faults(), size.are_accepted ? 0 : 1);
     }
   }
   for (const bool in_is_lost : {false, true}) {

@@ -75,7 +75,7 @@ TEST_F(Tensors, FrameInAnotherMemory) {
   EXPECT_EQ(filled(TAVRINE_MEMORY_DEVICE, host, 0), expected);
   expect_message(text + "1.", 0);
 
-  tavrine_devkit_fail_call("tavrine_frame_upload", 1);
+  tavrine_devkit_inject_fault("tavrine_frame_upload", 1);
   const std::vector<uint8_t> untouched(kBytes, 0xA5);
   EXPECT_EQ(filled(TAVRINE_MEMORY_DEVICE, host, TAVRINE_DEVKIT_INJECTED_FAILURE), untouched);
   expect_message(text + "1.", 0);

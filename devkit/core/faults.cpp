@@ -64,7 +64,7 @@ void count_call(Operation operation) { ++state_of(operation).calls; }
 
 using namespace tavrine::devkit;
 
-int32_t tavrine_devkit_fail_call(const char *name, int32_t n) {
+int32_t tavrine_devkit_inject_fault(const char *name, int32_t n) {
   if (name == nullptr || n < 1) {
     return TAVRINE_INVALID_ARGUMENT;
   }
@@ -83,7 +83,7 @@ int32_t tavrine_devkit_fail_call(const char *name, int32_t n) {
   return TAVRINE_OK;
 }
 
-int32_t tavrine_devkit_clear_failures() {
+int32_t tavrine_devkit_clear_faults() {
   int32_t pending = fault_of_any.exchange(0) > 0 ? 1 : 0;
   for (OperationState &state : states) {
     pending += state.fault.exchange(0) > 0 ? 1 : 0;

@@ -70,10 +70,10 @@ enum { TAVRINE_DEVKIT_INJECTED_FAILURE = -77 };
  * and _reset; tavrine_buffer_make, _alloc, _set and _resize; tavrine_tensor_alloc, _make and
  * _roi.
  * Returns 0; -1 for n below 1 or an unknown name; -1000 for an operation that cannot fail. */
-int32_t tavrine_devkit_fail_call(const char *name, int32_t n);
+int32_t tavrine_devkit_inject_fault(const char *name, int32_t n);
 
 /* Removes all faults. Returns how many were still pending. */
-int32_t tavrine_devkit_clear_failures(void);
+int32_t tavrine_devkit_clear_faults(void);
 
 /* The number of calls of an operation of libtavrine_core from outside it, including failed ones;
  * "*" adds up the operations that can fail. -1 for an unknown name. */

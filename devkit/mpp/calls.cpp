@@ -53,8 +53,8 @@ void notify_observer(const tavrine_devkit_mpp_call_t &call) {
 
 using namespace tavrine::devkit;
 
-int32_t tavrine_devkit_mpp_order(const char *name, int32_t first, int32_t count, HI_S32 code,
-                                 int32_t does) {
+int32_t tavrine_devkit_mpp_inject_fault(const char *name, int32_t first, int32_t count, HI_S32 code,
+                                        int32_t does) {
   const std::lock_guard<std::recursive_mutex> lock(platform_mutex());
   for (FunctionState &state : states) {
     if (name != nullptr && std::strcmp(state.name, name) == 0 && first >= 1 && count >= 1) {
@@ -67,7 +67,7 @@ int32_t tavrine_devkit_mpp_order(const char *name, int32_t first, int32_t count,
   return -1;
 }
 
-int32_t tavrine_devkit_mpp_clear_orders() {
+int32_t tavrine_devkit_mpp_clear_faults() {
   const std::lock_guard<std::recursive_mutex> lock(platform_mutex());
   int32_t pending = 0;
   for (FunctionState &state : states) {

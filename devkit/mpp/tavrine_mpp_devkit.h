@@ -77,11 +77,11 @@ enum {
  * new one replaces it. A query that does nothing leaves bFinish unchanged, so code 0 makes it
  * report an unfinished task. Returns 0; -1 for an unknown name, or if `first` or `count` is
  * below 1. */
-int32_t tavrine_devkit_mpp_order(const char *name, int32_t first, int32_t count, HI_S32 code,
-                                 int32_t does);
+int32_t tavrine_devkit_mpp_inject_fault(const char *name, int32_t first, int32_t count, HI_S32 code,
+                                        int32_t does);
 
 /* Removes all faults. Returns how many were still pending. */
-int32_t tavrine_devkit_mpp_clear_orders(void);
+int32_t tavrine_devkit_mpp_clear_faults(void);
 
 /* ---- Observation ----------------------------------------------------------- */
 
