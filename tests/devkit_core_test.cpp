@@ -6,10 +6,12 @@
 #include <string>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "common/owned.h"
 #include "tavrine_devkit.h"
+#include "tavrine_mpp_devkit.h"
 
 namespace {
 
@@ -205,6 +207,8 @@ TEST_F(DevkitCore, BuffersKeepTheirBytesWhenResized) {
     // Bytes that a shrink cut off do not reappear, in place or after reallocation.
     for (const size_t size : {4U, 8U, 4U, 5000U}) {
       ASSERT_EQ(tavrine_buffer_resize(buffer.get(), size), 0);
+      const auto *now = static_cast<const uint8_t *>(tavrine_buffer_raw_pointer(buffer.get()));
+      EXPECT_EQ(std::count(now, now + size, 5), 4) << size;
     }
     EXPECT_EQ(tavrine_buffer_resize(buffer.get(), SIZE_MAX), -4);
     ASSERT_EQ(tavrine_buffer_size(buffer.get()), 5000u);
@@ -212,6 +216,56 @@ TEST_F(DevkitCore, BuffersKeepTheirBytesWhenResized) {
     EXPECT_EQ(std::string(data, data + 4), "\5\5\5\5");
     EXPECT_EQ(std::count(data, data + 5000, 5), 4);
   }
+}
+
+// The engine reads memory, not the CPU's cache.
+TEST_F(DevkitCore, EveryChangeOfDeviceMemoryIsFlushed) {
+  using Range = std::pair<const uint8_t *, uint32_t>;
+  std::vector<Range> flushed;
+  tavrine_devkit_mpp_set_observer(
+      [](void *arg, const tavrine_devkit_mpp_call_t *call) {
+        if (std::string(call->name) == "HI_MPI_SYS_MmzFlushCache") {
+          static_cast<std::vector<Range> *>(arg)->push_back(
+              {static_cast<const uint8_t *>(call->address), call->length});
+        }
+      },
+      &flushed);
+  const auto expect_flush = [&](const char *change, const void *data, size_t size) {
+    const auto *begin = static_cast<const uint8_t *>(data);
+    EXPECT_TRUE(std::any_of(flushed.begin(), flushed.end(), [&](const Range &range) {
+      return range.first <= begin && range.first + range.second >= begin + size;
+    })) << change;
+    flushed.clear();
+  };
+
+  const OwnedBuffer buffer(tavrine_buffer_alloc(100, kDevice));
+  const auto bytes = [&] { return tavrine_buffer_raw_pointer(buffer.get()); };
+  expect_flush("allocation", bytes(), 100);
+  tavrine_buffer_set(buffer.get(), 5);
+  expect_flush("setting", bytes(), 100);
+  for (const size_t size : {50U, 90U, 5000U}) {
+    tavrine_buffer_resize(buffer.get(), size);
+    expect_flush("resizing", bytes(), size);
+  }
+
+  const Request size = {kDevice, TAVRINE_FORMAT_NV12, 32, 16, {}};
+  const OwnedFrame host = alloc({kHost, TAVRINE_FORMAT_NV12, 32, 16, {}});
+  OwnedFrame device = alloc(size);
+  OwnedFrame other = alloc(size);
+  const auto expect_flushed_planes = [&](const char *change, const OwnedFrame &frame) {
+    const std::vector<Range> all = flushed;
+    expect_flush(change, frame->planes[0], 32 * 16);
+    flushed = all;
+    expect_flush(change, frame->planes[1], 32 * 8);
+  };
+  flushed.clear();
+  tavrine_frame_reset(device.get(), 7);
+  expect_flushed_planes("reset", device);
+  tavrine_frame_upload(host.get(), device.slot());
+  expect_flushed_planes("upload", device);
+  tavrine_frame_copy(device.get(), other.slot());
+  expect_flushed_planes("copy", other);
+  tavrine_devkit_mpp_set_observer(nullptr, nullptr);
 }
 
 TEST_F(DevkitCore, TensorViewsAddressTheirElements) {
