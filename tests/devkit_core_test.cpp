@@ -270,7 +270,8 @@ TEST_F(DevkitCore, EveryChangeOfDeviceMemoryIsFlushed) {
 
 TEST_F(DevkitCore, TensorViewsAddressTheirElements) {
   const int32_t shape[4] = {2, 3, 4, 5}, begin[4] = {1, 1, 2, 3}, end[4] = {2, 3, 4, 5};
-  const int32_t padded[4] = {0, 40, 8, 1}, thin[4] = {0, 0, 4, 1}, huge[4] = {65536, 65536, 1, 1};
+  const int32_t padded[4] = {0, 40, 8, 1}, thin[4] = {0, 0, 4, 1}, apart[4] = {0, 0, 10, 2};
+  const int32_t huge[4] = {65536, 65536, 1, 1};
   float values[2 * 109];
   const OwnedTensor whole(tavrine_tensor_make(kHost, 101, values, shape, padded, nullptr, nullptr));
   const OwnedTensor view(tavrine_tensor_roi(whole.get(), begin, end));
@@ -282,6 +283,7 @@ TEST_F(DevkitCore, TensorViewsAddressTheirElements) {
   EXPECT_EQ(tavrine_tensor_alloc(kHost, 51, huge), nullptr);
   EXPECT_EQ(tavrine_tensor_alloc(kHost, 50, shape), nullptr);
   EXPECT_EQ(tavrine_tensor_make(kHost, 51, values, shape, thin, nullptr, nullptr), nullptr);
+  EXPECT_EQ(tavrine_tensor_make(kHost, 51, values, shape, apart, nullptr, nullptr), nullptr);
 }
 
 TEST_F(DevkitCore, InjectedFaultsHappenOnce) {
