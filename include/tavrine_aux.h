@@ -68,8 +68,8 @@ extern "C" {
 /* Reads a picture file into a new host frame: GREY for a grey picture, RGB24 for a coloured one.
  *
  * Read are JPEG (baseline and progressive), PNG, BMP, GIF, TGA, PSD, HDR, PIC and PNM (P5 and P6
- * with any maximum). Not read are JPEG with arithmetic coding or 12 bits, BMP with run-length coding,
- * plain and bitmap PNM (P1 to P4), TGA with 1 bit, and GIF without an initial clear code.
+ * with any maximum). Not read are JPEG with arithmetic coding or 12 bits, BMP with run-length
+ * coding, plain and bitmap PNM (P1 to P4), TGA with 1 bit, and GIF without an initial clear code.
  *
  *   Alpha is dropped, not blended.
  *   An animated GIF gives its first picture, a PSD file the merged one.
@@ -79,9 +79,9 @@ extern "C" {
  *   Colour profiles and the orientation in EXIF data are ignored.
  *
  * A picture is refused when its pixels, alpha included, exceed 512 MiB, or 16 MiB plus 32,768 times
- * the file's size (JPEG: 2,048 times), when a side exceeds 2^24, when the file ends too early, when a
- * JPEG has more than 100 scans, and when decoding needs more than 64 MiB plus 16 times the bytes of
- * the pixels.
+ * the file's size (JPEG: 2,048 times), when a side exceeds 2^24, when the file ends too early, when
+ * a JPEG has more than 100 scans, and when decoding needs more than 64 MiB plus 16 times the bytes
+ * of the pixels.
  *
  * Returns the frame, or null when the file cannot be read or decoded, and when out of memory. The
  * reason is not logged, except a null path. */
