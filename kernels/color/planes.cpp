@@ -27,6 +27,8 @@ namespace {
 
 #if TAVRINE_HAS_VECTORS
 
+constexpr bool kHasVectors = true;
+
 void swap_pairs_row(const uint8_t *in, int32_t columns, uint8_t *out) {
   convert_row<kPairsInStep, 2, 2>(in, columns, out, swap_pairs_step);
 }
@@ -68,6 +70,8 @@ void deinterleave_row(const uint8_t *pairs, int32_t columns, uint8_t *first, uin
 
 #else
 
+constexpr bool kHasVectors = false;
+
 using scalar::deinterleave_row;
 using scalar::interleave_row;
 using scalar::swap_pairs_row;
@@ -75,21 +79,21 @@ using scalar::swap_pairs_row;
 #endif
 
 void swap_pairs_rows(const PlaneView &source, const PlaneView &destination) {
-  trace_path(TAVRINE_HAS_VECTORS ? "planes.swap.vectors" : "planes.swap.scalar");
+  trace_path(kHasVectors ? "planes.swap.vectors" : "planes.swap.scalar");
   for (int32_t y = 0; y < source.rows; ++y) {
     swap_pairs_row(source.row(y), source.columns, destination.row(y));
   }
 }
 
 void interleave_rows(const PlaneView &first, const PlaneView &second, const PlaneView &pairs) {
-  trace_path(TAVRINE_HAS_VECTORS ? "planes.interleave.vectors" : "planes.interleave.scalar");
+  trace_path(kHasVectors ? "planes.interleave.vectors" : "planes.interleave.scalar");
   for (int32_t y = 0; y < pairs.rows; ++y) {
     interleave_row(first.row(y), second.row(y), pairs.columns, pairs.row(y));
   }
 }
 
 void deinterleave_rows(const PlaneView &pairs, const PlaneView &first, const PlaneView &second) {
-  trace_path(TAVRINE_HAS_VECTORS ? "planes.deinterleave.vectors" : "planes.deinterleave.scalar");
+  trace_path(kHasVectors ? "planes.deinterleave.vectors" : "planes.deinterleave.scalar");
   for (int32_t y = 0; y < pairs.rows; ++y) {
     deinterleave_row(pairs.row(y), pairs.columns, first.row(y), second.row(y));
   }

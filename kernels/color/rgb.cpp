@@ -30,6 +30,8 @@ namespace {
 
 #if TAVRINE_HAS_VECTORS
 
+constexpr bool kHasVectors = true;
+
 void replicate_grey_row(const uint8_t *grey, int32_t columns, uint8_t *pixels) {
   convert_row<kPixelsInStep, 1, 3>(grey, columns, pixels, replicate_grey_step);
 }
@@ -49,6 +51,8 @@ void luma_row(const uint8_t *pixels, int32_t columns, uint8_t *grey) {
 
 #else
 
+constexpr bool kHasVectors = false;
+
 using scalar::replicate_grey_row;
 using scalar::swap_red_blue_row;
 
@@ -60,14 +64,14 @@ void luma_row(const uint8_t *pixels, int32_t columns, uint8_t *grey) {
 #endif
 
 void replicate_grey_rows(const PlaneView &grey, const PlaneView &packed) {
-  trace_path(TAVRINE_HAS_VECTORS ? "rgb.replicate.vectors" : "rgb.replicate.scalar");
+  trace_path(kHasVectors ? "rgb.replicate.vectors" : "rgb.replicate.scalar");
   for (int32_t y = 0; y < grey.rows; ++y) {
     replicate_grey_row(grey.row(y), grey.columns, packed.row(y));
   }
 }
 
 void swap_red_blue_rows(const PlaneView &source, const PlaneView &destination) {
-  trace_path(TAVRINE_HAS_VECTORS ? "rgb.swap.vectors" : "rgb.swap.scalar");
+  trace_path(kHasVectors ? "rgb.swap.vectors" : "rgb.swap.scalar");
   for (int32_t y = 0; y < source.rows; ++y) {
     swap_red_blue_row(source.row(y), source.columns, destination.row(y));
   }
@@ -81,7 +85,7 @@ void luma_rows_of(const PlaneView &packed, const PlaneView &grey) {
 }
 
 void luma_rows(const PlaneView &packed, int32_t red, const PlaneView &grey) {
-  trace_path(TAVRINE_HAS_VECTORS ? "rgb.luma.vectors" : "rgb.luma.scalar");
+  trace_path(kHasVectors ? "rgb.luma.vectors" : "rgb.luma.scalar");
   red == 0 ? luma_rows_of<0>(packed, grey) : luma_rows_of<2>(packed, grey);
 }
 

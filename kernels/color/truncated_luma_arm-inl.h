@@ -67,7 +67,8 @@ HWY_INLINE bool has_any(uint8x16_t mask) {
 
 // A bit for each pixel of two steps.
 struct StepBits {
-  uint32_t steps[2];
+  uint32_t first;
+  uint32_t second;
 };
 
 HWY_INLINE StepBits bits_of(uint8x16_t mask0, uint8x16_t mask1, uint8x16_t mask2,
@@ -80,40 +81,47 @@ HWY_INLINE StepBits bits_of(uint8x16_t mask0, uint8x16_t mask1, uint8x16_t mask2
   const uint8x8_t first = vpadd_u8(fold(mask0), fold(mask1));
   const uint8x8_t second = vpadd_u8(fold(mask2), fold(mask3));
   const uint32x2_t bits = vreinterpret_u32_u8(vpadd_u8(first, second));
-  return {{vget_lane_u32(bits, 0), vget_lane_u32(bits, 1)}};
+  return {vget_lane_u32(bits, 0), vget_lane_u32(bits, 1)};
 }
 
 // Corrects the high bytes of suspects, whose bits are set: they are k or k + 1 with k = floor(s /
 // 1000), and the luma is calculated by definition where s is a multiple of 1000. Stops, and returns
 // false, after some greys.
 template <int32_t kRed>
-HWY_INLINE bool correct_suspects(const uint8_t *pixels, const StepBits &suspects, uint8_t *lumas) {
+HWY_NOINLINE bool correct_suspects(const uint8_t *pixels, StepBits suspects, uint8_t *lumas) {
   int32_t greys_left = 4;
-  for (uint32_t bits : suspects.steps) {
-    for (; bits != 0; bits &= bits - 1) {
-      const size_t x = hwy::Num0BitsBelowLS1Bit_Nonzero32(bits);
-      const uint8_t *pixel = pixels + 3 * x;
-      const uint32_t red = pixel[kRed];
-      const uint32_t green = pixel[1];
-      const uint32_t s = 299 * red + 587 * green + 114 * pixel[2 - kRed];
-      const uint32_t luma = lumas[x];
-      if (s < 1000 * luma) {
-        lumas[x] = static_cast<uint8_t>(luma - 1);
-      } else if (s == 1000 * luma && red != green) {
-        scalar::truncated_luma_row(pixel, kRed, 1, lumas + x);
-      } else if (s == 1000 * luma) {
-        // Grey: 886 (R - k) = 114 (k - B) with numbers from 0 to 255 has no other solution than 0 =
-        // 0.
-        lumas[x] = static_cast<uint8_t>(luma - kGreysRoundedDown.has(luma));
-        if (--greys_left == 0) {
-          return false;
-        }
+  for (;;) {
+    if (suspects.first == 0) {
+      if (suspects.second == 0) {
+        return true;
+      }
+      suspects = {suspects.second, 0};
+      pixels += 3 * kPixelsInStep;
+      lumas += kPixelsInStep;
+    }
+    const size_t x = hwy::Num0BitsBelowLS1Bit_Nonzero32(suspects.first);
+    suspects.first &= suspects.first - 1;
+    const uint8_t *pixel = pixels + 3 * x;
+    const uint32_t red = pixel[kRed];
+    const uint32_t green = pixel[1];
+    const uint32_t s = 299 * red + 587 * green + 114 * pixel[2 - kRed];
+    const uint32_t luma = lumas[x];
+    if (HWY_LIKELY(s > 1000 * luma)) {
+      continue;
+    }
+    if (s < 1000 * luma) {
+      lumas[x] = static_cast<uint8_t>(luma - 1);
+    } else if (red != green) {
+      scalar::truncated_luma_row(pixel, kRed, 1, lumas + x);
+    } else {
+      // Grey: 886 (R - k) = 114 (k - B) with numbers from 0 to 255 has no other solution than 0 =
+      // 0.
+      lumas[x] = static_cast<uint8_t>(luma - kGreysRoundedDown.has(luma));
+      if (--greys_left == 0) {
+        return false;
       }
     }
-    pixels += 3 * kPixelsInStep;
-    lumas += kPixelsInStep;
   }
-  return true;
 }
 
 // The lumas of greys: a level less one where its bit is set.
@@ -206,16 +214,6 @@ HWY_NOINLINE int32_t take_mixed(const uint8_t *pixels, int32_t x, int32_t count,
   return x;
 }
 
-// Corrects two steps that end at both pointers, from the low bytes of their pixels.
-template <int32_t kRed>
-HWY_NOINLINE bool correct_two_steps(const uint8_t *pixels, uint8_t *lumas, uint8x16_t low0,
-                                    uint8x16_t low1, uint8x16_t low2, uint8x16_t low3) {
-  const auto is_zero = [](uint8x16_t v) { return vceqq_u8(v, vdupq_n_u8(0)); };
-  return correct_suspects<kRed>(pixels - ptrdiff_t{6} * kPixelsInStep,
-                                bits_of(is_zero(low0), is_zero(low1), is_zero(low2), is_zero(low3)),
-                                lumas - ptrdiff_t{2} * kPixelsInStep);
-}
-
 // Takes two steps at a time, so that results move from the NEON unit to the core once in a while
 // only. Stops before steps with several greys, or where a single step is left.
 template <int32_t kRed>
@@ -224,6 +222,7 @@ HWY_NOINLINE int32_t take_colors(const uint8_t *pixels, int32_t x, int32_t count
   // Otherwise GCC makes the weights anew after every possible call.
   asm("" : "+w"(weigh.green), "+w"(weigh.red), "+w"(weigh.blue));
   asm("" : "+w"(weigh.green_rest), "+w"(weigh.less_red_rest), "+w"(weigh.blue_rest));
+  const auto is_zero = [](uint8x16_t v) { return vceqq_u8(v, vdupq_n_u8(0)); };
   const uint8_t *in = pixels + ptrdiff_t{3} * x;
   uint8_t *out = lumas + x;
   for (int32_t left = (count - x) / (2 * kPixelsInStep); left > 0; --left) {
@@ -232,10 +231,13 @@ HWY_NOINLINE int32_t take_colors(const uint8_t *pixels, int32_t x, int32_t count
     const uint8x16_t low2 = store_high_bytes<kRed>(weigh, in, out);
     const uint8x16_t low3 = store_high_bytes<kRed>(weigh, in, out);
     const uint8x16_t least = vminq_u8(vminq_u8(low0, low1), vminq_u8(low2, low3));
-    if (has_any(vceqq_u8(least, vdupq_n_u8(0))) &&
-        !correct_two_steps<kRed>(in, out, low0, low1, low2, low3)) {
-      out -= 2 * kPixelsInStep;
-      break;
+    if (has_any(is_zero(least))) {
+      const StepBits bits = bits_of(is_zero(low0), is_zero(low1), is_zero(low2), is_zero(low3));
+      if (!correct_suspects<kRed>(in - ptrdiff_t{6} * kPixelsInStep, bits,
+                                  out - ptrdiff_t{2} * kPixelsInStep)) {
+        out -= 2 * kPixelsInStep;
+        break;
+      }
     }
   }
   return static_cast<int32_t>(out - lumas);

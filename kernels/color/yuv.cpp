@@ -37,6 +37,8 @@ namespace {
 
 #if TAVRINE_HAS_VECTORS
 
+constexpr bool kHasVectors = true;
+
 template <int32_t kRed>
 void luma_row(const uint8_t *pixels, int32_t columns, uint8_t *luma) {
   convert_row<kPixelsInStep, 3, 1>(pixels, columns, luma, luma_step<kRed>);
@@ -84,6 +86,8 @@ void packed_rows(RowPair<const uint8_t> lumas, const uint8_t *chroma, int32_t co
 }
 
 #else
+
+constexpr bool kHasVectors = false;
 
 template <int32_t kRed>
 void luma_row(const uint8_t *pixels, int32_t columns, uint8_t *luma) {
@@ -135,13 +139,13 @@ void choose_conversion(int32_t red, int32_t u, Run run) {
 
 void rgb_to_yuv(const PlaneView &packed, int32_t red, const PlaneView &luma,
                 const PlaneView &chroma, int32_t u) {
-  trace_path(TAVRINE_HAS_VECTORS ? "yuv.from_rgb.vectors" : "yuv.from_rgb.scalar");
+  trace_path(kHasVectors ? "yuv.from_rgb.vectors" : "yuv.from_rgb.scalar");
   choose_conversion(red, u, [&](auto conversion) { conversion.to_yuv(packed, luma, chroma); });
 }
 
 void yuv_to_rgb(const PlaneView &luma, const PlaneView &chroma, int32_t u, const PlaneView &packed,
                 int32_t red) {
-  trace_path(TAVRINE_HAS_VECTORS ? "yuv.to_rgb.vectors" : "yuv.to_rgb.scalar");
+  trace_path(kHasVectors ? "yuv.to_rgb.vectors" : "yuv.to_rgb.scalar");
   choose_conversion(red, u, [&](auto conversion) { conversion.to_rgb(luma, chroma, packed); });
 }
 
