@@ -114,7 +114,7 @@ void resample_and_blend(HorizontalPass &pass, const uint8_t *upper, const uint8_
   with_layout(pass.layout(), [&](auto layout) {
     resample_and_blend<layout>(pass.tables(), pass.readable_row(upper, 0),
                                pass.readable_row(lower, 1), tap, samples, destination);
-  });
+  });  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the pass owns its tables
 }
 
 using Pass = HorizontalPass;
