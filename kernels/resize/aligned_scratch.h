@@ -9,7 +9,8 @@
 
 namespace tavrine {
 
-// Starts where an aligned load of 32 bytes may. Loads that cross a cache line cost twice.
+// Elements from an address that is a multiple of 32 on, so that no load of a register crosses a
+// cache line: those cost twice.
 template <typename Element>
 class AlignedScratch {
  public:

@@ -29,8 +29,8 @@ inline float reciprocal_scale(int32_t source_length, int32_t destination_length)
   return 1.0F / inverse;
 }
 
-// True when each destination index lies on a source index, all weight on that: the ratio is odd,
-// and so small a length does not round.
+// Whether each destination index lies exactly on a source index, which has all the weight then: the
+// ratio is odd, the scale is exact, and below 2^24 no position is rounded.
 inline bool lies_on_samples(int32_t source_length, int32_t destination_length) {
   const int32_t ratio = source_length / destination_length;
   return source_length == ratio * destination_length && ratio % 2 == 1 &&
