@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "kernels/plane_view.h"
 #include "tests/guarded_frame.h"
@@ -20,7 +21,8 @@ inline void choose_target(int64_t target) {
 #endif
 }
 
-// Calls run() once for each instruction set that was compiled and that this machine has.
+// Calls run(), or run(name), once for each instruction set that was compiled and that this machine
+// has.
 template <typename Run>
 void on_every_target(Run run) {
   std::string names;
@@ -32,7 +34,11 @@ void on_every_target(Run run) {
     choose_target(target);
     {
       SCOPED_TRACE(name);
-      run();
+      if constexpr (std::is_invocable_v<Run, const char *>) {
+        run(name);
+      } else {
+        run();
+      }
     }
     choose_target(0);
     if (::testing::Test::HasFatalFailure()) {
