@@ -347,6 +347,26 @@ TEST_F(PictureRepairs, PnmSamplesAreScaledToBytes) {
   }
 }
 
+// Leaves no zeros where the decoder's local variables will be.
+[[gnu::noinline]] void fill_stack() {
+  volatile char bytes[1 << 16];
+  for (volatile char &byte : bytes) {
+    byte = '\xA5';
+  }
+}
+
+TEST_F(PictureRepairs, IndicesPastAPaletteAreBlack) {
+  const Bytes png =
+      "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\2\0\0\0\1\x08\3\0\0\0\0\0\0\0"
+      "\0\0\0\3PLTEabc\0\0\0\0\0\0\0\x0EIDAT\x78\1\1\3\0\xFC\xFF\0\0\5\0\0\0\0\0\0\0\0"
+      "\0\0\0\0IEND\0\0\0\0"s;
+  fill_stack();
+  EXPECT_EQ(pixels_of(decode(png)), "abc\0\0\0"s);
+  const Bytes bmp = read_file("findings", "bmp-short-palette");
+  fill_stack();
+  EXPECT_EQ(pixels_of(decode(bmp)), Bytes(6, '\0'));
+}
+
 TEST_F(PictureRepairs, TgaOriginIsInAnyCorner) {
   struct Case {
     Bytes header;  // up to the size, of 3 x 2 pixels
@@ -424,7 +444,7 @@ TEST_F(PictureRepairs, HdrThresholdsAreExact) {
 
 TEST_F(PictureRepairs, FindingsAreRefused) {
   for (const char *name : {"jpeg-too-many-codes", "jpeg-too-many-codes-long", "pic-unknown-packet",
-                           "jpeg-thousand-scans"}) {
+                           "png-empty-data", "jpeg-thousand-scans"}) {
     EXPECT_FALSE(decode(read_file("findings", name)).pixels) << name;
   }
   // Before memory for their pixels is allocated.
