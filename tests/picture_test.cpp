@@ -7,6 +7,7 @@
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb_image_write.h>
 
+#include "tests/file_failure.h"
 #include "tests/support.h"
 
 namespace tavrine::test {
@@ -239,6 +240,42 @@ TEST_F(Pictures, AJpegHasAtMost65535Columns) {
     }
   }
   EXPECT_EQ(take_log().size(), 2U);
+}
+
+// Each operation on a file fails in turn, as on a bad disk.
+TEST_F(Pictures, FailedFileOperationsAreReported) {
+  OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, 64, 48);
+  fill_random(frame.get(), random_);
+  const auto descriptors = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  const auto descriptors_before = descriptors();
+  for (const char *name : {"a.png", "a.bmp", "a.jpg"}) {
+    const std::string file = path(name);
+    bool was_reached = true;
+    for (int nth = 1; was_reached; ++nth) {
+      ASSERT_LT(nth, 10000);
+      fail_file_operation(nth);
+      const int32_t status = tavrine_frame_save(frame.get(), file.c_str());
+      was_reached = clear_failed_file_operation();
+      ASSERT_EQ(status, was_reached ? -4 : 0) << name << " operation " << nth;
+    }
+    const std::vector<uint8_t> expected =
+        pixels_of(OwnedFrame(tavrine_frame_load(file.c_str())).get());
+    was_reached = true;
+    for (int nth = 1; was_reached; ++nth) {
+      ASSERT_LT(nth, 10000);
+      fail_file_operation(nth);
+      const OwnedFrame back(tavrine_frame_load(file.c_str()));
+      was_reached = clear_failed_file_operation();
+      // A file that cannot be positioned is read like a pipe, and closing cannot lose anything.
+      EXPECT_TRUE(back || was_reached);
+      if (back) {
+        ASSERT_EQ(pixels_of(back.get()), expected) << name << " operation " << nth;
+      }
+    }
+  }
+  EXPECT_EQ(descriptors(), descriptors_before);
 }
 
 // /dev/full fails when bytes reach it.
