@@ -14,11 +14,12 @@ trap 'rm -rf "$folder"' EXIT
 mv "$folder/first" "$folder/moved"
 cd "$folder/moved"
 
-find . ! -type d -printf '%P\n' | sed "s|^$libraries/|lib/|; s|$version\$|VERSION|" | sort >../found
+find . ! -type d -printf '%P\n' | sed "s|^$libraries/|lib/|; s|$version\$|VERSION|; s|-targets-[a-z]*.cmake|-targets-CONFIG.cmake|" | sort >../found
 diff "$files" ../found
 
 while read -r header; do
-  "$compiler" -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -Iinclude/tavrine -x c "$header"
+  "$compiler" -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -Iinclude/tavrine \
+    -Iinclude/tavrine-devkit -x c "$header"
 done < <(find include -name '*.h')
 
 "$@" bin/tavrine-aux version | grep -qx "tavrine-aux $version"
