@@ -5,8 +5,10 @@
 # Arguments: cmake, source folder, build folder, library folder's name
 set -euo pipefail
 cmake=$1 source=$2 build=$3 libraries=$4
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+folder=$build/consumers
+# The subproject's build stays, so that a later run compiles only what has changed.
+mkdir -p "$folder/subproject"
+find "$folder" -mindepth 1 -maxdepth 1 ! -name subproject -exec rm -r {} +
 
 DESTDIR=$folder/staged "$cmake" --install "$build" --prefix /usr >/dev/null
 mv "$folder/staged/usr" "$folder/moved"

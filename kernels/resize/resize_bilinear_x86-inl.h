@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "kernels/resize/resample_tables-inl.h"
-#include "kernels/resize/x86_steps-inl.h"
+#include "kernels/resize/steps_x86-inl.h"
 #include "kernels/vector-inl.h"
 
 #if TAVRINE_IS_X86

@@ -6,7 +6,7 @@
 #define TAVRINE_KERNELS_RESIZE_SUBSAMPLE_X86_INL_H_
 #endif
 
-#include "kernels/resize/x86_steps-inl.h"
+#include "kernels/resize/steps_x86-inl.h"
 #include "kernels/vector-inl.h"
 
 #if TAVRINE_IS_X86

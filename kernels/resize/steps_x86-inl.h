@@ -1,9 +1,9 @@
 // What the resizing kernels share on x86. Included once for each instruction set.
-#if defined(TAVRINE_KERNELS_RESIZE_X86_STEPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef TAVRINE_KERNELS_RESIZE_X86_STEPS_INL_H_
-#undef TAVRINE_KERNELS_RESIZE_X86_STEPS_INL_H_
+#if defined(TAVRINE_KERNELS_RESIZE_STEPS_X86_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef TAVRINE_KERNELS_RESIZE_STEPS_X86_INL_H_
+#undef TAVRINE_KERNELS_RESIZE_STEPS_X86_INL_H_
 #else
-#define TAVRINE_KERNELS_RESIZE_X86_STEPS_INL_H_
+#define TAVRINE_KERNELS_RESIZE_STEPS_X86_INL_H_
 #endif
 
 #include "kernels/vector-inl.h"
