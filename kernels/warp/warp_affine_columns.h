@@ -7,9 +7,6 @@
 #include "common/numeric.h"
 #include "kernels/warp/warp_affine_scalar.h"
 
-// GCC does not inline a large lambda that is called twice.
-#define TAVRINE_INLINE_LAMBDA __attribute__((always_inline))
-
 namespace tavrine {
 
 // For each destination column, what it adds to the source position along both axes. Rises or falls

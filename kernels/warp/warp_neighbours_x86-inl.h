@@ -118,9 +118,8 @@ HWY_INLINE void store_12(hn::VFromD<BytesInBlock> bytes, uint8_t *out) {
   std::memcpy(out + 8, &last, sizeof last);
 }
 
-// Stores a step's pixels of three channels, which are four bytes apart.
-HWY_INLINE void store_three_channels(hn::VFromD<Bytes> pixels, uint8_t *out) {
-  const auto packed = pack_three_channels(pixels);
+// Stores the first 12 bytes of each block.
+HWY_INLINE void store_packed_pixels(hn::VFromD<Bytes> packed, uint8_t *out) {
 #if HWY_TARGET == HWY_AVX2
   const __m256i joined =
       _mm256_permutevar8x32_epi32(packed.raw, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
@@ -131,6 +130,11 @@ HWY_INLINE void store_three_channels(hn::VFromD<Bytes> pixels, uint8_t *out) {
 #else
   store_12(packed, out);
 #endif
+}
+
+// Stores a step's pixels of three channels, which are four bytes apart.
+HWY_INLINE void store_three_channels(hn::VFromD<Bytes> pixels, uint8_t *out) {
+  store_packed_pixels(pack_three_channels(pixels), out);
 }
 
 // The same of two registers, of which each block holds four pixels: first those of the lower

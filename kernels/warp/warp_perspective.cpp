@@ -18,7 +18,7 @@ namespace {
 
 // A vector target defines in warp_perspective_arm-inl.h or warp_perspective_x86-inl.h:
 //
-//   kPixelsInWarpStep           columns that a row must have at least
+//   kPixelsInPerspectiveStep<kChannels>  columns that a row must have at least
 //   is_fit_for_vectors(matrix)  whether rows equal the definition for every position of the matrix
 //   warp_row<kChannels>(source, matrix, y, columns, row)
 
@@ -27,7 +27,7 @@ void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
                    const PlaneView &destination) {
 #if TAVRINE_HAS_VECTORS
   // Offsets of source pixels fit 32 bits, and four bytes lie in the plane.
-  if (destination.columns >= kPixelsInWarpStep && is_fit_for_vectors(matrix) &&
+  if (destination.columns >= kPixelsInPerspectiveStep<kChannels> && is_fit_for_vectors(matrix) &&
       source.stride <= std::numeric_limits<int32_t>::max() / source.rows &&
       (source.rows > 1 ? source.stride : source.row_bytes()) >= 4) {
     trace_path("warp_perspective.vectors");

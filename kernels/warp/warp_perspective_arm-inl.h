@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kernels/warp/warp_neighbours_arm-inl.h"
 #include "kernels/warp/warp_perspective_positions-inl.h"
 #include "kernels/warp/warp_perspective_scalar.h"
 
@@ -17,6 +18,10 @@ namespace tavrine {
 namespace HWY_NAMESPACE {
 
 #if TAVRINE_IS_NEON
+
+// Pixels of a step.
+template <int kChannels>
+constexpr int32_t kPixelsInPerspectiveStep = kPixelsInWarpStep;
 
 // NEON's vectors flush denormals to zero. With these matrices that changes no result:
 //
@@ -66,8 +71,8 @@ struct EdgeNeighbours {
 template <int kChannels>
 HWY_INLINE void warp_step(const PlaneView &source, const RowTerms &terms, int32_t column,
                           uint8_t *out) {
-  const PerspectivePositions low = compute_positions(terms, column);
-  const PerspectivePositions high = compute_positions(terms, column + 4);
+  const PerspectivePositions low = compute_positions(terms, columns_from(column));
+  const PerspectivePositions high = compute_positions(terms, columns_from(column + 4));
   const Weights low_weights(low.u, low.v);
   const Weights high_weights(high.u, high.v);
   const auto channel = [&](uint8x8_t p00, uint8x8_t p01, uint8x8_t p10, uint8x8_t p11) {
@@ -86,9 +91,9 @@ HWY_INLINE void warp_step(const PlaneView &source, const RowTerms &terms, int32_
   };
   uint8x8_t results[kChannels];
   int32_t offsets[kPixelsInWarpStep];
-  if (none_negative(hn::Or(outside<kChannels>(source, low), outside<kChannels>(source, high)))) {
-    vst1q_s32(offsets, source_offsets<kChannels>(source, low).raw);
-    vst1q_s32(offsets + 4, source_offsets<kChannels>(source, high).raw);
+  if (none_negative(hn::Or(outside<0>(source, low), outside<0>(source, high)))) {
+    vst1q_s32(offsets, source_offsets<kChannels>(source, low.column, low.row).raw);
+    vst1q_s32(offsets + 4, source_offsets<kChannels>(source, high.column, high.row).raw);
     const auto upper = load_pairs<kChannels>(source.data, offsets);
     const auto lower = load_pairs<kChannels>(source.data + source.stride, offsets);
     for (int i = 0; i < kChannels; ++i) {
@@ -117,7 +122,7 @@ template <int kChannels>
 HWY_INLINE void warp_row(PlaneView source, const PerspectiveMatrix &matrix, int32_t y,
                          int32_t columns, uint8_t *row) {
   const RowTerms terms(matrix, y);
-  for_each_step(columns, kPixelsInWarpStep, [&](int32_t x) {
+  for_each_step(columns, kPixelsInWarpStep, [&](int32_t x) TAVRINE_INLINE_LAMBDA {
     warp_step<kChannels>(source, terms, x, row + static_cast<ptrdiff_t>(x) * kChannels);
   });
 }

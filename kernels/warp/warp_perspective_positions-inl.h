@@ -8,8 +8,6 @@
 #endif
 
 #include "kernels/vector-inl.h"
-#include "kernels/warp/warp_neighbours_arm-inl.h"
-#include "kernels/warp/warp_neighbours_x86-inl.h"
 #include "kernels/warp/warp_perspective.h"
 #include "kernels/warp/warp_perspective_lanes_arm-inl.h"
 #include "kernels/warp/warp_perspective_lanes_x86-inl.h"
@@ -39,11 +37,15 @@ struct PerspectivePositions {
   FloatVector u, v;
 };
 
-HWY_INLINE PerspectivePositions compute_positions(const RowTerms &terms, int32_t first_column) {
+// Consecutive columns.
+HWY_INLINE IntVector columns_from(int32_t first) {
   const Ints d;
-  const Floats df;
   alignas(32) static constexpr int32_t kFirst[8] = {0, 1, 2, 3, 4, 5, 6, 7};
-  const auto columns = hn::Add(hn::Set(d, first_column), hn::Load(d, kFirst));
+  return hn::Add(hn::Set(d, first), hn::Load(d, kFirst));
+}
+
+HWY_INLINE PerspectivePositions compute_positions(const RowTerms &terms, IntVector columns) {
+  const Floats df;
   const auto across = hn::ConvertTo(df, columns);
   const auto sum = [&](float term, float factor, float last) {
     return hn::Add(hn::Add(hn::Set(df, term), hn::Mul(across, hn::Set(df, factor))),
@@ -62,24 +64,23 @@ HWY_INLINE PerspectivePositions compute_positions(const RowTerms &terms, int32_t
 }
 
 template <int kChannels>
-HWY_INLINE IntVector source_offsets(const PlaneView &source, const PerspectivePositions &at) {
+HWY_INLINE IntVector source_offsets(const PlaneView &source, IntVector column, IntVector row) {
   const Ints d;
-  const auto start = kChannels == 1 ? at.column : hn::Add(hn::ShiftLeft<1>(at.column), at.column);
-  return hn::Add(hn::Mul(at.row, hn::Set(d, static_cast<int32_t>(source.stride))), start);
+  const auto start = kChannels == 1 ? column : hn::Add(hn::ShiftLeft<1>(column), column);
+  return hn::Add(hn::Mul(row, hn::Set(d, static_cast<int32_t>(source.stride))), start);
 }
 
 // Negative where a neighbour, or a column that loading may read, is outside the source. Lanes are
 // unsigned so that differences may wrap; where they do, the column or row itself is negative.
-template <int kChannels>
+template <int32_t kOverreadColumns>
 HWY_INLINE IntVector outside(const PlaneView &source, const PerspectivePositions &at) {
   const hn::RebindToUnsigned<Ints> d;
   const auto bits_below = [&](int32_t limit, IntVector index) {
     const auto bits = hn::BitCast(d, index);
     return hn::Or(bits, hn::Sub(hn::Set(d, static_cast<uint32_t>(limit)), bits));
   };
-  return hn::BitCast(Ints(),
-                     hn::Or(bits_below(source.columns - 2 - kOverreadColumns<kChannels>, at.column),
-                            bits_below(source.rows - 2, at.row)));
+  return hn::BitCast(Ints(), hn::Or(bits_below(source.columns - 2 - kOverreadColumns, at.column),
+                                    bits_below(source.rows - 2, at.row)));
 }
 
 struct Weights {
