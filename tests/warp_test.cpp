@@ -326,9 +326,21 @@ class WarpKernels : public Warps {
     on_every_target([&] {
       random_.seed(31);
       for (const int32_t channels : channel_counts) {
-        for (const auto &[columns, rows] :
-             {std::pair{1, 1}, {1, 9}, {2, 2}, {3, 1}, {5, 40}, {64, 48}, {33000, 3}}) {
-          GuardedPlane in(columns, rows, channels, columns % 7);
+        for (const auto &[columns, rows] : {std::pair{1, 1},
+                                            {1, 9},
+                                            {2, 2},
+                                            {3, 1},
+                                            {4, 4},
+                                            {5, 40},
+                                            {17, 5},
+                                            {64, 48},
+                                            {150, 90},
+                                            {33000, 3}}) {
+          // What is read before the first pixel faults in one half of the cases, after the last
+          // one in the other half.
+          const auto edge =
+              random_() % 2 == 0 ? GuardedMemory::Edge::kFirst : GuardedMemory::Edge::kLast;
+          GuardedPlane in(columns, rows, channels, columns % 7, edge);
           in.fill(random_);
           const std::vector<uint8_t> pixels = in.pixels();
           for (const int32_t width : widths_to_try()) {
@@ -344,28 +356,61 @@ class WarpKernels : public Warps {
       }
     });
   }
+
+  // The same for maps of every slope, mirrored ones too: pixels that follow each other lie in the
+  // same row, in a few rows, or far apart.
+  template <typename Kernel, typename Formula>
+  void expect_equal_slopes(std::initializer_list<int32_t> channel_counts, Kernel warp,
+                           Formula formula) {
+    on_every_target([&] {
+      random_.seed(32);
+      for (const int32_t channels : channel_counts) {
+        GuardedPlane in(120, 90, channels, 5);
+        in.fill(random_);
+        const std::vector<uint8_t> pixels = in.pixels();
+        for (const float across : {0.0F, 0.3F, 0.99F, 1.0F, 1.7F, 1.99F, 2.1F, 4.0F, 9.0F}) {
+          for (const float down : {0.0F, 0.1F, 0.2F, 0.4F, 0.5F, 0.8F, 1.0F, 1.3F, 5.0F}) {
+            const float a = random_() % 2 == 0 ? across : -across;
+            const float d = random_() % 2 == 0 ? down : -down;
+            const Matrix matrix = {a,
+                                   -d,
+                                   60 - 20 * a + 4 * d,
+                                   d,
+                                   a,
+                                   45 - 20 * d - 4 * a,
+                                   between(-1e-3F, 1e-3F),
+                                   between(-1e-3F, 1e-3F),
+                                   1};
+            GuardedPlane out(41, 9, channels);
+            ASSERT_TRUE(warp(in.view(), matrix, out.view()));
+            ASSERT_EQ(out.pixels(), formula({pixels.data(), in.shape()}, matrix, out.shape()))
+                << channels << " channels, " << ::testing::PrintToString(matrix);
+          }
+        }
+      }
+    });
+  }
 };
 
 TEST_F(WarpKernels, AffineEqualsTheFormula) {
   for (const Border border : {Border::kZero, Border::kNearestEdge}) {
-    expect_equal(
-        {1, 2, 3, 4},
-        [=](const PlaneView &in, const Matrix &m, const PlaneView &out) {
-          return warp_affine(in, {m[0], m[1], m[2], m[3], m[4], m[5]}, border, out);
-        },
-        [=](const Source &source, const Matrix &matrix, const Plane &to) {
-          return affine(source, matrix, border, to);
-        });
+    const auto warp = [=](const PlaneView &in, const Matrix &m, const PlaneView &out) {
+      return warp_affine(in, {m[0], m[1], m[2], m[3], m[4], m[5]}, border, out);
+    };
+    const auto formula = [=](const Source &source, const Matrix &matrix, const Plane &to) {
+      return affine(source, matrix, border, to);
+    };
+    expect_equal({1, 2, 3, 4}, warp, formula);
+    expect_equal_slopes({1, 2, 3, 4}, warp, formula);
   }
 }
 
 TEST_F(WarpKernels, PerspectiveEqualsTheFormula) {
-  expect_equal(
-      {1, 3},
-      [](const PlaneView &in, const Matrix &m, const PlaneView &out) {
-        return warp_perspective(in, {{m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]}}, out);
-      },
-      perspective);
+  const auto warp = [](const PlaneView &in, const Matrix &m, const PlaneView &out) {
+    return warp_perspective(in, {{m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]}}, out);
+  };
+  expect_equal({1, 3}, warp, perspective);
+  expect_equal_slopes({1, 3}, warp, perspective);
 }
 
 }  // namespace

@@ -138,6 +138,7 @@ struct Windows {
   int32_t alignment = 1;
   int32_t read_columns = 0;
   int32_t rows = 0;
+  const char *path = "warp_affine.steps";
 };
 
 // Source columns and rows between the first and the last pixel of a window at most.
@@ -173,8 +174,8 @@ Windows first_that_fits(ShapeList<Shapes...>, Spans spans) {
   const auto choose = [&](auto shape) {
     using Shape = decltype(shape);
     if (windows.warp == nullptr && spans.template fit<Shape>()) {
-      windows = {warp_windows<Shape>, Shape::kPixelsInStep, Shape::kAlignment, Shape::kReadColumns,
-                 Shape::kRows};
+      windows = {warp_windows<Shape>, Shape::kPixelsInStep, Shape::kAlignment,
+                 Shape::kReadColumns, Shape::kRows,         Shape::kPath};
     }
   };
   static_cast<void>(choose);  // where there are no shapes
@@ -226,7 +227,7 @@ class Warp {
       return;
     }
     windows_ = first_that_fits(window_shapes<kChannels>(), {offsets_, destination_.columns});
-    trace_path(windows_.warp != nullptr ? "warp_affine.windows" : "warp_affine.steps");
+    trace_path(windows_.path);
   }
 
   // Warps row y, and rows after it as far as all of them go through windows. Returns how many.

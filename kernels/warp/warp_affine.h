@@ -39,7 +39,7 @@ constexpr AffineMatrix at_half_size(const AffineMatrix &matrix) {
 enum class Border { kZero, kNearestEdge };
 
 // Warps planes of 1 to 4 channels and writes every destination pixel. Any matrix is safe. Allocates
-// eight bytes for each destination column. Returns false, with nothing written, when a view is
+// at most 13 bytes for each destination column. Returns false, with nothing written, when a view is
 // unusable, the channels differ or there is no memory.
 bool warp_affine(const PlaneView &source, const AffineMatrix &matrix, Border border,
                  const PlaneView &destination);

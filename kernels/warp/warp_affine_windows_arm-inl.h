@@ -60,6 +60,7 @@ template <int32_t kChannels_, int32_t kRows_>
 struct WindowShape {
   static constexpr int32_t kChannels = kChannels_;
   static constexpr int32_t kPixels = 8;
+  static constexpr const char *kPath = "warp_affine.windows";
   static constexpr int32_t kPixelsInStep = 8;
   static constexpr int32_t kAlignment = 8;
   static constexpr int32_t kRows = kRows_;

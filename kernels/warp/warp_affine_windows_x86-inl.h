@@ -42,6 +42,8 @@ struct WindowShape {
   static constexpr int32_t kBytes = kPixels == 1 ? 8 : 16;
   static constexpr int32_t kColumns = kBytes / kChannels;  // whole ones
   static constexpr int32_t kReadColumns = (kBytes + kChannels - 1) / kChannels;
+  static constexpr const char *kPath =
+      kPixels == 1 ? "warp_affine.single_pixels" : "warp_affine.windows";
   static constexpr auto kPixelsInStep = static_cast<int32_t>(hn::MaxLanes(Words()));
   // In a window; two single pixels share a part.
   static constexpr int32_t kAlignment = 1;  // of the first column of a run

