@@ -28,6 +28,8 @@
 //                                     pixel (r, c) of `out` takes pixel (c, r) of `in`. Rows lie
 //                                     in_step and out_step bytes apart, upwards when negative.
 //                                     Touches the tile's pixels alone
+//   Tile::prefetch(in, in_step, row)  announces what later tiles of a strip read; `row` is that of
+//                                     the tile in the strip
 //   Tile::kAreaRows, kAreaColumns     size of the areas that a plane is done in, one after another
 //   NarrowTile                        the same for planes of fewer columns
 
@@ -152,6 +154,7 @@ class QuarterRotation {
   static HWY_NOINLINE void rotate_strip(const uint8_t *in, ptrdiff_t in_step, int32_t rows,
                                         uint8_t *out, ptrdiff_t out_step) {
     for_each_step(rows, TileType::kRows, [&](int32_t y) TAVRINE_INLINE_LAMBDA {
+      TileType::prefetch(in + kPixel * y, in_step, y);
       TileType::transpose(in + kPixel * y, in_step, out + out_step * y, out_step);
     });
   }

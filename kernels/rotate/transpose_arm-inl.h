@@ -234,6 +234,8 @@ struct Tile {
   static constexpr int32_t kAreaRows = kPixelBytes == 1 ? 128 : 64;
   static constexpr int32_t kAreaColumns = kPixelBytes == 4 ? 32 : 64;
 
+  static HWY_INLINE void prefetch(const uint8_t *, ptrdiff_t, int32_t) {}
+
   static HWY_INLINE void transpose(const uint8_t *in, ptrdiff_t in_step, uint8_t *out,
                                    ptrdiff_t out_step) {
     if constexpr (kPixelBytes == 3) {

