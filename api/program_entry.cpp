@@ -13,6 +13,9 @@
 #elif defined(__arm__)
 #define TAVRINE_LOADER "/lib/ld-linux-armhf.so.3"
 #define TAVRINE_ENTRY_ATTRIBUTES __attribute__((noreturn, used))
+#elif defined(__aarch64__)
+#define TAVRINE_LOADER "/lib/ld-linux-aarch64.so.1"
+#define TAVRINE_ENTRY_ATTRIBUTES __attribute__((noreturn, used))
 #else
 #error "name the program interpreter of this machine"
 #endif

@@ -17,8 +17,8 @@ endfunction()
 
 tavrine_header_library(eigen Eigen/Dense PATH_SUFFIXES eigen3)
 tavrine_header_library(highway hwy/highway.h)
-if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
-  # Chooses the instruction set at run time. An armv7 build has NEON alone and does not need it.
+if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(arm|aarch64)")
+  # Chooses the instruction set at run time. ARM builds have NEON alone and do not need it.
   find_library(highway_LIBRARY hwy REQUIRED)
   target_link_libraries(highway INTERFACE ${highway_LIBRARY})
 endif()

@@ -7,9 +7,25 @@ target_compile_options(tavrine_flags INTERFACE
 if(TAVRINE_WERROR)
   target_compile_options(tavrine_flags INTERFACE -Werror)
 endif()
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
-  # GCC notes an ABI change of version 7; no older compiler can build this project. On 32-bit
-  # targets it warns of every array whose bound is an int template parameter; the preset
-  # armv7-clang checks the same code without that fault.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(arm|aarch64)")
+  # GCC notes an ABI change of version 7; no older compiler can build this project. It also warns
+  # of arrays whose bound is an int template parameter; the preset armv7-clang checks the same code
+  # without that fault.
   target_compile_options(tavrine_flags INTERFACE -Wno-psabi -Wno-sign-conversion)
+endif()
+
+# Hardening: the library decodes untrusted files. Sanitizers have checks of their own.
+if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  include(CheckCXXCompilerFlag)
+  target_compile_options(tavrine_flags INTERFACE -fstack-protector-strong
+    # Needs optimisation.
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+  # Clang lacks it for 32-bit ARM.
+  set(CMAKE_REQUIRED_FLAGS -Werror)
+  check_cxx_compiler_flag(-fstack-clash-protection TAVRINE_HAS_STACK_CLASH_PROTECTION)
+  unset(CMAKE_REQUIRED_FLAGS)
+  if(TAVRINE_HAS_STACK_CLASH_PROTECTION)
+    target_compile_options(tavrine_flags INTERFACE -fstack-clash-protection)
+  endif()
+  target_link_options(tavrine_flags INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
 endif()

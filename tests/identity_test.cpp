@@ -34,6 +34,8 @@ TEST(Identity, BannerHasItsLines) {
   EXPECT_EQ(lines[6].rfind("System       : Linux-", 0), 0U);
 #if defined(__arm__)
   EXPECT_EQ(lines[7], "Architecture : armv7");
+#elif defined(__aarch64__)
+  EXPECT_EQ(lines[7], "Architecture : aarch64");
 #else
   EXPECT_EQ(lines[7], "Architecture : x86_64");
 #endif

@@ -37,7 +37,20 @@ if [[ "$attributes" == *Tag_CPU_arch* ]]; then
   expect "float arguments" "VFP registers" "$(sed -n 's/.*Tag_ABI_VFP_args: //p' <<<"$attributes")"
 fi
 
-if [ "$run" = run ]; then
+# The oldest C library that it runs with. Cameras have old ones.
+if [[ "$attributes" == *Tag_CPU_arch* ]]; then
+  newest=$("$readelf" -V "$library" | grep -o 'GLIBC_[0-9.]*' | sort -Vu | tail -n 1)
+  expect "newest symbol of the C library" GLIBC_2.4 "$newest"
+fi
+
+if [ "$run" = run ]; then # no sanitizer
+  expect "lazy binding" "" "$(grep -q BIND_NOW <<<"$dynamic" || echo yes)"
+  segments=$("$readelf" -lW "$library")
+  expect "read-only relocations" "GNU_RELRO" "$(grep -o GNU_RELRO <<<"$segments")"
+  expect "executable stack" "" "$(grep 'GNU_STACK.*E' <<<"$segments" || true)"
+  expect "stack protector" "yes" \
+    "$("$nm" -D --undefined-only "$library" | grep -q __stack_chk_fail && echo yes || true)"
+
   status=0
   banner=$("$@" "$library" 2>&1 >/dev/null) || status=$?
   expect "exit status" 0 "$status"

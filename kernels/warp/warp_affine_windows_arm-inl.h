@@ -84,6 +84,7 @@ template <int kChannels>
 HWY_INLINE void load_window_row(const uint8_t *row, uint8x16_t (&channels)[kChannels]) {
   if constexpr (kChannels == 1) {
     channels[0] = vld1q_u8(row);
+#if TAVRINE_IS_ARMV7
   } else if constexpr (kChannels == 2) {
     register uint8x16_t first asm("q0");
     register uint8x16_t second asm("q1");
@@ -105,6 +106,18 @@ HWY_INLINE void load_window_row(const uint8_t *row, uint8x16_t (&channels)[kChan
     channels[1] = second;
     channels[2] = third;
   }
+#else
+  } else if constexpr (kChannels == 2) {
+    const uint8x16x2_t pixels = vld2q_u8(row);
+    channels[0] = pixels.val[0];
+    channels[1] = pixels.val[1];
+  } else {
+    const uint8x16x3_t pixels = vld3q_u8(row);
+    channels[0] = pixels.val[0];
+    channels[1] = pixels.val[1];
+    channels[2] = pixels.val[2];
+  }
+#endif
 }
 
 // The left and the right neighbours of eight pixels in two rows.
@@ -116,6 +129,8 @@ struct WindowNeighbours {
 // Where an index is beyond 15, the first look-up gives 0, and later ones keep what was there. In
 // assembly, because GCC copies both halves of the row for each of the intrinsics: grey then takes
 // 13 instructions a pixel instead of 7.6.
+#if TAVRINE_IS_ARMV7
+
 template <bool kIsFirst>
 HWY_INLINE void look_up_left(uint8x8_t &result, uint8x16_t row, uint8x16_t indices) {
   if constexpr (kIsFirst) {
@@ -133,6 +148,25 @@ HWY_INLINE void look_up_right(uint8x8_t &result, uint8x16_t row, uint8x16_t indi
     asm("vtbx.8 %P0, {%e1, %f1}, %f2" : "+w"(result) : "w"(row), "w"(indices));
   }
 }
+
+#else
+
+template <bool kIsFirst>
+HWY_INLINE void look_up(uint8x8_t &result, uint8x16_t row, uint8x8_t indices) {
+  result = kIsFirst ? vqtbl1_u8(row, indices) : vqtbx1_u8(result, row, indices);
+}
+
+template <bool kIsFirst>
+HWY_INLINE void look_up_left(uint8x8_t &result, uint8x16_t row, uint8x16_t indices) {
+  look_up<kIsFirst>(result, row, vget_low_u8(indices));
+}
+
+template <bool kIsFirst>
+HWY_INLINE void look_up_right(uint8x8_t &result, uint8x16_t row, uint8x16_t indices) {
+  look_up<kIsFirst>(result, row, vget_high_u8(indices));
+}
+
+#endif
 
 // Indices are 16 * row + column, from row kRow on and from the row before it.
 template <class Shape, int32_t kRow = 0>
