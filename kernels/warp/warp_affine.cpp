@@ -31,6 +31,19 @@ namespace {
 //                                warps the pixels of one step. Clamped, it moves positions outside
 //                                to the edge; otherwise all neighbours, and the columns that may be
 //                                read beyond them, must lie in the source.
+//
+// Pixels that follow each other lie close together in the source, so most maps go another way: a
+// few consecutive pixels share a window, a few rows that are loaded once, and each takes its
+// neighbours out of it. For this, the target defines in warp_affine_windows_arm-inl.h or
+// warp_affine_windows_x86-inl.h:
+//
+//   WindowColumns               what windows need of the columns beside their offsets
+//   window_shapes<kChannels>()  a ShapeList; a shape has
+//     kPixels, kColumns, kRows    the pixels that share a window, and its size in source pixels
+//     kReadColumns                the columns from its first on that are read
+//     kPixelsInStep, kAlignment   what a run has at least, and what its ends are multiples of
+//   warp_windows_of_row<Shape>(source, start, offsets, columns, run, out)
+//                               warps a run whose windows lie in the source
 
 void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
   int32_t x = 0;

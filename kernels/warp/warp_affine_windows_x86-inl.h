@@ -45,12 +45,12 @@ struct WindowShape {
   static constexpr const char *kPath =
       kPixels == 1 ? "warp_affine.single_pixels" : "warp_affine.windows";
   static constexpr auto kPixelsInStep = static_cast<int32_t>(hn::MaxLanes(Words()));
-  // In a window; two single pixels share a part.
-  static constexpr int32_t kAlignment = 1;  // of the first column of a run
+  static constexpr int32_t kAlignment = 1;
+  // In a window. Single pixels have a window of eight bytes each, and share parts.
   static constexpr int32_t kParts = std::max(kPixels * kWordsPerPixel<kChannels> / 8, 1);
 };
 
-// Windows need the lower halves of the offsets, too.
+// The lower halves of the offsets.
 struct WindowColumns {
   static int64_t bytes_for(int64_t columns) {
     return columns * 2 * static_cast<int64_t>(sizeof(int16_t));
@@ -98,7 +98,7 @@ constexpr ShuffleControl shuffle_words(WordAt word_at) {
   return control;
 }
 
-// Moves to each of the pixels of a window the one with the lowest position.
+// Gives each pixel the position of that pixel of its window that comes first in the source.
 template <int32_t kPixels>
 ShuffleControl lowest_of_window(bool rises) {
   static constexpr ShuffleControl kFirst =
@@ -123,7 +123,7 @@ HWY_INLINE hn::VFromD<Words> spread_to_part(hn::VFromD<Words> pixels, int32_t pa
   }
 }
 
-// What the pixels of a step have in common with all of their words.
+// What is the same for all words of a pixel, for the pixels of a step.
 template <class Shape>
 struct WindowPixels {
   HWY_INLINE WindowPixels(hn::VFromD<Words> x, hn::VFromD<Words> y) {
@@ -131,7 +131,8 @@ struct WindowPixels {
     const hn::RebindToUnsigned<Words> du;
     constexpr int kFraction = scalar::kPositionBits - scalar::kSubpixelBits;
     constexpr int kSubpixels = scalar::kSubpixels;
-    // Products whose upper halves are column * kChannels, twice, and 255 u.
+    // Products whose upper halves are column * kChannels, twice, and 255 u. GCC makes four
+    // operations of a plain product with a constant.
     const auto column = hn::And(x, hn::Set(d, static_cast<int16_t>(-(1 << scalar::kPositionBits))));
     starts = hn::BitCast(
         d, hn::MulHigh(hn::BitCast(du, column), hn::Set(du, Shape::kChannels * 0x101 << 6)));
@@ -149,7 +150,7 @@ struct WindowPixels {
   hn::VFromD<Words> rows;  // positions
 };
 
-// Of a part, while rows of its window are taken one after the other.
+// A part, for which the rows of its window are taken one after the other.
 template <class Shape>
 class WindowPart {
  public:
@@ -159,7 +160,8 @@ class WindowPart {
         from_(neighbours(pixels, part)),
         weights_(hn::BitCast(Bytes(), spread(pixels.weights, part))) {}
 
-  // The pixels whose upper neighbours are in row kRow - 1 get this one for their lower neighbours.
+  // Row kRow has the lower neighbours of pixels in row kRow - 1. Pixels further down, for which
+  // this is too early, are replaced when their own rows are taken.
   template <int32_t kRow>
   HWY_INLINE void take_row(hn::VFromD<Bytes> bytes) {
     const auto sums = multiply_bytes(hn::TableLookupBytes(bytes, from_), weights_);
