@@ -17,7 +17,8 @@ endif()
 # Hardening: the library decodes untrusted files. Sanitizers have checks of their own.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   include(CheckCXXCompilerFlag)
-  target_compile_options(tavrine_flags INTERFACE -fstack-protector-strong
+  set(is_protected $<NOT:$<BOOL:$<TARGET_PROPERTY:TAVRINE_NO_STACK_PROTECTION>>>)
+  target_compile_options(tavrine_flags INTERFACE $<${is_protected}:-fstack-protector-strong>
     # Needs optimisation.
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
   # Clang lacks it for 32-bit ARM.
@@ -25,7 +26,7 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   check_cxx_compiler_flag(-fstack-clash-protection TAVRINE_HAS_STACK_CLASH_PROTECTION)
   unset(CMAKE_REQUIRED_FLAGS)
   if(TAVRINE_HAS_STACK_CLASH_PROTECTION)
-    target_compile_options(tavrine_flags INTERFACE -fstack-clash-protection)
+    target_compile_options(tavrine_flags INTERFACE $<${is_protected}:-fstack-clash-protection>)
   endif()
   target_link_options(tavrine_flags INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
 endif()
