@@ -1,3 +1,6 @@
+// Fortified headers define some of these functions themselves.
+#undef _FORTIFY_SOURCE
+
 #include "tests/file_failure.h"
 
 #include <dlfcn.h>
