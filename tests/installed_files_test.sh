@@ -22,4 +22,4 @@ while read -r header; do
     -Iinclude/tavrine-devkit -x c "$header"
 done < <(find include -name '*.h')
 
-"$@" bin/tavrine-aux version | grep -qx "tavrine-aux $version"
+"$@" bin/tavrine-aux version | grep -x "tavrine-aux $version" >/dev/null
