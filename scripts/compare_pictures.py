@@ -31,7 +31,7 @@ FORMATS = ["JPEG", "PNG", "GIF", "BMP", "TGA", "PSD", "PNM", "HDR", "PIC"]
 PILLOW_NAMES = {name: [name] for name in ("JPEG", "PNG", "GIF", "BMP", "TGA", "PSD")}
 PILLOW_NAMES["PNM"] = ["PPM"]  # it cannot read HDR and PIC
 
-# The library loads these as RGB24, also when every color in them is grey.
+# The library loads these as RGB24, also when every colour in them is grey.
 ALWAYS_COLORED = {"GIF", "BMP", "PSD"}
 
 # How much two good decoders of JPEG may differ: the inverse transform, the enlargement of chroma
@@ -96,7 +96,7 @@ class Library:
 
 def fill_undrawn(picture, area, pixels):
     """Transparent pixels of a GIF are black, and those around its first picture, which covers
-    `area`, have the background color, or are black when that has index 0."""
+    `area`, have the background colour, or are black when that has index 0."""
     filled = np.zeros_like(pixels)
     background = picture.info.get("background", 0)
     if background > 0 and picture.global_palette is not None:
