@@ -18,4 +18,7 @@ Harness tool_arguments;
 // Frames and regions of any geometry into tensors of any geometry.
 Harness batch;
 
+// Calls one after another, with frames that are alive together and share pixels.
+Harness sequence;
+
 }  // namespace tavrine::fuzz

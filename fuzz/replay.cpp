@@ -46,7 +46,8 @@ int main(int argc, char **argv) {
   const std::map<std::string, tavrine::fuzz::Harness *> harnesses = {
       {"picture", tavrine::fuzz::picture},
       {"tool_arguments", tavrine::fuzz::tool_arguments},
-      {"batch", tavrine::fuzz::batch}};
+      {"batch", tavrine::fuzz::batch},
+      {"sequence", tavrine::fuzz::sequence}};
   const std::string name = argv[1];
   const auto harness = harnesses.find(name);
   if (harness == harnesses.end()) {
