@@ -2,7 +2,6 @@
 // together and often share pixels. After a step nothing but the rows of its destination may have
 // changed, and results have the pixels of the definition.
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -316,10 +315,10 @@ void Program::store() {
 }
 
 void Program::make_tensor() {
-  const std::array<int32_t, 4> shape = {input_.between(1, 3), input_.between(1, 4),
-                                        input_.between(1, 60), input_.between(1, 90)};
+  const int32_t shape[4] = {input_.between(1, 3), input_.between(1, 4), input_.between(1, 60),
+                            input_.between(1, 90)};
   const int32_t memory = input_.byte() % 4 == 3 ? TAVRINE_MEMORY_DEVICE : TAVRINE_MEMORY_HOST;
-  tensor_ = OwnedTensor(tavrine_tensor_alloc(memory, input_.one_of(kElementTypes), shape.data()));
+  tensor_ = OwnedTensor(tavrine_tensor_alloc(memory, input_.one_of(kElementTypes), shape));
 }
 
 // One image of the tensor, which is kept from step to step.
@@ -327,7 +326,7 @@ void Program::fill() {
   if (!tensor_ || input_.flag()) {
     make_tensor();
   }
-  if (!tensor_) {
+  if (!tensor_) {  // a failure was ordered
     return;
   }
   const OwnedFrame &in = pick();
