@@ -157,9 +157,9 @@ const std::vector<Scenario> &failure_scenarios() {
       {"crop across, one plane", TAVRINE_FORMAT_GREY, 1, crop_to({-4, -4, 12, 12}),
        kAllocation + kCopy +
            Outcomes{{"tavrine_frame_reset", 1, 0}, {"tavrine_frame_roi", Outcome::kEvery, -1}}},
-      {"rotation of a part", TAVRINE_FORMAT_NV12, 0, rotate_part,
+      {"rotation of a part", TAVRINE_FORMAT_NV12, 0, &rotate_part,
        kOwnPart + kAllocation + Outcomes{{"tavrine_frame_duplicate", 1, -4}}},
-      {"rotation on the device", TAVRINE_FORMAT_YU12, 1, rotate_part,
+      {"rotation on the device", TAVRINE_FORMAT_YU12, 1, &rotate_part,
        kOwnPart + kAllocation + kFallback},
       {"affine warp on the device", TAVRINE_FORMAT_NV21, 1, warp_by(tavrine_frame_warpaffine),
        kOwnFrame + kFallback},
@@ -218,7 +218,7 @@ const std::vector<Scenario> &failure_scenarios() {
       {"save from the device",
        TAVRINE_FORMAT_RGB24,
        1,
-       save_to_nowhere,
+       &save_to_nowhere,
        {{"tavrine_frame_download", 1, kInjected}, {"tavrine_frame_ref", 1, 0}}},
   };
   return kScenarios;
