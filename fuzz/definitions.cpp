@@ -251,6 +251,7 @@ OwnedFrame defined_rotation(const tavrine_frame_t *in, int32_t code) {
     const std::vector<PlaneRows> from = planes_of(in);
     const std::vector<PlaneRows> to = planes_of(result.get());
     for (size_t index = 0; index < to.size(); ++index) {
+      // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): frames have their format's planes
       rotate_plane(from[index], layout_with_y16(in->pixel_format).planes[index].channels, code,
                    to[index]);
     }
@@ -304,7 +305,8 @@ void define_image(const tavrine_tensor_t &tensor, uint32_t offset, int32_t color
                   const tavrine_frame_t *in, const ChannelNormalization (&channels)[3],
                   uint8_t *elements) {
   if (tensor.element_type == TAVRINE_ELEMENT_FLOAT32) {
-    fill_image(tensor, color, in, channels, reinterpret_cast<float *>(elements) + offset);
+    fill_image(tensor, color, in, channels,
+               static_cast<float *>(static_cast<void *>(elements)) + offset);
   } else {
     fill_image(tensor, color, in, channels, elements + offset);
   }
