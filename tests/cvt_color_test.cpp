@@ -316,6 +316,13 @@ TEST_F(ContrastStretch, CountsBeyond16Bits) {
   }
 }
 
+TEST_F(ContrastStretch, RareValuesAddUpAtBothEnds) {
+  // Nine pixels may saturate at each end, and hardly a value has more than one.
+  std::vector<uint16_t> samples(90000);
+  std::generate(samples.begin(), samples.end(), [&] { return static_cast<uint16_t>(random_()); });
+  EXPECT_EQ(stretch(300, samples), stretch_by_definition(300, samples));
+}
+
 TEST_F(ContrastStretch, SmallFramesUseTheWholeRange) {
   EXPECT_EQ(stretch(2, {300, 70, 300, 70}), (std::vector<uint8_t>{255, 0, 255, 0}));
   EXPECT_EQ(stretch(4, {1000, 1100, 65000, 33000}), (std::vector<uint8_t>{0, 0, 255, 127}));
