@@ -1,6 +1,6 @@
 // Which way each kind of call takes through the kernels. All ways give the same results, so nothing
 // else notices when a fast one is no longer taken. tests/kernel_paths/ has the expected names for
-// each instruction set; the test leaves its own list in the folder where it runs.
+// each instruction set; a test that fails leaves its own list among the temporary files.
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -165,13 +165,17 @@ TEST_F(PathTest, EveryCallTakesItsPath) {
 
     const std::string list = take_list();
     const std::string file = std::string(target) + ".txt";
-    std::ofstream("kernel-paths-" + file) << list;
     const std::vector<std::string> expected =
         lines_of(std::ifstream(std::string(TAVRINE_KERNEL_PATHS) + "/" + file));
     const std::vector<std::string> found = lines_of(std::istringstream(list));
     EXPECT_EQ(found.size(), expected.size());
     for (size_t i = 0; i < std::min(found.size(), expected.size()); ++i) {
       EXPECT_EQ(found[i], expected[i]);
+    }
+    if (HasFailure()) {
+      const std::string copy = testing::TempDir() + "kernel-paths-" + file;
+      std::ofstream(copy) << list;
+      ADD_FAILURE() << "all paths: " << copy;
     }
   });
 }
