@@ -44,12 +44,12 @@ void CodecMemory::release_kept(void *bytes) {
 
 void *CodecMemory::allocate(size_t size) {
   current->spend(size);
-  auto *block = static_cast<Block *>(std::calloc(1, sizeof(Block) + size));
-  if (block == nullptr) {
-    throw CodecStopped();
-  }
-  current->insert(block);
-  return block->bytes();
+  return current->insert(static_cast<Block *>(std::calloc(1, sizeof(Block) + size)));
+}
+
+void *CodecMemory::allocate_unset(size_t size) {
+  current->spend(size);
+  return current->insert(static_cast<Block *>(std::malloc(sizeof(Block) + size)));
 }
 
 void *CodecMemory::resize(void *bytes, size_t size) {
@@ -79,10 +79,14 @@ void CodecMemory::spend(size_t size) {
   budget_ -= size;
 }
 
-void CodecMemory::insert(Block *block) {
+void *CodecMemory::insert(Block *block) {
+  if (block == nullptr) {
+    throw CodecStopped();
+  }
   block->previous = nullptr;
   block->next = first_;
   link(block);
+  return block->bytes();
 }
 
 void CodecMemory::link(Block *block) {

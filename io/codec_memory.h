@@ -23,8 +23,10 @@ class CodecMemory {
   static void release_kept(void *bytes);
 
   // What the codecs call. allocate and resize throw CodecStopped. Memory of allocate is zeroed, so
-  // that pixels a broken picture leaves out are black and never other data of the process.
+  // that pixels a broken picture leaves out are black and never other data of the process; that of
+  // allocate_unset is for pixels that are all written.
   static void *allocate(size_t size);
+  static void *allocate_unset(size_t size);
   static void *resize(void *bytes, size_t size);
   static void release(void *bytes);
 
@@ -32,7 +34,7 @@ class CodecMemory {
   struct Block;
 
   void spend(size_t size);
-  void insert(Block *block);
+  void *insert(Block *block);
   void link(Block *block);  // lets its neighbours point to it
   void remove(const Block *block);
 

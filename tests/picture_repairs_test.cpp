@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 // A decoder of this file's own, to reach its steps. Configured as in io/stb.cpp.
 #define STB_IMAGE_STATIC
@@ -398,6 +399,150 @@ TEST_F(PictureRepairs, TgaOriginIsInAnyCorner) {
       }
       EXPECT_EQ(pixels_of(picture), expected) << descriptor << " " << test.data;
     }
+  }
+}
+
+Bytes little_endian(std::initializer_list<int> values, int bytes) {
+  Bytes text;
+  for (const int value : values) {
+    for (int i = 0; i < bytes; ++i) {
+      text += static_cast<char>(value >> 8 * i);
+    }
+  }
+  return text;
+}
+
+// Rows of every depth and both orders, with the last colour of the palette, and without the padding
+// of the last row.
+TEST_F(PictureRepairs, BmpRowsAndPalettes) {
+  for (const int header : {12, 40}) {
+    for (const int bits : {1, 4, 8, 24, 32}) {
+      for (int width = 1; width <= 18; ++width) {
+        const bool is_top_down = header == 40 && width % 2 == 0;
+        const int height = 3;
+        const int entry = header == 12 ? 3 : 4;
+        const int colors = bits < 24 ? 1 << bits : 0;
+        Bytes palette(static_cast<size_t>(entry * colors), '\0');
+        std::generate(palette.begin(), palette.end(), [&] { return static_cast<char>(random_()); });
+        Bytes file = "BM" + little_endian({0, 0, 14 + header + entry * colors, header}, 4);
+        file += header == 12 ? little_endian({width, height, 1, bits}, 2)
+                             : little_endian({width, is_top_down ? -height : height}, 4) +
+                                   little_endian({1, bits}, 2) + Bytes(24, '\0');
+        file += palette;
+        const auto stride = static_cast<size_t>((width * bits + 31) / 32 * 4);
+        Bytes rows[3];
+        for (Bytes &row : rows) {
+          row.resize(stride);
+          std::generate(row.begin(), row.end(), [&] { return static_cast<char>(random_()); });
+          row[0] = '\xFF';  // the last colour
+          file += row;
+        }
+        Bytes expected;
+        const int channels = bits == 32 ? 4 : 3;
+        for (const size_t y : {size_t{0}, size_t{1}, size_t{2}}) {
+          const Bytes &row = rows[is_top_down ? y : 2 - y];
+          for (int x = 0; x < width; ++x) {
+            const int byte = static_cast<uint8_t>(row.at(static_cast<size_t>(x * bits / 8)));
+            const int index = byte >> (8 - bits - x * bits % 8) & ((1 << bits) - 1);
+            const Bytes pixel = bits >= 24 ? row.substr(static_cast<size_t>(x * bits / 8), 4)
+                                           : palette.substr(static_cast<size_t>(entry * index), 3);
+            expected += {pixel[2], pixel[1], pixel[0]};
+            expected += pixel.substr(3, static_cast<size_t>(channels - 3));
+          }
+        }
+        file.resize(file.size() - stride + static_cast<size_t>((width * bits + 7) / 8));
+        EXPECT_EQ(pixels_of(decode(file)), header == 12 && bits == 32 ? Bytes() : expected)
+            << header << " " << bits << " " << width;
+        file.pop_back();
+        EXPECT_FALSE(decode(file).pixels);
+      }
+    }
+  }
+}
+
+// A GIF of 4 colours, the third of which is the background, around a picture at (1, 2).
+Bytes gif_of(const std::vector<int> &indices, int width, int height, bool is_interlaced) {
+  constexpr int kBits = 2;
+  constexpr int kClear = 1 << kBits;
+  constexpr int kFullTable = 4096;
+  Bytes packed(1, '\0');
+  int used = 0;
+  int code_bits = kBits + 1;
+  const auto put = [&](int code) {
+    for (int i = 0; i < code_bits; ++i, ++used) {
+      if (used == 8) {
+        packed += '\0';
+        used = 0;
+      }
+      packed.back() = static_cast<char>(packed.back() | (code >> i & 1) << used);
+    }
+  };
+  // The table is filled and not cleared again.
+  std::map<std::pair<int, int>, int> table;
+  put(kClear);
+  int following = kClear + 2;
+  int current = indices.at(0);
+  for (size_t i = 1; i < indices.size(); ++i) {
+    const auto longer = table.find({current, indices[i]});
+    if (longer != table.end()) {
+      current = longer->second;
+      continue;
+    }
+    put(current);
+    if (following < kFullTable) {
+      code_bits += following == 1 << code_bits && code_bits < 12 ? 1 : 0;
+      table[{current, indices[i]}] = following++;
+    }
+    current = indices[i];
+  }
+  put(current);
+  put(kClear + 1);
+  Bytes file = "GIF89a" + little_endian({width + 2, height + 3}, 2) + "\xF1\2\0abcdefghijkl,"s +
+               little_endian({1, 2, width, height}, 2) + (is_interlaced ? '\x40' : '\0') +
+               static_cast<char>(kBits);
+  for (size_t i = 0; i < packed.size(); i += 255) {
+    const Bytes block = packed.substr(i, 255);
+    file += static_cast<char>(block.size()) + block;
+  }
+  return file + "\0;"s;
+}
+
+TEST_F(PictureRepairs, GifIsDrawnOnItsBackground) {
+  struct Case {
+    int width;
+    int height;
+    bool is_interlaced;
+    int missing;  // pixels at the end
+  };
+  const Case cases[] = {{300, 200, false, 0}, {300, 201, true, 0}, {7, 9, false, 10},
+                        {7, 9, true, 10},     {5, 1, true, 0},     {1, 3, true, 0}};
+  for (const Case &test : cases) {
+    const int width = test.width + 2;
+    std::vector<int> rows;  // in the order of the file
+    for (const auto &[first, step] : {std::pair(0, 8), {4, 8}, {2, 4}, {1, 2}}) {
+      for (int y = test.is_interlaced ? first : 0; y < test.height; y += step) {
+        rows.push_back(y);
+        y -= test.is_interlaced ? 0 : step - 1;
+      }
+      if (!test.is_interlaced) {
+        break;
+      }
+    }
+    std::vector<int> indices(static_cast<size_t>(test.width * test.height - test.missing));
+    Bytes expected;
+    for (int i = 0; i < width * (test.height + 3); ++i) {
+      expected += "ghi\xFF";
+    }
+    for (size_t i = 0; i < indices.size(); ++i) {
+      // Runs, which have long codes, and noise.
+      indices[i] = i % 1000 < 500 ? static_cast<int>(random_() % 4) : 1;
+      const int x = static_cast<int>(i) % test.width;
+      const int y = rows.at(i / static_cast<size_t>(test.width));
+      expected.replace(static_cast<size_t>(4 * ((y + 2) * width + x + 1)), 3,
+                       "abcdefghijkl"s.substr(static_cast<size_t>(3 * indices[i]), 3));
+    }
+    const Bytes file = gif_of(indices, test.width, test.height, test.is_interlaced);
+    EXPECT_TRUE(pixels_of(decode(file)) == expected) << test.width << " x " << test.height;
   }
 }
 

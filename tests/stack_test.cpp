@@ -2,6 +2,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "tests/failure_scenarios.h"
@@ -74,6 +75,16 @@ TEST_F(Stack, OfEveryScenario) {
       OwnedFrame out;
       EXPECT_EQ(scenario.run(in.get(), out.slot()), 0);
     });
+  }
+}
+
+TEST_F(Stack, OfEveryPicture) {
+  for (const char *folder : {"corpus/picture", "findings/picture"}) {
+    const auto path = std::filesystem::path(TAVRINE_FUZZ_FOLDER) / folder;
+    for (const auto &entry : std::filesystem::directory_iterator(path)) {
+      measure(entry.path(),
+              [&] { const OwnedFrame frame(tavrine_frame_load(entry.path().c_str())); });
+    }
   }
 }
 
