@@ -1,8 +1,9 @@
 #include "module.h"
 
-#include <hwy/highway.h>
+#include <dlfcn.h>
+#include <hwy/detect_targets.h>
 
-#include <cstring>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string>
@@ -27,15 +28,26 @@ const std::vector<Operation> &operations() {
   return all;
 }
 
+bool has_instruction_set(const std::string &name) {
+  return (name == "AVX2" && __builtin_cpu_supports("avx2")) ||
+         (name == "SSE4" && __builtin_cpu_supports("sse4.2")) ||
+         (name == "SSSE3" && __builtin_cpu_supports("ssse3"));
+}
+
 int use_instruction_set(const char *name) {
-  for (int64_t bits = hwy::SupportedTargets(); bits != 0; bits &= bits - 1) {
-    const int64_t target = bits & -bits;
-    if (std::strcmp(hwy::TargetName(target), name) == 0) {
-      hwy::SetSupportedTargetsForTest(target);
-      return 0;
-    }
+  if (!has_instruction_set(name)) {
+    return -1;
   }
-  return -1;
+  // This copy of the C library is the module's own, and nothing else has started yet.
+  setenv("TAVRINE_INSTRUCTION_SET", name, 1);  // NOLINT(concurrency-mt-unsafe)
+  // Revisions before this variable choose by Highway's library.
+  const auto set_targets = reinterpret_cast<void (*)(int64_t)>(
+      dlsym(RTLD_DEFAULT, "_ZN3hwy26SetSupportedTargetsForTestEl"));
+  if (set_targets != nullptr) {
+    const std::string set = name;
+    set_targets(set == "AVX2" ? HWY_AVX2 : set == "SSE4" ? HWY_SSE4 : HWY_SSSE3);
+  }
+  return 0;
 }
 
 int row_count() { return static_cast<int>(operations().size()); }

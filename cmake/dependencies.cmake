@@ -1,5 +1,5 @@
-# Dependencies from the distribution's packages. All but Highway's run-time dispatch are headers,
-# so one set of packages serves every target. They are system headers: no warnings from them.
+# Dependencies from the distribution's packages. All are headers, so one set of packages serves every
+# target. They are system headers: no warnings from them.
 function(tavrine_header_library name header)
   find_path(${name}_INCLUDE_DIR ${header} ${ARGN} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
   add_library(${name} INTERFACE IMPORTED)
@@ -17,11 +17,6 @@ endfunction()
 
 tavrine_header_library(eigen Eigen/Dense PATH_SUFFIXES eigen3)
 tavrine_header_library(highway hwy/highway.h)
-if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(arm|aarch64)")
-  # Chooses the instruction set at run time. ARM builds have NEON alone and do not need it.
-  find_library(highway_LIBRARY hwy REQUIRED)
-  target_link_libraries(highway INTERFACE ${highway_LIBRARY})
-endif()
 tavrine_header_library(stb stb_image.h PATH_SUFFIXES stb)
 if(TAVRINE_BUILD_TOOLS)
   tavrine_header_library(cli11 CLI/CLI.hpp)

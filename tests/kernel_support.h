@@ -7,22 +7,14 @@
 #include <cstring>
 #include <type_traits>
 
+#include "kernels/instruction_set.h"
 #include "kernels/plane_view.h"
 #include "tests/guarded_frame.h"
 
 namespace tavrine::test {
 
-// A single instruction set needs no choice, and its build no library to make one.
-inline void choose_target(int64_t target) {
-#if (HWY_TARGETS & (HWY_TARGETS - 1)) != 0
-  hwy::SetSupportedTargetsForTest(target);
-#else
-  static_cast<void>(target);
-#endif
-}
-
 // Calls run(), or run(name), once for each instruction set that was compiled and that this machine
-// has.
+// has. Only kernels called from here use it, not those in the library.
 template <typename Run>
 void on_every_target(Run run) {
   std::string names;
@@ -31,7 +23,7 @@ void on_every_target(Run run) {
     const int64_t target = bits & -bits;
     const char *name = hwy::TargetName(target);
     names += std::string(names.empty() ? "" : " ") + name;
-    choose_target(target);
+    hwy::SetSupportedTargetsForTest(target);
     {
       SCOPED_TRACE(name);
       if constexpr (std::is_invocable_v<Run, const char *>) {
@@ -40,7 +32,7 @@ void on_every_target(Run run) {
         run();
       }
     }
-    choose_target(0);
+    hwy::SetSupportedTargetsForTest(0);
     if (::testing::Test::HasFatalFailure()) {
       return;
     }
@@ -48,6 +40,16 @@ void on_every_target(Run run) {
   ASSERT_FALSE(names.empty()) << "no instruction set was run";
   ::testing::Test::RecordProperty("targets", names);
   std::printf("[  TARGETS ] %s\n", names.c_str());
+}
+
+// The library takes the same.
+inline std::string taken_instruction_set() {
+  for (const InstructionSet &set : instruction_sets()) {
+    if (set.is_taken) {
+      return set.name;
+    }
+  }
+  return "none";
 }
 
 // A plane that ends, or begins, exactly where memory that must not be touched begins, or ends: one

@@ -221,14 +221,6 @@ TEST(ResizeKernels, EqualTheFormula) {
 }
 
 #ifdef TAVRINE_TRACE_PATHS
-int64_t current_target() {
-#if (HWY_TARGETS & (HWY_TARGETS - 1)) != 0
-  return hwy::SupportedTargets();
-#else
-  return HWY_TARGETS;
-#endif
-}
-
 TEST(ResizeKernels, TakeTheFastestWay) {
   struct Size {
     int32_t columns, rows;
@@ -274,7 +266,7 @@ TEST(ResizeKernels, TakeTheFastestWay) {
     }
   }
   on_every_target([&] {
-    const int64_t target = current_target();
+    const int64_t target = hwy::SupportedTargets();
     for (const Case &it : cases) {
       const GuardedPlane in(it.from.columns, it.from.rows, it.channels);
       const GuardedPlane out(it.to.columns, it.to.rows, it.channels);
