@@ -1,10 +1,10 @@
-/* Turns several regions of a picture into one batch for a network, and maps positions in its images
+/* Needs the devkit, for tavrine_tensor_alloc: on a camera, an application's tensors come from the
+ * SDK.
+ *
+ * Turns several regions of a picture into one batch for a network, and maps positions in its images
  * back to the picture.
  *
- *   batch_regions [PICTURE]     without one it paints a horizontal ramp
- *
- * Tensors of an application come from the SDK on a camera; this program takes its own from the
- * devkit (tavrine_tensor_alloc) and needs it to compile and link. */
+ *   batch_regions [PICTURE]     without one it paints a horizontal ramp */
 #include <stdio.h>
 
 #include "tavrine_aux.h"

@@ -1,11 +1,11 @@
-/* Turns a camera's NV12 frame into the input of a detector, and maps a position in the tensor back
- * to the frame. The frame is converted to RGB24, resized to fit, normalised and padded.
+/* Needs the devkit, for tavrine_tensor_alloc: on a camera, an application's tensors come from the
+ * SDK.
+ *
+ * Turns a camera's NV12 frame into the input of a detector, and maps a position in the tensor back
+ * to the frame. The frame is resized to fit, converted to RGB24, normalised and padded.
  *
  *   detector_input                          with a frame that it paints
- *   detector_input FRAME.nv12 WIDTH HEIGHT
- *
- * Tensors of an application come from the SDK on a camera; this program takes its own from the
- * devkit (tavrine_tensor_alloc) and needs it to compile and link. */
+ *   detector_input FRAME.nv12 WIDTH HEIGHT */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -51,25 +51,26 @@ static void detect(const tavrine_tensor_t *tensor, float *x, float *y) {
   *y = (float)(sum_y / (sum > 0 ? sum : 1));
 }
 
-/* Returns what went wrong, or null. */
-static const char *fill(const tavrine_frame_t *camera, tavrine_tensor_t *tensor, float *ratio) {
+/* Returns what went wrong, or null. The picture is in the top left `width` x `height` elements. */
+static const char *fill(const tavrine_frame_t *camera, tavrine_tensor_t *tensor, int32_t *width,
+                        int32_t *height) {
   const int32_t longer = camera->width > camera->height ? camera->width : camera->height;
-  *ratio = (float)longer / SIDE;
-  const int32_t width = (int32_t)((float)camera->width / *ratio + 0.5F);
-  const int32_t height = (int32_t)((float)camera->height / *ratio + 0.5F);
-  tavrine_frame_t *rgb = NULL;
   tavrine_frame_t *small = NULL;
+  tavrine_frame_t *rgb = NULL;
   const char *problem = NULL;
-  if (tavrine_frame_cvt_color(camera, &rgb, TAVRINE_FORMAT_RGB24) != TAVRINE_OK) {
-    problem = "cannot convert the frame";
-  } else if (tavrine_frame_resize(rgb, &small, width, height) != TAVRINE_OK) {
+  /* NV12 needs even sizes. */
+  *width = SIDE * camera->width / longer / 2 * 2;
+  *height = SIDE * camera->height / longer / 2 * 2;
+  if (tavrine_frame_resize(camera, &small, *width, *height) != TAVRINE_OK) {
     problem = "cannot resize the frame";
-  } else if (tavrine_frame_to_tensor(tensor, 0, TAVRINE_TENSOR_RGB, small, 0, 0, 0, 255, 255, 255,
+  } else if (tavrine_frame_cvt_color(small, &rgb, TAVRINE_FORMAT_RGB24) != TAVRINE_OK) {
+    problem = "cannot convert the frame";
+  } else if (tavrine_frame_to_tensor(tensor, 0, TAVRINE_TENSOR_RGB, rgb, 0, 0, 0, 255, 255, 255,
                                      0.5F, 0.5F, 0.5F) != TAVRINE_OK) {
     problem = "cannot fill the tensor";
   }
-  tavrine_frame_free(&small);
   tavrine_frame_free(&rgb);
+  tavrine_frame_free(&small);
   return problem;
 }
 
@@ -96,18 +97,21 @@ int main(int argc, char **argv) {
   if (camera == NULL || tensor == NULL) {
     problem = "cannot make a frame of that size";
   } else {
-    float ratio, x, y;
+    int32_t used_width, used_height;
+    float x, y;
     if (argc == 1) {
       paint(memory, width, height);
     }
-    problem = fill(camera, tensor, &ratio);
+    problem = fill(camera, tensor, &used_width, &used_height);
     if (problem == NULL) {
+      const float horizontal = (float)width / (float)used_width;
+      const float vertical = (float)height / (float)used_height;
       detect(tensor, &x, &y);
-      printf("NV12 %dx%d in a tensor of 3x%dx%d, %.2f frame pixels per element\n", width, height,
-             SIDE, SIDE, ratio);
+      printf("NV12 %dx%d in a tensor of 3x%dx%d, %.2f x %.2f frame pixels per element\n", width,
+             height, SIDE, SIDE, horizontal, vertical);
       /* Pixel centres are half a pixel from the pixel's edge. */
-      printf("found at (%.1f, %.1f), in the frame (%.1f, %.1f)\n", x, y, (x + 0.5F) * ratio - 0.5F,
-             (y + 0.5F) * ratio - 0.5F);
+      printf("found at (%.1f, %.1f), in the frame (%.1f, %.1f)\n", x, y,
+             (x + 0.5F) * horizontal - 0.5F, (y + 0.5F) * vertical - 0.5F);
     }
   }
   tavrine_tensor_free(&tensor);
