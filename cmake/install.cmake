@@ -40,6 +40,12 @@ if(TAVRINE_BUILD_TOOLS)
   set_target_properties(tavrine_aux_tool PROPERTIES
     INSTALL_RPATH "$ORIGIN/../${libdir};$ORIGIN/../${libdir}/tavrine-devkit")
   install(TARGETS tavrine_aux_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  if(TARGET tavrine_reference)
+    install(DIRECTORY ${TAVRINE_REFERENCE_DIR}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR}
+      COMPONENT tools)
+    install(DIRECTORY ${TAVRINE_REFERENCE_DIR}/completions
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion COMPONENT tools)
+  endif()
 endif()
 
 if(NOT TAVRINE_SDK_DIR)

@@ -111,6 +111,16 @@ ConvertRequest convert_request(const CLI::App &command, const Texts &texts,
   return request;
 }
 
+const CLI::App *add_info_command(CLI::App &app, Texts &texts) {
+  CLI::App *command = add_command(app, "info", "Print format and size of pictures", texts);
+  command
+      ->add_option("PICTURE...", texts.paths,
+                   "Picture files, or raw frames with --in; - for standard input")
+      ->required();
+  add_layout_option(command, texts);
+  return command;
+}
+
 CLI::App *add_convert_command(CLI::App &app, Texts &texts, ConvertTexts &convert) {
   CLI::App *command =
       add_command(app, "convert", "Crop, resize, rotate, warp and convert pictures", texts);
@@ -181,34 +191,43 @@ bool is_help_printed(const CLI::App &app, int argc, const char *const *argv) {
   return false;
 }
 
-}  // namespace
-
-std::optional<CommandLine> read_command_line(int argc, const char *const *argv) {
-  CLI::App app("Converts pictures and raw camera frames, and makes network inputs of them.",
-               "tavrine-aux");
-  app.formatter(std::make_shared<HelpFormatter>());
-  app.footer(kExamples);
-  app.set_version_flag("--version", std::string("tavrine-aux ") + tavrine_aux_version());
-  app.require_subcommand(1);
+// The parser and what it fills.
+struct Parser {
+  CLI::App app{"Converts pictures and raw camera frames, and makes network inputs of them.",
+               "tavrine-aux"};
   Texts texts;
   ConvertTexts convert_texts;
   AlignTexts align_texts;
   TensorTexts tensor_texts;
   CompareTexts compare_texts;
+  const CLI::App *info, *convert, *align, *tensor, *compare;
 
-  CLI::App *info = add_command(app, "info", "Print format and size of pictures", texts);
-  info->add_option("PICTURE...", texts.paths,
-                   "Picture files, or raw frames with --in; - for standard input")
-      ->required();
-  add_layout_option(info, texts);
+  Parser() {
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.footer(kExamples);
+    app.set_version_flag("--version", std::string("tavrine-aux ") + tavrine_aux_version());
+    app.require_subcommand(1);
+    info = add_info_command(app, texts);
+    convert = add_convert_command(app, texts, convert_texts);
+    align = add_align_command(app, texts, align_texts);
+    tensor = add_tensor_command(app, texts, tensor_texts);
+    compare = add_compare_command(app, texts, compare_texts);
+    add_command(app, "version", "Print the library's version and revision", texts,
+                "Also print how the library was built");
+  }
+};
 
-  const CLI::App *convert = add_convert_command(app, texts, convert_texts);
-  const CLI::App *align = add_align_command(app, texts, align_texts);
-  const CLI::App *tensor = add_tensor_command(app, texts, tensor_texts);
-  const CLI::App *compare = add_compare_command(app, texts, compare_texts);
-  add_command(app, "version", "Print the library's version and revision", texts,
-              "Also print how the library was built");
+}  // namespace
 
+void describe_command_line(const std::function<void(const CLI::App &)> &describe) {
+  const Parser parser;
+  describe(parser.app);
+}
+
+std::optional<CommandLine> read_command_line(int argc, const char *const *argv) {
+  Parser parser;
+  CLI::App &app = parser.app;
+  const Texts &texts = parser.texts;
   if (is_help_printed(app, argc, argv)) {
     return std::nullopt;
   }
@@ -220,21 +239,22 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
   } catch (const CLI::ParseError &error) {
     throw UsageError(error.what());
   }
-  if (info->parsed()) {
+  if (parser.info->parsed()) {
     check_inputs(texts.paths);
     return CommandLine{InfoRequest{texts.paths, layout_of(texts)}, texts.verbose};
   }
-  if (convert->parsed()) {
-    return CommandLine{convert_request(*convert, texts, convert_texts), texts.verbose};
+  if (parser.convert->parsed()) {
+    return CommandLine{convert_request(*parser.convert, texts, parser.convert_texts),
+                       texts.verbose};
   }
-  if (align->parsed()) {
-    return CommandLine{align_request(texts, align_texts), texts.verbose};
+  if (parser.align->parsed()) {
+    return CommandLine{align_request(texts, parser.align_texts), texts.verbose};
   }
-  if (tensor->parsed()) {
-    return CommandLine{tensor_request(texts, tensor_texts), texts.verbose};
+  if (parser.tensor->parsed()) {
+    return CommandLine{tensor_request(texts, parser.tensor_texts), texts.verbose};
   }
-  if (compare->parsed()) {
-    return CommandLine{compare_request(texts, compare_texts), texts.verbose};
+  if (parser.compare->parsed()) {
+    return CommandLine{compare_request(texts, parser.compare_texts), texts.verbose};
   }
   return CommandLine{VersionRequest{texts.verbose}, texts.verbose};
 }

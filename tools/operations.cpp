@@ -127,7 +127,7 @@ const std::vector<OperationKind> &operation_kinds() {
        parse_warp_affine},
       {"--warp-perspective", "M0,...,M8[@WIDTHxHEIGHT]", "Map pixels with a 3x3 matrix, see below",
        parse_warp_perspective},
-      {"--format", "NAME", "Convert the pixels to GREY, NV12, NV21, YU12, RGB24 or BGR24",
+      {"--format", "GREY|NV12|NV21|YU12|RGB24|BGR24", "Convert the pixels to this format",
        parse_format},
   };
   return kinds;
