@@ -119,7 +119,10 @@ namespace tavrine {
 
 std::vector<InstructionSet> instruction_sets() {
   const int64_t usable = usable_targets();
-  const int64_t chosen = hwy::SupportedTargets();
+  // Not what hwy::SupportedTargets() keeps: the tool sets the variable after it has asked for
+  // names.
+  const int64_t for_test = targets_for_test;
+  const int64_t chosen = for_test != 0 ? for_test : targets_to_choose_from();
   const int64_t best = chosen & -chosen;
   std::vector<InstructionSet> sets;
   for (int64_t bits = HWY_TARGETS; bits != 0; bits &= bits - 1) {

@@ -1,12 +1,40 @@
 // The command line tool: operations, messages and exit status.
 #include <algorithm>
 #include <filesystem>
+#include <regex>
 
 #include "tavrine_aux.h"
 #include "tests/tool_support.h"
 
 namespace tavrine::test {
 namespace {
+
+// The sets of `version -v` in a state: "taken" or "on this CPU".
+std::vector<std::string> sets_in_state(const std::string &text, const std::string &state) {
+  std::vector<std::string> names;
+  const std::regex line("  ([A-Z0-9]+): " + state + "\n");
+  for (std::sregex_iterator match(text.begin(), text.end(), line), end; match != end; ++match) {
+    names.push_back((*match)[1]);
+  }
+  return names;
+}
+
+TEST_F(Tool, RunsOnTheInstructionSetThatIsAskedFor) {
+  const std::string text = run("version -v").output;
+  ASSERT_EQ(sets_in_state(text, "taken").size(), 1U) << text;
+  succeed("convert ramp.png --scale 1.7 expected.rgb");
+  for (const std::string &set : sets_in_state(text, "(?:taken|on this CPU)")) {
+    SCOPED_TRACE(set);
+    const std::vector<std::string> only = {set};
+    EXPECT_EQ(sets_in_state(run("version -v --instruction-set " + set).output, "taken"), only);
+    EXPECT_EQ(
+        sets_in_state(run("version -v", "export TAVRINE_INSTRUCTION_SET=" + set + "; ").output,
+                      "taken"),
+        only);
+    succeed("convert ramp.png --scale 1.7 --instruction-set " + set + " out.rgb");
+    EXPECT_EQ(read("out.rgb"), read("expected.rgb"));
+  }
+}
 
 TEST_F(Tool, AppliesOperationsInTheOrderGiven) {
   succeed("convert ramp.png --crop 0,0,16,12 --scale 2 crop_first.rgb");
@@ -107,6 +135,7 @@ TEST_F(Tool, WrongUsageIsReportedBeforeAnyFileIsTouched) {
       "info",
       "convert ramp.png",
       "convert ramp.png out.png --blur 3",
+      "convert ramp.png out.png --instruction-set MMX",
       "convert ramp.png --resize 10 out.png",
       "convert ramp.png --resize 0x10 out.png",
       "convert ramp.png --crop 0,0,5,0 out.png",

@@ -9,6 +9,7 @@
 #include "compare_options.h"
 #include "failure.h"
 #include "input_file.h"
+#include "instruction_set.h"
 #include "picture_file.h"
 #include "tavrine_aux.h"
 #include "tensor_options.h"
@@ -25,6 +26,12 @@ constexpr char kExamples[] = R"(Examples:
   tavrine-aux align photo.jpg face.png --points 412,305,489,322,441,398
   tavrine-aux tensor photo.jpg input.npy --size 224x224 --mean 124,116,104 --scale 58,57,57
   tavrine-aux compare expected.png result.png --tolerance 2
+)";
+
+constexpr char kInfoNotes[] = R"(
+Examples:
+  tavrine-aux info photo.jpg
+  tavrine-aux info --in NV12:1920x1080 frame.nv12
 )";
 
 constexpr char kConvertNotes[] = R"(
@@ -118,6 +125,7 @@ const CLI::App *add_info_command(CLI::App &app, Texts &texts) {
                    "Picture files, or raw frames with --in; - for standard input")
       ->required();
   add_layout_option(command, texts);
+  command->footer(kInfoNotes);
   return command;
 }
 
@@ -213,7 +221,7 @@ struct Parser {
     tensor = add_tensor_command(app, texts, tensor_texts);
     compare = add_compare_command(app, texts, compare_texts);
     add_command(app, "version", "Print the library's version and revision", texts,
-                "Also print how the library was built");
+                "Also print how the library was built, and for which instruction sets");
   }
 };
 
@@ -238,6 +246,9 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
     return std::nullopt;
   } catch (const CLI::ParseError &error) {
     throw UsageError(error.what());
+  }
+  if (!texts.instruction_set.empty()) {
+    take_instruction_set(texts.instruction_set);
   }
   if (parser.info->parsed()) {
     check_inputs(texts.paths);

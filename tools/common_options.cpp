@@ -1,11 +1,18 @@
 #include "common_options.h"
 
+#include "instruction_set.h"
+
 namespace tavrine::tool {
 
 CLI::App *add_command(CLI::App &app, const char *name, const char *description, Texts &texts,
                       const char *verbose_help) {
   CLI::App *command = app.add_subcommand(name, description);
+  command->footer("");  // not the program's
   command->add_flag("-v,--verbose", texts.verbose, verbose_help);
+  command
+      ->add_option("--instruction-set", texts.instruction_set,
+                   "Run on this instruction set instead of the best one that the CPU has")
+      ->option_text(instruction_set_names());
   return command;
 }
 

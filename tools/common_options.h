@@ -14,6 +14,7 @@ namespace tavrine::tool {
 struct Texts {
   std::vector<std::string> paths;
   std::string layout;
+  std::string instruction_set;
   bool verbose = false;
   bool on_device = false;
 };
