@@ -18,7 +18,8 @@ if(TAVRINE_MPP STREQUAL "devkit")
 endif()
 install(TARGETS ${runtime_targets} EXPORT tavrine_aux-targets
   LIBRARY DESTINATION ${libdir} COMPONENT runtime NAMELINK_COMPONENT development)
-install(FILES include/tavrine_types.h include/tavrine_aux.h include/tavrine_core.h
+install(FILES include/tavrine_types.h include/tavrine_aux.h include/tavrine_aux.hpp
+  include/tavrine_core.h include/tavrine_core.hpp
   DESTINATION ${includedir}/tavrine COMPONENT development)
 install(EXPORT tavrine_aux-targets NAMESPACE tavrine:: DESTINATION ${package_dir}
   COMPONENT development)

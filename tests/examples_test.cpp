@@ -10,6 +10,7 @@ TEST_F(Tool, ExamplesSucceedAndReportFailures) {
     const char *arguments;
     int status;
     const char *text;  // of the output, or of the errors
+    bool is_in_both_languages = true;
   };
   const Case cases[] = {
       {"align_face", "", 0, "mouth     is red 200, green 40, blue 50\n"},
@@ -24,14 +25,23 @@ TEST_F(Tool, ExamplesSucceedAndReportFailures) {
       {"batch_regions", "", 0, "region 1 of 128x96: 2.000 pixels per element, red mean +0.003"},
       {"batch_regions", "ramp.png", 0, "(16, 4) is (8.0, 2.0)\n"},
       {"batch_regions", "none.png", 1, "batch_regions: cannot load the picture\n"},
-      {"contact_sheet", "sheet.png title none.png nothing", 1, "cannot load or place none.png\n"},
+      {"contact_sheet", "sheet.png title none.png nothing", 1, "cannot load or place none.png\n",
+       false},
       {"show_tensor", "ramp.png out.png", 1,
-       "ramp.png is not a tensor file with one or three channels\n"},
+       "ramp.png is not a tensor file with one or three channels\n", false},
   };
   succeed("convert ramp.png frame.nv12");
   for (const Case &test : cases) {
     SCOPED_TRACE(std::string(test.program) + " " + test.arguments);
     const Outcome outcome = run_program(test.program, test.arguments);
+    if (test.is_in_both_languages) {
+      const std::string face = read("face.png");
+      const Outcome in_cpp = run_program(test.program + std::string("_cpp"), test.arguments);
+      EXPECT_EQ(in_cpp.status, outcome.status);
+      EXPECT_EQ(in_cpp.output, outcome.output);
+      EXPECT_EQ(in_cpp.errors, outcome.errors);
+      EXPECT_EQ(read("face.png"), face);
+    }
     const std::string &text = test.status == 0 ? outcome.output : outcome.errors;
     EXPECT_EQ(outcome.status, test.status) << outcome.errors;
     EXPECT_NE(text.find(test.text), std::string::npos) << text;
