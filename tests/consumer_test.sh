@@ -61,6 +61,13 @@ for standard in c99 c11 c++11 c++17; do
   run pkg-config "./$standard"
 done
 
+# The README's program in C++.
+sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$source/README.md" >owners.cpp
+# shellcheck disable=SC2046
+g++ -std=c++17 -Wall -Wextra -Wpedantic -Werror owners.cpp -o owners \
+  $(pkg-config --cflags --libs tavrine_aux tavrine_devkit) -Wl,-rpath,"$prefix/$libraries"
+run pkg-config ./owners
+
 mkdir meson
 cp "$source/tests/consumer/meson.build" program.c program.cpp meson
 (meson setup meson/build meson && meson compile -C meson/build) >meson.log 2>&1 || {
