@@ -1,10 +1,10 @@
+// Needs the devkit, for tavrine_tensor_alloc: on a camera, an application's tensors come from the
+// SDK.
+//
 // Turns several regions of a picture into one batch for a network, and maps positions in its images
 // back to the picture. The same in C: batch_regions.c
 //
 //   batch_regions_cpp [PICTURE]     without one it paints a horizontal ramp
-//
-// Tensors of an application come from the SDK on a camera; this program takes its own from the
-// devkit (tavrine_tensor_alloc) and needs it to compile and link.
 #include <cstdio>
 #include <stdexcept>
 

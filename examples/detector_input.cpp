@@ -1,14 +1,13 @@
+// Needs the devkit, for tavrine_tensor_alloc: on a camera, an application's tensors come from the
+// SDK.
+//
 // Turns a camera's NV12 frame into the input of a detector, and maps a position in the tensor back
-// to the frame. The frame is converted to RGB24, resized to fit, normalised and padded. The same in
+// to the frame. The frame is resized to fit, converted to RGB24, normalised and padded. The same in
 // C: detector_input.c
 //
 //   detector_input_cpp                          with a frame that it paints
 //   detector_input_cpp FRAME.nv12 WIDTH HEIGHT
-//
-// Tensors of an application come from the SDK on a camera; this program takes its own from the
-// devkit (tavrine_tensor_alloc) and needs it to compile and link.
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -52,19 +51,19 @@ tavrine::Point detect(const tavrine::Tensor &tensor) {
   return {static_cast<float>(sum_x / count), static_cast<float>(sum_y / count)};
 }
 
-void fill(const tavrine::Frame &camera, const tavrine::Letterbox &letterbox,
-          tavrine::Tensor &tensor) {
-  const auto fitted = [](int32_t side, float ratio) {
-    return static_cast<int32_t>(std::lround(static_cast<float>(side) / ratio));
-  };
-  const auto rgb = tavrine::cvt_color(camera, tavrine::PixelFormat::kRgb24).value();
-  const auto small = tavrine::resize(rgb, {fitted(camera->width, letterbox.horizontal),
-                                           fitted(camera->height, letterbox.vertical)})
-                         .value();
+// Returns how the picture lies in the tensor's top left corner.
+tavrine::Letterbox fill(const tavrine::Frame &camera, tavrine::Tensor &tensor) {
+  const auto [width, height] = camera.size();
+  const int32_t longer = std::max(width, height);
+  // NV12 needs even sizes.
+  const tavrine::Size used = {kSide * width / longer / 2 * 2, kSide * height / longer / 2 * 2};
+  const auto small = tavrine::resize(camera, used).value();
+  const auto rgb = tavrine::cvt_color(small, tavrine::PixelFormat::kRgb24).value();
   tavrine::Normalization normalization;
   normalization.scale = 255;
   normalization.padding = 0.5F;
-  tavrine::to_tensor(small, tensor, tavrine::TensorColor::kRgb, normalization).value();
+  tavrine::to_tensor(rgb, tensor, tavrine::TensorColor::kRgb, normalization).value();
+  return tavrine::Letterbox::of({0, 0, width, height}, used, tavrine::ResizeMode::kStretch);
 }
 
 // Reads the file into the memory; paints the frame without one.
@@ -104,12 +103,11 @@ int main(int argc, char **argv) {
     return 1;
   }
   try {
-    const auto letterbox = tavrine::Letterbox::fit(size, {kSide, kSide});
-    fill(camera, letterbox, tensor);
+    const tavrine::Letterbox letterbox = fill(camera, tensor);
     const tavrine::Point found = detect(tensor);
     const tavrine::Point place = letterbox.to_frame(found);
-    std::printf("NV12 %dx%d in a tensor of 3x%dx%d, %.2f frame pixels per element\n", size.width,
-                size.height, kSide, kSide, letterbox.horizontal);
+    std::printf("NV12 %dx%d in a tensor of 3x%dx%d, %.2f x %.2f frame pixels per element\n",
+                size.width, size.height, kSide, kSide, letterbox.horizontal, letterbox.vertical);
     std::printf("found at (%.1f, %.1f), in the frame (%.1f, %.1f)\n", found.x, found.y, place.x,
                 place.y);
   } catch (const std::exception &problem) {

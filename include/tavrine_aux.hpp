@@ -290,12 +290,11 @@ struct Letterbox {
   static Letterbox fit(Size frame, Size image) noexcept {
     return of({0, 0, frame.width, frame.height}, image);
   }
-  /* The whole frame in the middle, to the nearest pixel of the frame: the area reaches outside it
-   * on both sides. */
+  /* The whole frame in the middle: the smallest area of the image's shape that holds it. */
   static Letterbox centred(Size frame, Size image) noexcept {
-    const auto [x, width] = centred_axis(frame.width, frame.height, image.width, image.height);
-    const auto [y, height] = centred_axis(frame.height, frame.width, image.height, image.width);
-    return of({x, y, width, height}, image);
+    const int32_t width = std::max(frame.width, spanned(frame.height, image.width, image.height));
+    const int32_t height = std::max(frame.height, spanned(frame.width, image.height, image.width));
+    return of({(frame.width - width) / 2, (frame.height - height) / 2, width, height}, image);
   }
 
   Point to_frame(Point p) const noexcept {
@@ -318,17 +317,11 @@ struct Letterbox {
   }
 
  private:
-  /* Begin and length of the area. The other side decides the scale, so that the image spans
-   * other * image / image_other pixels of the frame: `missing` / image_other more than it has. */
-  static std::pair<int32_t, int32_t> centred_axis(int64_t side, int64_t other, int64_t image,
-                                                  int64_t image_other) noexcept {
-    const int64_t missing = other * image - side * image_other;
-    if (missing <= 0 || image_other <= 0) {
-      return {0, static_cast<int32_t>(side)};
-    }
+  /* Frame pixels that `image` elements span, when the frame's other side fills the image's. */
+  static int32_t spanned(int64_t other, int64_t image, int64_t image_other) noexcept {
     constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
-    return {static_cast<int32_t>(-std::min((missing + image_other) / (2 * image_other), kLargest)),
-            static_cast<int32_t>(std::min(other * image / image_other, kLargest))};
+    return static_cast<int32_t>(image_other > 0 ? std::min(other * image / image_other, kLargest)
+                                                : 0);
   }
 };
 

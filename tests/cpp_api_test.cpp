@@ -219,8 +219,8 @@ TEST_F(Cpp, LetterboxesLeadBack) {
       const auto width = static_cast<float>(size.width), height = static_cast<float>(size.height);
       const Box box = letterbox.to_image(Box{0, 0, width, height});
       EXPECT_NEAR(std::max(box.width / 40, box.height / 32), 1, 1e-5F);
-      EXPECT_NEAR(box.x, image == 0 ? 0 : 40 - box.x - box.width, 1);
-      EXPECT_NEAR(box.y, image == 0 ? 0 : 32 - box.y - box.height, 1);
+      EXPECT_NEAR(box.x, image == 0 ? 0 : 40 - box.x - box.width, 2 / letterbox.horizontal);
+      EXPECT_NEAR(box.y, image == 0 ? 0 : 32 - box.y - box.height, 2 / letterbox.vertical);
       for (int y = 0; y < 32; ++y) {
         for (int x = 0; x < 40; ++x) {
           const float outside = std::max(beyond(x, box.x, box.width), beyond(y, box.y, box.height));
