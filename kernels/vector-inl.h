@@ -8,6 +8,7 @@
 
 #include <hwy/highway.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -113,6 +114,23 @@ HWY_INLINE void advance(T *&pointer, ptrdiff_t distance) {
 #endif  // TAVRINE_IS_NEON
 
 #if TAVRINE_IS_X86
+
+// Where a shuffle takes each byte of a block from, the same for all blocks. 0x80 stands for zero.
+// The table is as long as a register: instructions can read it from memory, and GCC does not put
+// known blocks together again in every step.
+class ShuffleControl {
+ public:
+  constexpr explicit ShuffleControl(const std::array<uint8_t, 16> &block) : bytes_() {
+    for (size_t i = 0; i < sizeof bytes_; ++i) {
+      bytes_[i] = block[i % 16];
+    }
+  }
+
+  HWY_INLINE hn::VFromD<Bytes> load() const { return hn::Load(Bytes(), bytes_); }
+
+ private:
+  alignas(32) uint8_t bytes_[32];
+};
 
 // Words a[2i] * b[2i] + a[2i + 1] * b[2i + 1] of unsigned and signed bytes. Sums must fit.
 HWY_INLINE hn::VFromD<Words> multiply_bytes(hn::VFromD<Bytes> a, hn::VFromD<Bytes> b) {

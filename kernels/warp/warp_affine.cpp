@@ -10,6 +10,7 @@
 
 #include "common/allocate.h"
 #include "kernels/path.h"
+#include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_affine_arm-inl.h"
 #include "kernels/warp/warp_affine_columns.h"
 #include "kernels/warp/warp_affine_scalar.h"
@@ -42,8 +43,8 @@ namespace {
 //     kPixels, kColumns, kRows    the pixels that share a window, and its size in source pixels
 //     kReadColumns                the columns from its first on that are read
 //     kPixelsInStep, kAlignment   what a run has at least, and what its ends are multiples of
-//   warp_windows_of_row<Shape>(source, start, offsets, columns, run, out)
-//                               warps a run whose windows lie in the source
+//   warp_windows_of_row<Shape>(source, ahead, start, offsets, columns, run, out)
+//                               warps a run whose windows lie in the source, and may prefetch
 
 void column_offsets(float coefficient, int32_t columns, int32_t *offsets) {
   int32_t x = 0;
@@ -125,8 +126,10 @@ void warp_windows(const PlaneView &source, const AffineMatrix &matrix, const Col
   const PlaneView from = source;
   const PlaneView to = destination;
   const AffineMatrix map = matrix;
+  const RowsAhead ahead(source, truncate_to_int32(map.b * RowsAhead::kRows),
+                        truncate_to_int32(map.e * RowsAhead::kRows));
   for (int32_t y = first_row; y < last_row; ++y) {
-    warp_windows_of_row<Shape>(from, scalar::row_offset(map, y), offsets, columns, run,
+    warp_windows_of_row<Shape>(from, ahead, scalar::row_offset(map, y), offsets, columns, run,
                                to.row(y) + static_cast<ptrdiff_t>(run.first) * Shape::kChannels);
   }
 }

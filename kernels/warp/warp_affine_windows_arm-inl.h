@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_affine_arm-inl.h"
 #include "kernels/warp/warp_affine_columns.h"
 #include "kernels/warp/warp_affine_scalar.h"
@@ -255,9 +256,9 @@ HWY_INLINE void warp_block(const uint8_t *data, int32_t stride, scalar::Offset s
 }
 
 template <class Shape>
-HWY_INLINE void warp_windows_of_row(const PlaneView &source, scalar::Offset start,
-                                    const ColumnOffsets &, const WindowColumns &columns, Run run,
-                                    uint8_t *out) {
+HWY_INLINE void warp_windows_of_row(const PlaneView &source, const RowsAhead &,
+                                    scalar::Offset start, const ColumnOffsets &,
+                                    const WindowColumns &columns, Run run, uint8_t *out) {
   constexpr uint32_t kPenultimate = (Shape::kRows - 2) << scalar::kPositionBits;
   const uint8_t *data = source.data;
   const auto stride = static_cast<int32_t>(source.stride);

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 
+#include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_affine_columns.h"
 #include "kernels/warp/warp_affine_scalar.h"
 #include "kernels/warp/warp_affine_x86-inl.h"
@@ -81,21 +82,14 @@ constexpr auto window_shapes() {
   }
 }
 
-// What a shuffle takes for each of a block's bytes.
-struct ShuffleControl {
-  alignas(16) std::array<uint8_t, 16> bytes;
-
-  hn::VFromD<Bytes> load() const { return hn::LoadDup128(Bytes(), bytes.data()); }
-};
-
 template <class WordAt>
 constexpr ShuffleControl shuffle_words(WordAt word_at) {
-  ShuffleControl control = {};
+  std::array<uint8_t, 16> bytes = {};
   for (uint8_t i = 0; i < 8; ++i) {
-    control.bytes[2 * i] = static_cast<uint8_t>(2 * word_at(i));
-    control.bytes[2 * i + 1] = static_cast<uint8_t>(2 * word_at(i) + 1);
+    bytes[2 * i] = static_cast<uint8_t>(2 * word_at(i));
+    bytes[2 * i + 1] = static_cast<uint8_t>(2 * word_at(i) + 1);
   }
-  return control;
+  return ShuffleControl(bytes);
 }
 
 // Gives each pixel the position of that pixel of its window that comes first in the source.
@@ -195,15 +189,15 @@ class WindowPart {
 
   // Bytes of the left and the right neighbour of each channel where the column is 0.
   static constexpr ShuffleControl leftmost() {
-    ShuffleControl control = {};
+    std::array<uint8_t, 16> bytes = {};
     for (int32_t i = 0; i < 8; ++i) {
       const int32_t word = i % kWordsPerPixel<Shape::kChannels>;
       const int32_t pixel = Shape::kPixels == 1 ? i - word : 0;
       const int32_t channel = 2 * pixel + std::min(word, Shape::kChannels - 1);
-      control.bytes[2 * i] = static_cast<uint8_t>(channel);
-      control.bytes[2 * i + 1] = static_cast<uint8_t>(channel + Shape::kChannels);
+      bytes[2 * i] = static_cast<uint8_t>(channel);
+      bytes[2 * i + 1] = static_cast<uint8_t>(channel + Shape::kChannels);
     }
-    return control;
+    return ShuffleControl(bytes);
   }
 
   static constexpr ShuffleControl kLeftmost = leftmost();
@@ -246,9 +240,10 @@ HWY_INLINE void store_parts(const hn::VFromD<Words> *sums, uint8_t *out) {
 template <class Shape>
 class WindowSteps {
  public:
-  HWY_INLINE WindowSteps(const PlaneView &source, scalar::Offset start,
+  HWY_INLINE WindowSteps(const PlaneView &source, const RowsAhead &ahead, scalar::Offset start,
                          const ColumnOffsets &offsets, const WindowColumns &columns, Run run)
       : source_(source),
+        ahead_(ahead),
         x_(start.x, offsets.x, columns.x_low, run),
         y_(start.y, offsets.y, columns.y_low, run) {}
 
@@ -258,6 +253,7 @@ class WindowSteps {
     if constexpr (kPixels == 1) {
       alignas(32) int32_t offsets[kPixelsInStep];
       store_offsets(at, offsets);
+      ahead_.prefetch(source_.data + offsets[0]);
       for (int32_t i = 0; i < kWords; ++i) {
         WindowPart<Shape> part(pixels, i);
         part.template take_row<0>(load_pixels(source_.data, offsets + i * kPixelsInPart));
@@ -268,6 +264,9 @@ class WindowSteps {
     } else {
       for (int32_t i = 0; i < kWords; i += Shape::kParts) {
         const uint8_t *window = window_of(at + i * kPixelsInPart);
+        if constexpr (Shape::kChannels == 3) {  // fewer channels gain nothing
+          ahead_.prefetch(window);
+        }
         const ptrdiff_t to_second_block =
             kPixelsInStep == kPixelsInBlock
                 ? 0
@@ -359,15 +358,16 @@ class WindowSteps {
   }
 
   const PlaneView source_;
+  const RowsAhead ahead_;
   const Axis x_;
   const Axis y_;
 };
 
 template <class Shape>
-HWY_INLINE void warp_windows_of_row(const PlaneView &source, scalar::Offset start,
-                                    const ColumnOffsets &offsets, const WindowColumns &columns,
-                                    Run run, uint8_t *out) {
-  const WindowSteps<Shape> steps(source, start, offsets, columns, run);
+HWY_INLINE void warp_windows_of_row(const PlaneView &source, const RowsAhead &ahead,
+                                    scalar::Offset start, const ColumnOffsets &offsets,
+                                    const WindowColumns &columns, Run run, uint8_t *out) {
+  const WindowSteps<Shape> steps(source, ahead, start, offsets, columns, run);
   for_each_step(run.last - run.first, Shape::kPixelsInStep, [&](int32_t x) TAVRINE_INLINE_LAMBDA {
     steps.warp(x, out + static_cast<ptrdiff_t>(x) * Shape::kChannels);
   });

@@ -60,11 +60,11 @@ HWY_INLINE hn::VFromD<Bytes> load_pairs(const uint8_t *base, const int32_t *offs
 template <int kChannels>
 HWY_INLINE hn::VFromD<Bytes> load_neighbours(const uint8_t *base, const int32_t *offsets,
                                              int32_t first) {
-  alignas(16) constexpr uint8_t kThree[16] = {0, 3,  1, 4,  2,  5,  0x80, 0x80,
-                                              8, 11, 9, 12, 10, 13, 0x80, 0x80};
-  alignas(16) constexpr uint8_t kFour[16] = {0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15};
+  static constexpr ShuffleControl kThree(
+      {0, 3, 1, 4, 2, 5, 0x80, 0x80, 8, 11, 9, 12, 10, 13, 0x80, 0x80});
+  static constexpr ShuffleControl kFour({0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15});
   return hn::TableLookupBytesOr0(load_pairs(base, offsets, first),
-                                 hn::LoadDup128(Bytes(), kChannels == 3 ? kThree : kFour));
+                                 (kChannels == 3 ? kThree : kFour).load());
 }
 
 // All four neighbours of a step's grey pixels, four bytes each: upper left, upper right, lower
@@ -94,20 +94,20 @@ HWY_INLINE hn::VFromD<Bytes> load_grey_neighbours(const uint8_t *upper, const ui
 // channel, in the order of load_grey_neighbours.
 HWY_INLINE hn::VFromD<Bytes> load_two_channel_neighbours(const uint8_t *upper, const uint8_t *lower,
                                                          const int32_t *offsets, int32_t first) {
-  alignas(16) constexpr uint8_t kOrder[16] = {0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15};
+  static constexpr ShuffleControl kOrder({0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15});
   const auto pixels = blocks_of(first, [&](int32_t i) {
     return _mm_set_epi32(
         load_as<int32_t>(lower + offsets[i + 1]), load_as<int32_t>(upper + offsets[i + 1]),
         load_as<int32_t>(lower + offsets[i]), load_as<int32_t>(upper + offsets[i]));
   });
-  return hn::TableLookupBytes(pixels, hn::LoadDup128(Bytes(), kOrder));
+  return hn::TableLookupBytes(pixels, kOrder.load());
 }
 
 // Moves the pixels of three channels in each block, which are four bytes apart, close together.
 HWY_INLINE hn::VFromD<Bytes> pack_three_channels(hn::VFromD<Bytes> pixels) {
-  alignas(16) constexpr uint8_t kPacked[16] = {0,  1,  2,  4,  5,    6,    8,    9,
-                                               10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-  return hn::TableLookupBytesOr0(pixels, hn::LoadDup128(Bytes(), kPacked));
+  static constexpr ShuffleControl kPacked(
+      {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80});
+  return hn::TableLookupBytesOr0(pixels, kPacked.load());
 }
 
 // Stores the first 12 bytes.

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "kernels/path.h"
+#include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_perspective_arm-inl.h"
 #include "kernels/warp/warp_perspective_scalar.h"
 #include "kernels/warp/warp_perspective_x86-inl.h"
@@ -20,7 +21,25 @@ namespace {
 //
 //   kPixelsInPerspectiveStep<kChannels>  columns that a row must have at least
 //   is_fit_for_vectors(matrix)  whether rows equal the definition for every position of the matrix
-//   warp_row<kChannels>(source, matrix, y, columns, row)
+//   warp_row<kChannels>(source, ahead, matrix, y, columns, row)  may prefetch
+
+#if TAVRINE_HAS_VECTORS
+// As far as the pixel in the middle of the destination moves.
+RowsAhead rows_ahead(const PlaneView &source, const PerspectiveMatrix &matrix,
+                     const PlaneView &destination) {
+  const float *m = matrix.m;
+  const auto x = static_cast<float>(destination.columns / 2);
+  const auto y = static_cast<float>(destination.rows / 2);
+  const auto after = y + static_cast<float>(RowsAhead::kRows);
+  const auto position = [&](const float *row, float at) {
+    return (at * row[1] + x * row[0] + row[2]) / (at * m[7] + x * m[6] + m[8]);
+  };
+  const auto moved = [&](const float *row) {
+    return truncate_to_int32(position(row, after) - position(row, y));
+  };
+  return RowsAhead(source, moved(m), moved(m + 3));
+}
+#endif
 
 template <int kChannels>
 void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
@@ -31,8 +50,9 @@ void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
       source.stride <= std::numeric_limits<int32_t>::max() / source.rows &&
       (source.rows > 1 ? source.stride : source.row_bytes()) >= 4) {
     trace_path("warp_perspective.vectors");
+    const RowsAhead ahead = rows_ahead(source, matrix, destination);
     for (int32_t y = 0; y < destination.rows; ++y) {
-      warp_row<kChannels>(source, matrix, y, destination.columns, destination.row(y));
+      warp_row<kChannels>(source, ahead, matrix, y, destination.columns, destination.row(y));
     }
     return;
   }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_neighbours_arm-inl.h"
 #include "kernels/warp/warp_perspective_positions-inl.h"
 #include "kernels/warp/warp_perspective_scalar.h"
@@ -119,8 +120,8 @@ HWY_INLINE void warp_step(const PlaneView &source, const RowTerms &terms, int32_
 }
 
 template <int kChannels>
-HWY_INLINE void warp_row(PlaneView source, const PerspectiveMatrix &matrix, int32_t y,
-                         int32_t columns, uint8_t *row) {
+HWY_INLINE void warp_row(PlaneView source, const RowsAhead &, const PerspectiveMatrix &matrix,
+                         int32_t y, int32_t columns, uint8_t *row) {
   const RowTerms terms(matrix, y);
   // Inlined, steps take 6 % fewer instructions for grey, and 8 % more for three channels.
   if constexpr (kChannels == 1) {

@@ -25,10 +25,10 @@ HWY_INLINE IntVector byte_of(IntVector lanes) {
     const hn::RebindToUnsigned<Ints> unsigned_d;
     return hn::BitCast(d, hn::ShiftRight<24>(hn::BitCast(unsigned_d, lanes)));
   } else {
-    alignas(16) static constexpr uint8_t kFrom[16] = {
-        kByte,     0x80, 0x80, 0x80, kByte + 4,  0x80, 0x80, 0x80,
-        kByte + 8, 0x80, 0x80, 0x80, kByte + 12, 0x80, 0x80, 0x80};
-    return hn::TableLookupBytesOr0(lanes, hn::BitCast(d, hn::LoadDup128(Bytes(), kFrom)));
+    static constexpr ShuffleControl kFrom({kByte, 0x80, 0x80, 0x80, kByte + 4, 0x80, 0x80, 0x80,
+                                           kByte + 8, 0x80, 0x80, 0x80, kByte + 12, 0x80, 0x80,
+                                           0x80});
+    return hn::TableLookupBytesOr0(lanes, hn::BitCast(d, kFrom.load()));
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_perspective_edge_x86-inl.h"
 #include "kernels/warp/warp_perspective_neighbours_x86-inl.h"
 #include "kernels/warp/warp_perspective_positions-inl.h"
@@ -31,7 +32,8 @@ HWY_INLINE IntVector blend_inside(const Samples &p, const Weights &weights) {
   return truncate(blend(p.p00, p.p01, p.p10, p.p11, weights));
 }
 
-// The positions of 64 pixels, computed before pixels are loaded, so that divisions overlap.
+// The positions of consecutive pixels, computed before pixels are loaded, so that divisions
+// overlap.
 struct BatchPositions {
   static constexpr int32_t kPixels = 128;
 
@@ -57,6 +59,44 @@ void warp_edge(const PlaneView &source, const RowTerms &terms, int32_t column, u
   }
 }
 
+// Whether any of some positions has neighbours outside.
+template <int32_t kOverreadColumns>
+class PositionsOutside {
+ public:
+#if HWY_TARGET == HWY_SSSE3
+  PositionsOutside() : any_(hn::Zero(Ints())) {}
+
+  HWY_INLINE void include(const PlaneView &source, const PerspectivePositions &at) {
+    any_ = hn::Or(any_, outside<kOverreadColumns>(source, at));
+  }
+
+  HWY_INLINE bool is_empty(const PlaneView &) const { return none_negative(any_); }
+
+ private:
+  IntVector any_;  // negative where there is one
+#else
+  PositionsOutside() : column_(hn::Zero(Unsigned())), row_(hn::Zero(Unsigned())) {}
+
+  // Without sign, a negative column or row is larger than all others.
+  HWY_INLINE void include(const PlaneView &, const PerspectivePositions &at) {
+    column_ = hn::Max(column_, hn::BitCast(Unsigned(), at.column));
+    row_ = hn::Max(row_, hn::BitCast(Unsigned(), at.row));
+  }
+
+  HWY_INLINE bool is_empty(const PlaneView &source) const {
+    PerspectivePositions largest;
+    largest.column = hn::BitCast(Ints(), column_);
+    largest.row = hn::BitCast(Ints(), row_);
+    return none_negative(outside<kOverreadColumns>(source, largest));
+  }
+
+ private:
+  using Unsigned = hn::RebindToUnsigned<Ints>;
+  hn::VFromD<Unsigned> column_;  // the largest
+  hn::VFromD<Unsigned> row_;
+#endif
+};
+
 template <int kChannels>
 class PositionBatch;
 
@@ -66,7 +106,9 @@ class PositionBatch<1> {
   static constexpr int32_t kPixelsInStep = kPixelsInPerspectiveStep<1>;
   static constexpr int32_t kSteps = BatchPositions::kPixels / kPixelsInStep;
 
-  explicit PositionBatch(const PlaneView &source) : may_share_(GreyWindows::may_serve(source)) {}
+  // The windows of grey pixels gain nothing from rows ahead.
+  PositionBatch(const PlaneView &source, const RowsAhead &)
+      : may_share_(GreyWindows::may_serve(source)) {}
 
   // Columns of the first register of a step: the first four of each block.
   static HWY_INLINE IntVector columns_of(int32_t first) {
@@ -144,7 +186,7 @@ class PositionBatch<3> {
   // Loading reads 16 bytes from the left neighbour on: six columns, of which it needs two.
   static constexpr int32_t kOverreadColumns = 4;
 
-  explicit PositionBatch(const PlaneView &) : outside_(hn::Zero(Ints())) {}
+  PositionBatch(const PlaneView &, const RowsAhead &ahead) : ahead_(ahead) {}
 
   static HWY_INLINE IntVector columns_of(int32_t first) { return columns_from(first); }
 
@@ -154,12 +196,12 @@ class PositionBatch<3> {
     const int32_t i = step * kPixelsInStep;
     positions_.store_fractions(at, i);
     hn::Store(source_offsets<3>(source, at.column, at.row), Ints(), positions_.offsets + i);
-    outside_ = hn::Or(outside_, outside<kOverreadColumns>(source, at));
+    outside_.include(source, at);
   }
 
   HWY_INLINE void warp_steps(const PlaneView &source, const RowTerms &terms, int32_t steps,
                              int32_t column, uint8_t *out) const {
-    if (none_negative(outside_)) {
+    if (outside_.is_empty(source)) {
       for (int32_t i = 0; i < steps; ++i) {
         warp_inside(source, i, out + static_cast<ptrdiff_t>(i) * 3 * kPixelsInStep);
       }
@@ -179,30 +221,32 @@ class PositionBatch<3> {
  private:
   HWY_INLINE void warp_inside(const PlaneView &source, int32_t step, uint8_t *out) const {
     // Four pixels a block: channel by channel, then pixel by pixel.
-    alignas(16) static constexpr uint8_t kPixels[16] = {0,  4, 8, 1,  5,    9,    2,    6,
-                                                        10, 3, 7, 11, 0x80, 0x80, 0x80, 0x80};
+    static constexpr ShuffleControl kPixels(
+        {0, 4, 8, 1, 5, 9, 2, 6, 10, 3, 7, 11, 0x80, 0x80, 0x80, 0x80});
     const Words d;
     const int32_t i = step * kPixelsInStep;
     const Weights weights = positions_.weights(i);
     Samples samples[3];
+    ahead_.prefetch(source.data + positions_.offsets[i]);
     load_three_channels_one_by_one(source, positions_.offsets + i, samples);
     const auto first = blend_inside(samples[0], weights);
     const auto second = blend_inside(samples[1], weights);
     const auto third = blend_inside(samples[2], weights);
     const auto channels = pack_in_blocks(hn::ReorderDemote2To(d, first, second),
                                          hn::ReorderDemote2To(d, third, third));
-    store_packed_pixels(hn::TableLookupBytesOr0(channels, hn::LoadDup128(Bytes(), kPixels)), out);
+    store_packed_pixels(hn::TableLookupBytesOr0(channels, kPixels.load()), out);
   }
 
+  const RowsAhead ahead_;
   BatchPositions positions_;
-  IntVector outside_;  // negative where a step has neighbours outside
+  PositionsOutside<kOverreadColumns> outside_;
 };
 
 template <int kChannels>
-HWY_INLINE void warp_steps(const PlaneView &source, const RowTerms &terms, int32_t column,
-                           int32_t steps, uint8_t *out) {
+HWY_INLINE void warp_steps(const PlaneView &source, const RowsAhead &ahead, const RowTerms &terms,
+                           int32_t column, int32_t steps, uint8_t *out) {
   using Batch = PositionBatch<kChannels>;
-  Batch batch(source);
+  Batch batch(source, ahead);
   auto columns = Batch::columns_of(column);
   for (int32_t i = 0; i < steps; ++i) {
     batch.compute_step(source, terms, i, columns);
@@ -212,18 +256,19 @@ HWY_INLINE void warp_steps(const PlaneView &source, const RowTerms &terms, int32
 }
 
 template <int kChannels>
-HWY_INLINE void warp_row(PlaneView source, const PerspectiveMatrix &matrix, int32_t y,
-                         int32_t columns, uint8_t *row) {
+HWY_INLINE void warp_row(PlaneView source, RowsAhead ahead, const PerspectiveMatrix &matrix,
+                         int32_t y, int32_t columns, uint8_t *row) {
   using Batch = PositionBatch<kChannels>;
   const RowTerms terms(matrix, y);
   int32_t x = 0;
   for (int32_t steps; x <= columns - Batch::kPixelsInStep; x += steps * Batch::kPixelsInStep) {
     steps = std::min(Batch::kSteps, (columns - x) / Batch::kPixelsInStep);
-    warp_steps<kChannels>(source, terms, x, steps, row + static_cast<ptrdiff_t>(x) * kChannels);
+    warp_steps<kChannels>(source, ahead, terms, x, steps,
+                          row + static_cast<ptrdiff_t>(x) * kChannels);
   }
   if (x != columns) {  // the last step overlaps the one before
     x = columns - Batch::kPixelsInStep;
-    warp_steps<kChannels>(source, terms, x, 1, row + static_cast<ptrdiff_t>(x) * kChannels);
+    warp_steps<kChannels>(source, ahead, terms, x, 1, row + static_cast<ptrdiff_t>(x) * kChannels);
   }
 }
 
