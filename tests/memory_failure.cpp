@@ -51,8 +51,28 @@ using tavrine::test::should_fail;
 
 #if TAVRINE_SANITIZER_HAS_MALLOC
 
+// The names that the linker's --wrap uses.
+extern "C" {
+void *__real_malloc(size_t size);
+void *__real_calloc(size_t count, size_t size);
+void *__real_realloc(void *block, size_t size);
+void *__wrap_malloc(size_t size);
+void *__wrap_calloc(size_t count, size_t size);
+void *__wrap_realloc(void *block, size_t size);
+
+void *__wrap_malloc(size_t size) { return should_fail(size) ? nullptr : __real_malloc(size); }
+
+void *__wrap_calloc(size_t count, size_t size) {
+  return should_fail(count * size) ? nullptr : __real_calloc(count, size);
+}
+
+void *__wrap_realloc(void *block, size_t size) {
+  return should_fail(size) ? nullptr : __real_realloc(block, size);
+}
+}
+
 void *operator new(size_t size, const std::nothrow_t &) noexcept {
-  return should_fail(size) ? nullptr : std::malloc(size != 0 ? size : 1);
+  return __wrap_malloc(size != 0 ? size : 1);
 }
 void *operator new(size_t size) {
   void *block = operator new(size, std::nothrow);
@@ -69,22 +89,6 @@ void operator delete(void *block) noexcept { std::free(block); }
 void operator delete[](void *block) noexcept { std::free(block); }
 void operator delete(void *block, size_t) noexcept { std::free(block); }
 void operator delete[](void *block, size_t) noexcept { std::free(block); }
-
-// The names that the linker's --wrap uses.
-extern "C" {
-void *__real_calloc(size_t count, size_t size);
-void *__real_realloc(void *block, size_t size);
-void *__wrap_calloc(size_t count, size_t size);
-void *__wrap_realloc(void *block, size_t size);
-
-void *__wrap_calloc(size_t count, size_t size) {
-  return should_fail(count * size) ? nullptr : __real_calloc(count, size);
-}
-
-void *__wrap_realloc(void *block, size_t size) {
-  return should_fail(size) ? nullptr : __real_realloc(block, size);
-}
-}
 
 #else
 

@@ -4,14 +4,12 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "io/codec_memory.h"
-#include "io/decoder.h"
 #include "io/encoder.h"
 #include "io/picture_source.h"
+#include "tests/decoded_picture.h"
 #include "tests/memory_failure.h"
 #include "tests/support.h"
 
@@ -19,16 +17,6 @@ namespace tavrine::test {
 namespace {
 
 using namespace std::string_literals;
-using Bytes = std::string;
-
-Bytes read_file(const std::filesystem::path &path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-Bytes finding(const char *name) {
-  return read_file(std::filesystem::path(TAVRINE_FUZZ_FOLDER) / "findings/picture" / name);
-}
 
 struct NamedFile {
   std::string name;
@@ -38,22 +26,11 @@ struct NamedFile {
 // Pictures of every kind that the decoder knows.
 std::vector<NamedFile> corpus() {
   std::vector<NamedFile> files;
-  const auto folder = std::filesystem::path(TAVRINE_FUZZ_FOLDER) / "corpus/picture";
-  for (const auto &entry : std::filesystem::directory_iterator(folder)) {
-    files.push_back({entry.path().filename(), read_file(entry.path())});
+  for (const auto &entry : std::filesystem::directory_iterator(picture_folder("corpus"))) {
+    files.push_back({entry.path().filename(), read_picture(entry.path())});
   }
   EXPECT_GT(files.size(), 50U);
   return files;
-}
-
-Picture decode(const Bytes &bytes) {
-  return decode_memory(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
-}
-
-Bytes pixels_of(const Picture &picture) {
-  const size_t size = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height) *
-                      static_cast<size_t>(picture.channels);
-  return picture.pixels ? Bytes(picture.pixels.get(), picture.pixels.get() + size) : Bytes();
 }
 
 struct BytesSink final : ByteSink {
@@ -247,20 +224,6 @@ TEST_F(PictureLimits, EachRunOfTheDecoderHasItsOwnBuffer) {
   ASSERT_TRUE(source.rewind());
   PictureSource::on_read(&source, buffers[0], 4);
   EXPECT_THROW(PictureSource::on_read(&source, buffers[1], 7), CodecStopped);
-}
-
-TEST_F(PictureLimits, FindingsOfFuzzers) {
-  EXPECT_EQ(pixels_of(decode(finding("bmp-short-palette"))), Bytes(6, '\0'));
-  const Bytes file = finding("jpeg-too-many-codes");
-  ASSERT_FALSE(file.empty());
-  EXPECT_FALSE(decode(file).pixels);
-}
-
-// The camera converts a negative float to 0; other machines would keep its low bits.
-TEST_F(PictureLimits, PsdColoursBelowZeroAreZero) {
-  const Picture picture = decode("8BPS\0\1\0\0\0\0\0\0\0\4\0\0\0\1\0\0\0\1\0\x08\0\3"s +
-                                 Bytes(14, '\0') + "\x0a\x7f\xc8\x80");
-  EXPECT_EQ(pixels_of(picture), "\0\0\x91\x80"s);
 }
 
 }  // namespace
