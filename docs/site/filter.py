@@ -101,7 +101,7 @@ def header(text, name):
     for number, line in enumerate(lines):
         if open_comment is not None:
             ends = line.endswith("*/")
-            open_comment.append(re.sub(r"^ \*( |$)", "", line[:-2].rstrip() if ends else line))
+            open_comment.append(re.sub(r"^\s* \*( |$)", "", line[:-2].rstrip() if ends else line))
             if ends:
                 comment, open_comment = open_comment, None
                 last = documentation(comment, not output)
@@ -115,22 +115,28 @@ def header(text, name):
         heading = HEADING.match(line)
         if heading:
             title = heading[1]
-            parent = name.split(".")[0]
+            parent = name.replace(".", "_")
             group = parent + "_" + re.sub(r"\W+", "_", title.lower())
             output += ["/** \\} */"] if in_group else [f"/** \\defgroup {parent} {name} */"]
             output += [f"/** \\defgroup {group} {title}", f"\\ingroup {parent}",
                        f"Declared in {name}.", "\\{ */"]
             in_group = True
-        elif line.startswith("/*"):
+        elif line.lstrip().startswith("/*"):
+            begin = indentation(line) + 3
             if line.endswith("*/"):
-                last = documentation([line[3:-3]], False)
+                last = documentation([line[begin:-3]], False)
                 output += ["/**"] + last + ["*/"]
             else:
-                open_comment = [line[3:]]
+                open_comment = [line[begin:]]
         else:
-            if in_group and line == "#ifdef __cplusplus":
+            if in_group and re.match(r"#ifdef __cplusplus$|\}.*// namespace v\d", line):
                 output.append("/** \\} */")
                 in_group = False
+            # Applications do not name the version, and its comment is not for them.
+            if re.match(r"inline namespace v\d \{|\}.*// namespace v\d$", line):
+                if line.startswith("inline") and output[-1] == "*/":
+                    del output[len(output) - 1 - output[::-1].index("/**"):]
+                continue
             # One comment for several declarations.
             before = lines[number - 1] if number else ""
             if re.match(r"(TAVRINE_API|int32_t|#define) ?", line) and re.match(
@@ -169,7 +175,7 @@ def markdown(text, path):
 def main():
     path = pathlib.Path(sys.argv[1])
     text = path.read_text(encoding="utf-8")
-    print(header(text, path.name) if path.suffix == ".h" else markdown(text, path), end="")
+    print(header(text, path.name) if path.suffix in (".h", ".hpp") else markdown(text, path), end="")
 
 
 if __name__ == "__main__":
