@@ -15,6 +15,7 @@ MemoryError, OSError for files, and Error, with a status, for everything else. T
 interpreter while they work.
 """
 
+from ._letterbox import Letterbox, letterbox, map_back
 from ._native import (
     Error,
     _version,
@@ -36,3 +37,25 @@ from ._native import (
 )
 
 __version__, __revision__ = _version()
+
+__all__ = [
+    "Error",
+    "Letterbox",
+    "crop",
+    "cvt_color",
+    "decode",
+    "encode",
+    "find_affine",
+    "find_similarity",
+    "letterbox",
+    "load",
+    "map_back",
+    "resize",
+    "rotate",
+    "save",
+    "scale",
+    "to_tensor",
+    "transform_batch",
+    "warp_affine",
+    "warp_perspective",
+]
