@@ -36,6 +36,10 @@ py::object run(const Picture &in, Picture &out, bool on_device, Operation operat
       status = operation(in.frame(), &slot);
     }
   }
+  if (status == TAVRINE_FAILURE && (in.has_uneven_rows() || out.has_uneven_rows())) {
+    throw Refusal(in.has_uneven_rows() ? "image" : "out",
+                  "the rows of both arrays must be equally far apart for a conversion");
+  }
   check(status);
   return out.object();
 }

@@ -31,6 +31,8 @@ class Picture {
   tavrine_frame_t *frame() { return frame_.get(); }
   Size size() const { return {frame_->width, frame_->height}; }
   const PixelFormat &format() const { return *format_; }
+  // A pair whose rows are not equally far apart. The library's conversions cannot read it.
+  bool has_uneven_rows() const { return chroma_ && frame_->strides[0] != frame_->strides[1]; }
   // What Python passed or gets.
   const py::object &object() const { return object_; }
 
