@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -326,6 +329,32 @@ TEST_F(DevkitCore, ThreadsShareFramesAndLog) {
   tavrine_log_set_sink(nullptr, nullptr);
   EXPECT_EQ(log.size(), 200 * 24u);
   EXPECT_EQ(log.substr(log.size() - 24), "403sixteen letters.text\n");
+}
+
+// A process that is forked while another thread is in the sink logs as well.
+TEST_F(DevkitCore, ForkedProcessLogs) {
+  std::atomic<int> records{0};
+  tavrine_log_set_sink(
+      [](void *arg, int32_t, const char *, int32_t, const char *) {
+        ++*static_cast<std::atomic<int> *>(arg);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      },
+      &records);
+  std::thread other([] { tavrine_log(3, "other", 1, "text"); });
+  while (records == 0) {
+    std::this_thread::yield();
+  }
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(5);
+    tavrine_log(3, "child", 1, "text");
+    _exit(records == 2 ? 0 : 1);
+  }
+  int status = -1;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  other.join();
+  tavrine_log_set_sink(nullptr, nullptr);
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
+#include <pthread.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <new>
 
 #include "core_api.h"
 
@@ -18,6 +21,12 @@ struct Sink {
 // Recursive, because a sink may call functions that log.
 std::recursive_mutex sink_mutex;
 Sink sink = {};
+
+// A process that is forked while another thread logs can log too. The mutex is made anew in it: the
+// copy is locked, and by a thread that has another number there.
+[[maybe_unused]] const int fork_handlers =
+    pthread_atfork([] { sink_mutex.lock(); }, [] { sink_mutex.unlock(); },
+                   [] { new (&sink_mutex) std::recursive_mutex; });
 
 // One fprintf per record, so that records of several threads do not share a line.
 void write_to_standard_error(int32_t level, const char *tag, int32_t line, char *text) {
