@@ -99,9 +99,9 @@ TEST_F(Tool, LinksAreFollowedAndOtherTargetsRefused) {
   const Outcome loop = run("convert ramp.png loop.png", "ln -s loop.png loop.png && ");
   EXPECT_EQ(loop.errors, "tavrine-aux: loop.png: save: Too many levels of symbolic links\n");
   EXPECT_TRUE(fs::remove(path_of("loop.png")));
-  fs::create_directory(path_of("folder.npy"));
-  expect_failure("tensor ramp.png folder.npy --size 8x8",
-                 "folder.npy: save: exists and is not a file\n");
+  fs::create_directory(path_of("folder.png"));
+  expect_failure("align ramp.png folder.png --points 4,4,9,4,6,9",
+                 "folder.png: save: exists and is not a file\n");
   ASSERT_EQ(mkfifo(path_of("pipe.png").c_str(), 0666), 0);
   expect_failure("convert ramp.png pipe.png", "pipe.png: save: exists and is not a file\n");
 }

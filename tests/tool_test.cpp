@@ -173,6 +173,9 @@ TEST_F(Tool, WrongUsageIsReportedBeforeAnyFileIsTouched) {
       "convert ramp.png ramp.png out.png",
       "convert ramp.png --ext gif out/",
       "convert ramp.png ./ramp.png out/",
+      "convert ramp.png out.png --jobs 0",
+      "tensor ramp.png out.npy --size 8x8 --jobs 1.5",
+      "tensor ramp.png ramp.png out.npy --size 8x8",
   };
   for (const char *arguments : cases) {
     SCOPED_TRACE(arguments);

@@ -63,8 +63,9 @@ Examples:
   tavrine-aux convert --in NV12:1920x1080 frame.yuv --format GREY luma.png
   tavrine-aux convert --in Y16:640x480 depth.y16 --format GREY depth.png
   tavrine-aux convert photo.jpg --warp-affine -1,0,639,0,1,0@640x480 mirrored.png
-  tavrine-aux convert photos/*.jpg --rotate 90 --scale 0.25 --ext jpg thumbnails/
+  tavrine-aux convert photos/*.jpg --rotate 90 --scale 0.25 --ext jpg thumbnails/ --jobs 4
 
+Of several pictures, those that fail do not stop the others and are reported at the end.
 Exit status: 0 on success, 1 when a picture failed, 2 for a wrong command line.
 )";
 
@@ -96,17 +97,10 @@ std::vector<Operation> operations_in_order(const CLI::App &command) {
   return operations;
 }
 
-struct ConvertTexts {
-  std::string extension;
-  bool may_replace_inputs = false;
-};
-
 ConvertRequest convert_request(const CLI::App &command, const Texts &texts,
-                               const ConvertTexts &convert) {
-  const std::string &extension = convert.extension;
+                               const std::string &extension) {
   ConvertRequest request;
-  request.pictures.assign(texts.paths.begin(), texts.paths.end() - 1);
-  request.output = texts.paths.back();
+  request.set = picture_set_of(texts);
   request.extension = extension.substr(!extension.empty() && extension.front() == '.' ? 1 : 0);
   if (!extension.empty() && !is_output_extension("." + request.extension)) {
     throw UsageError("--ext: '" + extension + "' is not one of " + output_extensions());
@@ -114,7 +108,6 @@ ConvertRequest convert_request(const CLI::App &command, const Texts &texts,
   request.layout = layout_of(texts);
   request.operations = operations_in_order(command);
   request.on_device = texts.on_device;
-  request.may_replace_inputs = convert.may_replace_inputs;
   return request;
 }
 
@@ -129,12 +122,10 @@ const CLI::App *add_info_command(CLI::App &app, Texts &texts) {
   return command;
 }
 
-CLI::App *add_convert_command(CLI::App &app, Texts &texts, ConvertTexts &convert) {
+CLI::App *add_convert_command(CLI::App &app, Texts &texts, std::string &extension) {
   CLI::App *command =
       add_command(app, "convert", "Crop, resize, rotate, warp and convert pictures", texts);
-  command->add_option("IN... OUT", texts.paths, "Pictures, and the file or folder to write")
-      ->required()
-      ->expected(2, CLI::detail::expected_max_vector_size);
+  add_picture_set(command, texts, "IN... OUT", "Pictures, and the file or folder to write");
   add_layout_option(command, texts);
   add_device_option(command, texts);
   for (const OperationKind &kind : operation_kinds()) {
@@ -146,11 +137,9 @@ CLI::App *add_convert_command(CLI::App &app, Texts &texts, ConvertTexts &convert
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   }
   command
-      ->add_option("--ext", convert.extension,
+      ->add_option("--ext", extension,
                    "Kind of the files in a folder and of standard output, default png")
       ->option_text("EXTENSION");
-  command->add_flag("--replace", convert.may_replace_inputs,
-                    "With a folder: files may replace pictures that are read");
   command->footer(kConvertNotes);
   return command;
 }
@@ -204,7 +193,7 @@ struct Parser {
   CLI::App app{"Converts pictures and raw camera frames, and makes network inputs of them.",
                "tavrine-aux"};
   Texts texts;
-  ConvertTexts convert_texts;
+  std::string convert_extension;
   AlignTexts align_texts;
   TensorTexts tensor_texts;
   CompareTexts compare_texts;
@@ -216,7 +205,7 @@ struct Parser {
     app.set_version_flag("--version", std::string("tavrine-aux ") + tavrine_aux_version());
     app.require_subcommand(1);
     info = add_info_command(app, texts);
-    convert = add_convert_command(app, texts, convert_texts);
+    convert = add_convert_command(app, texts, convert_extension);
     align = add_align_command(app, texts, align_texts);
     tensor = add_tensor_command(app, texts, tensor_texts);
     compare = add_compare_command(app, texts, compare_texts);
@@ -255,7 +244,7 @@ std::optional<CommandLine> read_command_line(int argc, const char *const *argv) 
     return CommandLine{InfoRequest{texts.paths, layout_of(texts)}, texts.verbose};
   }
   if (parser.convert->parsed()) {
-    return CommandLine{convert_request(*parser.convert, texts, parser.convert_texts),
+    return CommandLine{convert_request(*parser.convert, texts, parser.convert_extension),
                        texts.verbose};
   }
   if (parser.align->parsed()) {

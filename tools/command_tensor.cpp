@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "device_frames.h"
 #include "failure.h"
+#include "input_file.h"
 #include "numpy_file.h"
 #include "output_file.h"
 #include "picture_file.h"
@@ -21,10 +22,11 @@ namespace {
 constexpr char kOperation[] = "tensor";
 
 // Tensors are made of packed colours, gray ones also of GREY.
-OwnedFrame load_for(Environment &environment, const TensorRequest &request) {
-  OwnedFrame frame = load_picture(environment, request.picture, request.layout);
+OwnedFrame load_for(Environment &environment, const TensorRequest &request,
+                    const std::string &picture) {
+  OwnedFrame frame = load_picture(environment, picture, request.layout);
   if (request.on_device) {
-    frame = to_device(frame, request.picture);
+    frame = to_device(frame, picture);
   }
   const bool is_gray = request.color_type == TAVRINE_TENSOR_GRAY;
   if (is_packed_rgb(frame->pixel_format) ||
@@ -33,31 +35,37 @@ OwnedFrame load_for(Environment &environment, const TensorRequest &request) {
   }
   return apply_operation(environment,
                          conversion_to(is_gray ? TAVRINE_FORMAT_GREY : TAVRINE_FORMAT_RGB24), frame,
-                         request.picture);
+                         picture);
 }
 
-std::vector<tavrine_area2d_t> areas_of(const TensorRequest &request, const tavrine_frame_t &frame) {
-  if (request.regions_file.empty()) {
-    return {{0, 0, frame.width, frame.height}};
-  }
+// Without regions, the whole picture.
+std::vector<tavrine_area2d_t> areas_of(const TensorRequest &request,
+                                       const std::vector<Region> &regions,
+                                       const std::string &picture, const tavrine_frame_t &frame) {
   std::vector<tavrine_area2d_t> areas;
-  for (const Region &region : read_regions(request.regions_file)) {
+  for (const Region &region : regions) {
     const std::string problem = explain_area(frame, region.area);
     if (!problem.empty()) {
-      throw Failure(request.regions_file, line_text(region.line), problem);
+      const bool is_one_of_many = request.set.pictures.size() > 1;
+      throw Failure((is_one_of_many ? picture + ": " : "") + request.regions_file,
+                    line_text(region.line), problem);
     }
     areas.push_back(region.area);
+  }
+  if (areas.empty()) {
+    areas.push_back({0, 0, frame.width, frame.height});
   }
   return areas;
 }
 
-OwnedTensor allocate_tensor(const TensorRequest &request, int32_t count) {
+OwnedTensor allocate_tensor(const TensorRequest &request, const std::string &picture,
+                            int32_t count) {
   const int32_t channels = request.color_type == TAVRINE_TENSOR_GRAY ? 1 : 3;
   const int32_t shape[4] = {count, channels, request.size.height, request.size.width};
   const int32_t memory = request.on_device ? TAVRINE_MEMORY_DEVICE : TAVRINE_MEMORY_HOST;
   OwnedTensor tensor(tavrine_tensor_alloc(memory, request.element_type, shape));
   if (!tensor) {
-    throw Failure(request.picture, kOperation,
+    throw Failure(picture, kOperation,
                   "no memory for " + std::to_string(count) + " images of " +
                       size_text(request.size.width, request.size.height));
   }
@@ -80,8 +88,9 @@ void fill_with_padding(const TensorRequest &request, const tavrine_tensor_t &ten
   }
 }
 
-void fill_tensor(Environment &environment, const TensorRequest &request, OwnedFrame &frame,
-                 const std::vector<tavrine_area2d_t> &areas, const OwnedTensor &tensor) {
+void fill_tensor(Environment &environment, const TensorRequest &request, const std::string &picture,
+                 const OwnedFrame &frame, const std::vector<tavrine_area2d_t> &areas,
+                 const OwnedTensor &tensor) {
   const std::vector<tavrine_frame_t *> frames(areas.size(), frame.get());
   const auto &mean = request.mean;
   const auto &scale = request.scale;
@@ -95,30 +104,43 @@ void fill_tensor(Environment &environment, const TensorRequest &request, OwnedFr
       request.resize_mode, mean[0], mean[1], mean[2], scale[0], scale[1], scale[2], paddings.get(),
       workspace.slot(), nullptr, nullptr);
   if (status != TAVRINE_OK) {
-    throw Failure(request.picture, kOperation, refusal_reason(environment, status, ""));
+    throw Failure(picture, kOperation, refusal_reason(environment, status, ""));
   }
   if (request.on_device) {
     const bool fell_back = environment.log.take_path() == LogRecords::Path::kFallback;
-    environment.log.note(request.picture + ": tensor: filled by the CPU" +
+    environment.log.note(picture + ": tensor: filled by the CPU" +
                          (fell_back ? ", regions resized by the CPU too" : ""));
   }
+}
+
+void write_tensor(Environment &environment, const TensorRequest &request,
+                  const std::vector<Region> &regions, const PictureTask &task) {
+  const std::string picture = input_name(task.input);
+  const OwnedFrame frame = load_for(environment, request, task.input);
+  const std::vector<tavrine_area2d_t> areas = areas_of(request, regions, picture, *frame.get());
+  const OwnedTensor tensor = allocate_tensor(request, picture, static_cast<int32_t>(areas.size()));
+  if (request.element_type == TAVRINE_ELEMENT_UINT8) {
+    fill_with_padding(request, *tensor.get());
+  }
+  fill_tensor(environment, request, picture, frame, areas, tensor);
+  OutputFile output(task.output);
+  write_numpy_file(*tensor.get(), output);
+  output.commit();
 }
 
 }  // namespace
 
 int run(Environment &environment, const TensorRequest &request) {
-  OwnedFrame frame = load_for(environment, request);
-  const std::vector<tavrine_area2d_t> areas = areas_of(request, *frame.get());
-  const OwnedTensor tensor = allocate_tensor(request, static_cast<int32_t>(areas.size()));
-  if (request.element_type == TAVRINE_ELEMENT_UINT8) {
-    fill_with_padding(request, *tensor.get());
+  const PictureSet &set = request.set;
+  const std::vector<PictureTask> tasks = plan_tasks(set, "npy");
+  if (!is_folder(set.output) && !is_numpy_name(set.output)) {
+    throw UsageError(set.output + ": save: the name must end in .npy");
   }
-  fill_tensor(environment, request, frame, areas, tensor);
-
-  OutputFile output(request.output);
-  write_numpy_file(*tensor.get(), output);
-  output.commit();
-  return 0;
+  const std::vector<Region> regions =
+      request.regions_file.empty() ? std::vector<Region>{} : read_regions(request.regions_file);
+  return run_tasks(environment, set, tasks, [&](const PictureTask &task) {
+    write_tensor(environment, request, regions, task);
+  });
 }
 
 }  // namespace tavrine::tool

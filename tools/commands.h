@@ -10,6 +10,7 @@
 #include "numbers.h"
 #include "operations.h"
 #include "picture_file.h"
+#include "picture_tasks.h"
 #include "raw_frame.h"
 
 namespace tavrine::tool {
@@ -20,13 +21,11 @@ struct InfoRequest {
 };
 
 struct ConvertRequest {
-  std::vector<std::string> pictures;
-  std::string output;
+  PictureSet set;
   std::string extension;  // of files in a folder or of standard output; empty: not given
   std::optional<RawLayout> layout;
   std::vector<Operation> operations;
   bool on_device = false;
-  bool may_replace_inputs = false;  // in a folder
 };
 
 struct AlignRequest {
@@ -38,8 +37,7 @@ struct AlignRequest {
 };
 
 struct TensorRequest {
-  std::string picture;
-  std::string output;
+  PictureSet set;
   std::optional<RawLayout> layout;
   std::string regions_file;  // empty: the whole picture
   Size size{};

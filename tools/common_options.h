@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "picture_tasks.h"
 #include "raw_frame.h"
 
 namespace tavrine::tool {
@@ -15,8 +16,10 @@ struct Texts {
   std::vector<std::string> paths;
   std::string layout;
   std::string instruction_set;
+  std::string jobs = "1";
   bool verbose = false;
   bool on_device = false;
+  bool may_replace_inputs = false;
 };
 
 constexpr char kShowNotices[] = "Show the library's notices";
@@ -26,6 +29,10 @@ CLI::App *add_command(CLI::App &app, const char *name, const char *description, 
 
 // For commands with exactly two files: "IN OUT".
 void add_two_files(CLI::App *command, Texts &texts, const char *names, const char *description);
+
+// For commands with any number of pictures and a file or folder: "IN... OUT".
+void add_picture_set(CLI::App *command, Texts &texts, const char *names, const char *description);
+PictureSet picture_set_of(const Texts &texts);  // throws UsageError
 
 void add_layout_option(CLI::App *command, Texts &texts);
 void add_device_option(CLI::App *command, Texts &texts);

@@ -36,6 +36,7 @@ std::string printable(std::string text) {
 Console::Console() : is_terminal_(isatty(STDERR_FILENO) != 0) {}
 
 void Console::line(const std::string &text) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   clear_progress();
   std::fprintf(stderr, "tavrine-aux: %s\n", printable(text).c_str());
 }
@@ -44,6 +45,7 @@ void Console::progress(size_t number, size_t total, const std::string &name) {
   if (!is_terminal_) {
     return;
   }
+  const std::lock_guard<std::mutex> lock(mutex_);
   clear_progress();
   std::string text =
       "[" + std::to_string(number) + "/" + std::to_string(total) + "] " + printable(name);

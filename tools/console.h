@@ -1,7 +1,9 @@
-// Standard error: lines that stay, and on a terminal a progress line that is overwritten.
+// Standard error: lines that stay, and on a terminal a progress line that is overwritten. Several
+// threads may use it.
 #pragma once
 
 #include <cstddef>
+#include <mutex>
 #include <string>
 
 namespace tavrine::tool {
@@ -18,9 +20,11 @@ class Console {
 
   // Shown only if standard error is a terminal.
   void progress(size_t number, size_t total, const std::string &name);
-  void clear_progress();
 
  private:
+  void clear_progress();
+
+  std::mutex mutex_;
   bool is_terminal_ = false;
   bool progress_shown_ = false;
 };

@@ -13,6 +13,10 @@ namespace {
 constexpr int32_t kWarning = 3;
 constexpr int32_t kError = 4;
 
+// The core calls the sink on the thread that logs.
+thread_local std::string errors;
+thread_local LogRecords::Path path = LogRecords::Path::kDirect;
+
 // Log texts may have several lines, and begin with the function's name in brackets.
 std::string on_one_line(const std::string &text) {
   std::istringstream words(text);
@@ -30,14 +34,16 @@ std::string on_one_line(const std::string &text) {
 }  // namespace
 
 LogRecords::LogRecords(Console &console, bool verbose) : console_(console), verbose_(verbose) {
+  errors.clear();
+  path = Path::kDirect;
   tavrine_log_set_sink(receive, this);
 }
 
 LogRecords::~LogRecords() { tavrine_log_set_sink(nullptr, nullptr); }
 
-std::string LogRecords::take_errors() { return std::exchange(errors_, {}); }
+std::string LogRecords::take_errors() { return std::exchange(errors, {}); }
 
-LogRecords::Path LogRecords::take_path() { return std::exchange(path_, Path::kDirect); }
+LogRecords::Path LogRecords::take_path() { return std::exchange(path, Path::kDirect); }
 
 void LogRecords::note(const std::string &text) {
   if (verbose_) {
@@ -47,15 +53,15 @@ void LogRecords::note(const std::string &text) {
 
 void LogRecords::receive(void *self, int32_t level, const char *tag, int32_t line,
                          const char *text) {
-  auto &records = *static_cast<LogRecords *>(self);
+  const auto &records = *static_cast<LogRecords *>(self);
   const std::string message = on_one_line(text);
   if (message.find("fallback to CPU") != std::string::npos) {
-    records.path_ = Path::kFallback;
+    path = Path::kFallback;
   } else if (message.find("degrade to") != std::string::npos) {
-    records.path_ = Path::kShortcut;
+    path = Path::kShortcut;
   }
   if (level >= kError) {
-    records.errors_ += (records.errors_.empty() ? "" : "; ") + message;
+    errors += (errors.empty() ? "" : "; ") + message;
   } else if (records.verbose_) {
     const char *kind = level >= kWarning ? "warning" : "notice";
     records.console_.line(std::string(kind) + ": " + message + " (" + tag + ":" +

@@ -1,5 +1,5 @@
 // The library's log: errors are kept for the line that reports the failed call, notices and
-// warnings are shown only when the user asks for them.
+// warnings are shown only when the user asks for them. Each thread has its own errors and path.
 #pragma once
 
 #include <cstdint>
@@ -32,8 +32,6 @@ class LogRecords {
 
   Console &console_;
   bool verbose_;
-  std::string errors_;
-  Path path_ = Path::kDirect;
 };
 
 }  // namespace tavrine::tool

@@ -5,11 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 
+#include "ending_signals.h"
 #include "failure.h"
 
 namespace tavrine::tool {
@@ -22,54 +21,6 @@ constexpr char kOperation[] = "save";
 constexpr mode_t kNewFileMode = 0666;  // less the umask
 constexpr mode_t kPrivateMode = 0600;
 constexpr mode_t kPermissionBits = 0777;
-
-// For the signal handler: the file to remove, or an empty text.
-char pending_path[PATH_MAX];
-
-extern "C" void remove_pending_file(int signal_number) {
-  if (pending_path[0] != '\0') {
-    unlink(pending_path);
-  }
-  // The default action was restored on entry and ends the program after this return.
-  raise(signal_number);
-}
-
-// What a user, a shell, a pipe or a resource limit ends a program with.
-constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE, SIGALRM,
-                                  SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGXFSZ};
-
-void install_handlers() {
-  for (const int signal_number : kEndingSignals) {
-    struct sigaction previous {};
-    sigaction(signal_number, nullptr, &previous);
-    if (previous.sa_handler == SIG_DFL) {
-      struct sigaction action {};
-      action.sa_handler = remove_pending_file;
-      action.sa_flags = static_cast<int>(SA_RESETHAND);
-      sigemptyset(&action.sa_mask);
-      sigaction(signal_number, &action, nullptr);
-    }
-  }
-}
-
-// Holds signals back between a file's creation or removal and its registration.
-class BlockedSignals {
- public:
-  BlockedSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal_number : kEndingSignals) {
-      sigaddset(&signals, signal_number);
-    }
-    sigprocmask(SIG_BLOCK, &signals, &previous_);
-  }
-  ~BlockedSignals() { sigprocmask(SIG_SETMASK, &previous_, nullptr); }
-  BlockedSignals(const BlockedSignals &) = delete;
-  BlockedSignals &operator=(const BlockedSignals &) = delete;
-
- private:
-  sigset_t previous_;
-};
 
 // The file that a chain of symbolic links ends at, which need not exist. A chain that is too
 // long ends at a link, and stat reports that.
@@ -110,7 +61,6 @@ OutputFile::OutputFile(const std::string &path) : path_(path), target_path_(reso
   if (path == kStandardStream) {
     return;
   }
-  install_handlers();
   open_temporary(target_path_);
 }
 
@@ -127,7 +77,7 @@ void OutputFile::open_temporary(const std::string &target) {
   if (replaces && access(target.c_str(), W_OK) != 0) {
     fail(errno);
   }
-  const BlockedSignals blocked;
+  FileRegistry registry;
   int descriptor = -1;
   for (int attempt = 0; descriptor < 0; ++attempt) {
     temporary_path_ = temporary_name(target, attempt);
@@ -140,7 +90,7 @@ void OutputFile::open_temporary(const std::string &target) {
       fail(error);
     }
   }
-  std::strncpy(pending_path, temporary_path_.c_str(), sizeof(pending_path) - 1);
+  registry.add(temporary_path_);
   if (replaces) {
     copy_attributes(existing, descriptor);
   }
@@ -149,16 +99,16 @@ void OutputFile::open_temporary(const std::string &target) {
     const int error = errno;
     close(descriptor);
     unlink(temporary_path_.c_str());
-    pending_path[0] = '\0';
+    registry.drop(temporary_path_);
     fail(error);
   }
 }
 
 OutputFile::~OutputFile() {
   if (!temporary_path_.empty()) {
-    const BlockedSignals blocked;
+    FileRegistry registry;
     unlink(temporary_path_.c_str());
-    pending_path[0] = '\0';
+    registry.drop(temporary_path_);
   }
 }
 
@@ -178,11 +128,11 @@ void OutputFile::commit() {
   if (std::fclose(file_.release()) != 0) {
     fail(errno);
   }
-  const BlockedSignals blocked;
+  FileRegistry registry;
   if (std::rename(temporary_path_.c_str(), target_path_.c_str()) != 0) {
     fail(errno);
   }
-  pending_path[0] = '\0';
+  registry.drop(temporary_path_);
   temporary_path_.clear();
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "failure.h"
-#include "numpy_file.h"
 #include "tavrine_aux.h"
 
 namespace tavrine::tool {
@@ -12,7 +11,7 @@ namespace {
 
 constexpr char kNotes[] = R"(
 OUT.npy is a NumPy array of the shape (N, channels, HEIGHT, WIDTH), channels in the order of
---color. Values are (byte - mean) / scale. Elements that a region does not cover, and those
+--color. In a folder, or with a name that ends in /, there is one such file for each picture. Values are (byte - mean) / scale. Elements that a region does not cover, and those
 outside the picture, get the padding value unchanged. u8 truncates values to integers: below 0
 they become 0, above 255 they keep their low byte.
 
@@ -28,6 +27,7 @@ picture is the only region.
 Examples:
   tavrine-aux tensor photo.jpg input.npy --size 224x224 --mean 124,116,104 --scale 58,57,57
   tavrine-aux tensor --in NV12:1920x1080 frame.nv12 faces.npy --size 112x112 --regions faces.txt
+  tavrine-aux tensor photos/*.jpg inputs/ --size 224x224 --jobs 4
   python3 -c 'import numpy; print(numpy.load("input.npy").shape)'
 )";
 
@@ -78,13 +78,13 @@ CLI::App *add_tensor_command(CLI::App &app, Texts &texts, TensorTexts &tensor) {
       {"--scale", tensor.scale, "R,G,B", "Divides the differences, default 1"},
       {"--pad", tensor.padding, "R,G,B", "Value of uncovered elements, default 0"},
       {"--regions", tensor.regions, "FILE",
-       "Areas of the picture; each becomes an image of the tensor"},
+       "Areas of each picture; they become the images of its tensor"},
       {"--mode", tensor.mode, "fit|stretch", "How a region fills its image, default fit"},
   };
   CLI::App *command =
-      add_command(app, "tensor", "Write a picture as a network input, for NumPy", texts);
-  add_two_files(command, texts, "IN OUT.npy",
-                "The picture, and the file to write; - for standard input and output");
+      add_command(app, "tensor", "Write pictures as network inputs, for NumPy", texts);
+  add_picture_set(command, texts, "IN... OUT.npy",
+                  "Pictures, and the file or folder to write; - for standard input and output");
   command->add_option("--size", tensor.size, "Size of the tensor's images")
       ->option_text("WIDTHxHEIGHT")
       ->required();
@@ -99,11 +99,7 @@ CLI::App *add_tensor_command(CLI::App &app, Texts &texts, TensorTexts &tensor) {
 
 TensorRequest tensor_request(const Texts &texts, const TensorTexts &tensor) {
   TensorRequest request;
-  request.picture = texts.paths[0];
-  request.output = texts.paths[1];
-  if (!is_numpy_name(request.output)) {
-    throw UsageError(request.output + ": save: the name must end in .npy");
-  }
+  request.set = picture_set_of(texts);
   request.layout = layout_of(texts);
   request.on_device = texts.on_device;
   request.regions_file = tensor.regions;
