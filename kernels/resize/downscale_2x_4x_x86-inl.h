@@ -6,6 +6,7 @@
 #define TAVRINE_KERNELS_RESIZE_DOWNSCALE_2X_4X_X86_INL_H_
 #endif
 
+#include "kernels/resize/overwriting_steps-inl.h"
 #include "kernels/resize/steps_x86-inl.h"
 #include "kernels/vector-inl.h"
 
@@ -18,17 +19,21 @@ namespace HWY_NAMESPACE {
 template <int32_t kRatio, int32_t kChannels>
 struct DownscaleStep;
 
-// 2:1. Neighbours of a channel are brought together and added in pairs, then the rows are added.
-// Of three channels a block holds only four whole pixels: 12 source bytes make 6 sums.
+template <int32_t kRatio, int32_t kChannels, int32_t kPixels, bool kIsShort>
+using DownscaleRowStep =
+    RowStep<kPixels, kChannels, kRatio * kChannels, kChannels == 3 ? 2 : 0, kIsShort>;
+
+// Of three channels a block holds only four whole pixels.
 template <int32_t kChannels>
-struct DownscaleStep<2, kChannels> {
-  static constexpr int32_t kBlockIn = kChannels == 3 ? 12 : 16;
+constexpr int32_t kBlockToHalve = kChannels == 3 ? 12 : 16;
+
+// 2:1. Neighbours of a channel are brought together and added in pairs, then the rows are added.
+template <int32_t kChannels>
+struct DownscaleStep<2, kChannels>
+    : DownscaleRowStep<2, kChannels, kBlocksInRegister * kBlockToHalve<kChannels> / kChannels,
+                       kChannels != 3> {
+  static constexpr int32_t kBlockIn = kBlockToHalve<kChannels>;
   static constexpr int32_t kBlockOut = kBlockIn / 2;
-  static constexpr int32_t kPixels = kBlocksInRegister * 2 * kBlockOut / kChannels;
-  static constexpr int32_t kPixelBytes = kChannels;
-  static constexpr int32_t kSourceBytes = 2 * kChannels;
-  static constexpr int32_t kOverwritten = kChannels == 3 ? 2 : 0;
-  static constexpr bool kIsShort = kChannels != 3;
   static constexpr int32_t kOverread = kChannels == 3 ? 1 : 0;
 
   DownscaleStep() {
@@ -58,9 +63,7 @@ struct DownscaleStep<2, kChannels> {
       const auto second = means(hn::LoadU(d, upper + lanes), hn::LoadU(d, lower + lanes));
       hn::StoreU(pack_in_order(first, second), d, out);
     }
-    upper += kPixels * kSourceBytes;
-    lower += kPixels * kSourceBytes;
-    out += kPixels * kPixelBytes;
+    DownscaleStep::advance(out, upper, lower);
   }
 
  private:
@@ -87,13 +90,10 @@ struct DownscaleStep<2, kChannels> {
 // A shuffle brings each pair together, a multiplication by ones adds it. Where two zero bytes
 // follow each pair, the 16-bit sums are 32-bit ones. Four registers of sums are packed to bytes.
 template <int32_t kChannels>
-struct DownscaleStep<4, kChannels> {
-  static constexpr int32_t kBlockPixels = kChannels == 3 ? 1 : 4 / kChannels;
-  static constexpr int32_t kPixels = 4 * kBlocksInRegister * kBlockPixels;
-  static constexpr int32_t kPixelBytes = kChannels;
-  static constexpr int32_t kSourceBytes = 4 * kChannels;
-  static constexpr int32_t kOverwritten = kChannels == 3 ? 2 : 0;
-  static constexpr bool kIsShort = false;
+struct DownscaleStep<4, kChannels>
+    : DownscaleRowStep<4, kChannels,
+                       kChannels == 3 ? 4 * kBlocksInRegister : 16 * kBlocksInRegister / kChannels,
+                       false> {
   static constexpr int32_t kOverread = kChannels == 3 && kBlocksInRegister == 1 ? 1 : 0;
 
   DownscaleStep() {
@@ -144,9 +144,7 @@ struct DownscaleStep<4, kChannels> {
     } else {
       hn::StoreU(bytes, Bytes(), out);
     }
-    upper += kPixels * kSourceBytes;
-    lower += kPixels * kSourceBytes;
-    out += kPixels * kPixelBytes;
+    DownscaleStep::advance(out, upper, lower);
   }
 
  private:

@@ -15,6 +15,23 @@ namespace HWY_NAMESPACE {
 
 #if TAVRINE_HAS_VECTORS
 
+// The constants of a step, and the way to the next one.
+template <int32_t kPixels_, int32_t kPixelBytes_, int32_t kSourceBytes_, int32_t kOverwritten_,
+          bool kIsShort_>
+struct RowStep {
+  static constexpr int32_t kPixels = kPixels_;
+  static constexpr int32_t kPixelBytes = kPixelBytes_;
+  static constexpr int32_t kSourceBytes = kSourceBytes_;
+  static constexpr int32_t kOverwritten = kOverwritten_;
+  static constexpr bool kIsShort = kIsShort_;
+
+  template <class... Sources>
+  static HWY_INLINE void advance(uint8_t *&out, Sources &...sources) {
+    ((sources += kPixels * kSourceBytes), ...);
+    out += kPixels * kPixelBytes;
+  }
+};
+
 // Makes a row in steps, at least one. A step has
 //
 //   static constexpr int32_t kPixels;       // destination pixels that it makes
@@ -24,8 +41,8 @@ namespace HWY_NAMESPACE {
 //   static constexpr bool kIsShort;         // the loop costs as much: it takes four at a time
 //   void operator()(uint8_t *&out, const uint8_t *&source...) const;  // moves pointers to the next
 //
-// The next step replaces what one has overwritten. Steps near the end of the row, the last of which
-// overlaps the one before, write to a copy.
+// A RowStep has all but the last. The next step replaces what one has overwritten. Steps near the
+// end of the row, the last of which overlaps the one before, write to a copy.
 template <class Step, class... Sources>
 HWY_INLINE void for_each_overwriting_step(const Step &step, int32_t columns, uint8_t *out,
                                           Sources... sources) {

@@ -6,6 +6,7 @@
 #define TAVRINE_KERNELS_RESIZE_SUBSAMPLE_X86_INL_H_
 #endif
 
+#include "kernels/resize/overwriting_steps-inl.h"
 #include "kernels/resize/steps_x86-inl.h"
 #include "kernels/vector-inl.h"
 
@@ -21,23 +22,18 @@ struct SubsampleThirdsStep;
 // One channel: three blocks of 16 bytes hold the middle bytes of 16 triples at bytes 1, 4, 7, 10,
 // 13, then 0, 3, ... 15, then 2, 5, ... 14.
 template <>
-struct SubsampleThirdsStep<1> {
-  static constexpr int32_t kPixels = HWY_TARGET == HWY_AVX2 ? 32 : 16;
-  static constexpr int32_t kPixelBytes = 1;
-  static constexpr int32_t kSourceBytes = 3;
-  static constexpr int32_t kOverwritten = 0;
-  static constexpr bool kIsShort = false;
-
+struct SubsampleThirdsStep<1> : RowStep<16 * kBlocksInRegister, 1, 3, 0, true> {
   SubsampleThirdsStep() {
-    alignas(16) constexpr uint8_t kFirst[16] = {1,    4,    7,    10,   13,   0x80, 0x80, 0x80,
-                                                0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80};
-    alignas(16) constexpr uint8_t kSecond[16] = {0x80, 0x80, 0x80, 0x80, 0x80, 0,    3,    6,
-                                                 9,    12,   15,   0x80, 0x80, 0x80, 0x80, 0x80};
-    alignas(16) constexpr uint8_t kThird[16] = {0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
-                                                0x80, 0x80, 0x80, 2,    5,    8,    11,   14};
-    first_ = hn::LoadDup128(Bytes(), kFirst);
-    second_ = hn::LoadDup128(Bytes(), kSecond);
-    third_ = hn::LoadDup128(Bytes(), kThird);
+    constexpr uint8_t kZero = 0x80;
+    static constexpr ShuffleControl kFirst({1, 4, 7, 10, 13, kZero, kZero, kZero, kZero, kZero,
+                                            kZero, kZero, kZero, kZero, kZero, kZero});
+    static constexpr ShuffleControl kSecond(
+        {kZero, kZero, kZero, kZero, kZero, 0, 3, 6, 9, 12, 15, kZero, kZero, kZero, kZero, kZero});
+    static constexpr ShuffleControl kThird({kZero, kZero, kZero, kZero, kZero, kZero, kZero, kZero,
+                                            kZero, kZero, kZero, 2, 5, 8, 11, 14});
+    first_ = kFirst.load();
+    second_ = kSecond.load();
+    third_ = kThird.load();
   }
 
   HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
@@ -45,8 +41,7 @@ struct SubsampleThirdsStep<1> {
     const auto second = hn::TableLookupBytesOr0(load_blocks(row + 16, 48), second_);
     const auto third = hn::TableLookupBytesOr0(load_blocks(row + 32, 48), third_);
     hn::StoreU(hn::Or(hn::Or(first, second), third), Bytes(), out);
-    row += kPixels * kSourceBytes;
-    out += kPixels * kPixelBytes;
+    advance(out, row);
   }
 
  private:
@@ -61,16 +56,10 @@ struct SubsampleThirdsStep<1> {
 //   from byte  3   0 0 0 .  . . . .  . 1 1 1  . . . .
 //   from byte 17   . . . .  2 2 2 .  . . . .  . 3 3 3
 template <>
-struct SubsampleThirdsStep<3> {
-  static constexpr int32_t kPixels = HWY_TARGET == HWY_AVX2 ? 8 : 4;
-  static constexpr int32_t kPixelBytes = 3;
-  static constexpr int32_t kSourceBytes = 9;
-  static constexpr int32_t kOverwritten = 2;
-  static constexpr bool kIsShort = false;
-
+struct SubsampleThirdsStep<3> : RowStep<4 * kBlocksInRegister, 3, 9, 2, false> {
   SubsampleThirdsStep() {
-    alignas(16) constexpr uint8_t kOrder[16] = {0, 1, 2, 9, 10, 11, 4, 5, 6, 13, 14, 15};
-    order_ = hn::LoadDup128(Bytes(), kOrder);
+    static constexpr ShuffleControl kOrder({0, 1, 2, 9, 10, 11, 4, 5, 6, 13, 14, 15});
+    order_ = kOrder.load();
   }
 
   HWY_INLINE void operator()(uint8_t *&out, const uint8_t *&row) const {
@@ -78,8 +67,7 @@ struct SubsampleThirdsStep<3> {
                                    hn::BitCast(Ints(), load_blocks(row + 3, 36)));
     const auto bytes = hn::TableLookupBytes(hn::BitCast(Bytes(), mixed), order_);
     store_triples(bytes, out);
-    row += kPixels * kSourceBytes;
-    out += kPixels * kPixelBytes;
+    advance(out, row);
   }
 
  private:
