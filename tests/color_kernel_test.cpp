@@ -5,7 +5,6 @@
 #include "kernels/color/yuv.h"
 #include "kernels/color/yuv_scalar.h"
 #include "tests/kernel_support.h"
-#include "tests/path_recorder.h"
 
 namespace tavrine::test {
 namespace {
@@ -223,108 +222,6 @@ TEST(ColorKernels, YuvConversionsEqualTheirDefinition) {
     }
   });
 }
-
-// A row for each red and green: all lumas, and chroma of the pixels at even places.
-TEST(ColorKernels, YuvOfEveryColour) {
-  constexpr int32_t kSize = 256;
-  on_every_target([] {
-    std::vector<uint8_t> pixels(size_t{3} * kSize * kSize);
-    std::vector<uint8_t> lumas(size_t{kSize} * kSize);
-    std::vector<uint8_t> chroma(lumas.size() / 2);
-    std::vector<uint8_t> expected(kSize);
-    for (int red = 0; red < kSize; ++red) {
-      for (size_t i = 0; i < lumas.size(); ++i) {
-        pixels[3 * i] = static_cast<uint8_t>(red);
-        pixels[3 * i + 1] = static_cast<uint8_t>(i / kSize);
-        pixels[3 * i + 2] = static_cast<uint8_t>(i);
-      }
-      ASSERT_TRUE(rgb_to_yuv({pixels.data(), 3, kSize, kSize, 3 * kSize}, ByteOrder::kRedFirst,
-                             {lumas.data(), 1, kSize, kSize, kSize},
-                             {chroma.data(), 2, kSize / 2, kSize / 2, kSize},
-                             ChromaOrder::kUFirst));
-      for (size_t y = 0; y < kSize; ++y) {
-        const uint8_t *row = pixels.data() + 3 * kSize * y;
-        scalar::luma_row(row, 0, kSize, expected.data());
-        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), &lumas[kSize * y]))
-            << red << " " << y;
-        if (y % 2 == 0) {
-          scalar::chroma_row(row, 0, kSize / 2, expected.data(), 0);
-          ASSERT_TRUE(std::equal(expected.begin(), expected.end(), &chroma[kSize * y / 2]))
-              << red << " " << y;
-        }
-      }
-    }
-  });
-}
-
-// A row of every luma for each pair of U and V.
-TEST(ColorKernels, RgbOfEveryPair) {
-  constexpr int32_t kSize = 256;
-  on_every_target([] {
-    std::vector<uint8_t> lumas(size_t{2} * kSize);
-    std::vector<uint8_t> chroma(kSize);
-    std::vector<uint8_t> pixels(3 * lumas.size());
-    std::vector<uint8_t> expected(size_t{3} * kSize);
-    for (size_t x = 0; x < lumas.size(); ++x) {
-      lumas[x] = static_cast<uint8_t>(x < kSize ? x : ~x);
-    }
-    for (int u = 0; u < kSize; ++u) {
-      for (int v = 0; v < kSize; ++v) {
-        for (size_t x = 0; x < kSize; x += 2) {
-          chroma[x] = static_cast<uint8_t>(u);
-          chroma[x + 1] = static_cast<uint8_t>(v);
-        }
-        ASSERT_TRUE(yuv_to_rgb({lumas.data(), 1, kSize, 2, kSize},
-                               {chroma.data(), 2, kSize / 2, 1, kSize}, ChromaOrder::kUFirst,
-                               {pixels.data(), 3, kSize, 2, 3 * kSize}, ByteOrder::kRedFirst));
-        for (size_t y = 0; y < 2; ++y) {
-          scalar::packed_row(&lumas[kSize * y], chroma.data(), 0, kSize, expected.data(), 0);
-          ASSERT_TRUE(std::equal(expected.begin(), expected.end(), &pixels[3 * kSize * y]))
-              << u << " " << v;
-        }
-      }
-    }
-  });
-}
-
-#ifdef TAVRINE_TRACE_PATHS
-
-bool has_vectors() {
-  return (HWY_SUPPORTED_TARGETS & HWY_TARGETS & ~(HWY_SCALAR | HWY_EMU128)) != 0;
-}
-
-// Vectors wherever there are any: a build or a change that switches them off is not to pass.
-TEST(ColorKernels, TakeTheirVectors) {
-  on_every_target([] {
-    uint8_t bytes[6 * 8 * 2] = {};
-    const PlaneView packed = {bytes, 3, 8, 2, 24};
-    const PlaneView grey = {bytes, 1, 8, 2, 8};
-    const PlaneView pairs = {bytes, 2, 4, 1, 8};
-    const PlaneView half = {bytes, 1, 4, 1, 4};
-    std::vector<uint8_t> other(sizeof(bytes));
-    const PlaneView other_packed = {other.data(), 3, 8, 2, 24};
-    const PlaneView other_grey = {other.data(), 1, 8, 2, 8};
-    const PlaneView other_pairs = {other.data(), 2, 4, 1, 8};
-    const PathRecorder recorder;
-    weigh_luma(packed, ByteOrder::kRedFirst, other_grey);
-    replicate_grey(grey, other_packed);
-    swap_red_blue(packed, other_packed);
-    rgb_to_yuv(packed, ByteOrder::kRedFirst, other_grey, other_pairs, ChromaOrder::kUFirst);
-    yuv_to_rgb(grey, pairs, ChromaOrder::kUFirst, other_packed, ByteOrder::kRedFirst);
-    swap_pairs(pairs, other_pairs);
-    interleave_planes(half, half, other_pairs);
-    deinterleave_plane(other_pairs, half, half);
-    const std::string way = has_vectors() ? ".vectors" : ".scalar";
-    std::string expected;
-    for (const char *name : {"rgb.luma", "rgb.replicate", "rgb.swap", "yuv.from_rgb", "yuv.to_rgb",
-                             "planes.swap", "planes.interleave", "planes.deinterleave"}) {
-      expected += (expected.empty() ? "" : " ") + (name + way);
-    }
-    EXPECT_EQ(recorder.names(), expected);
-  });
-}
-
-#endif
 
 }  // namespace
 }  // namespace tavrine::test

@@ -1,5 +1,6 @@
 // The exported frame operations: checks and their messages, shortcuts, crop, and device frames.
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "tests/support.h"
@@ -208,7 +209,7 @@ TEST_F(EntryPoints, SizesWithoutPixels) {
     OwnedFrame given = make_frame(TAVRINE_FORMAT_RGB24, 8, 8);
     EXPECT_EQ(tavrine_frame_resize(in.get(), given.slot(), width, height), -4);
   }
-  for (const float ratio : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN(), 0.1F, 1e9F}) {
+  for (const float ratio : {0.0F, -1.0F, NAN, INFINITY, 0.1F, 1e9F}) {
     OwnedFrame none;
     EXPECT_EQ(tavrine_frame_scale(in.get(), none.slot(), ratio), -4) << ratio;
     EXPECT_FALSE(none);

@@ -2,7 +2,6 @@
 // pixels.
 #include "kernels/rotate/rotate.h"
 #include "tests/kernel_support.h"
-#include "tests/path_recorder.h"
 
 namespace tavrine::test {
 namespace {
@@ -37,32 +36,6 @@ OwnedFrame rotate(const tavrine_frame_t *in, int code) {
 
 class Rotate : public LibraryTest {};
 
-TEST_F(Rotate, EqualsTheMappingForEveryFormatRotationAndLayout) {
-  const struct {
-    int width, height;
-  } sizes[] = {{2, 2}, {2, 66}, {62, 64}, {64, 128}, {66, 62}, {130, 70}};
-  for (const uint32_t format : kEightBitFormats) {
-    for (const auto &size : sizes) {
-      const PaddedFrame padded = make_padded_frame(format, size.width, size.height, random_);
-      const OwnedFrame tight(tavrine_frame_duplicate(padded.frame.get()));
-      for (int code = 0; code < 3; ++code) {
-        const std::string what = std::string(tavrine_frame_pixfmt_to_string(format)) + " " +
-                                 std::to_string(size.width) + " by code " + std::to_string(code);
-        const std::vector<uint8_t> expected = rotate_by_mapping(tight.get(), code);
-        for (const tavrine_frame_t *in : {padded.frame.get(), tight.get()}) {
-          const OwnedFrame created = rotate(in, code);
-          EXPECT_EQ(pixels_of(created.get()), expected) << what;
-          PaddedFrame given = make_padded_frame(format, created->width, created->height, random_);
-          EXPECT_EQ(tavrine_frame_rotate(in, given.frame.slot(), code), 0);
-          EXPECT_EQ(pixels_of(given.frame.get()), expected) << what;
-          EXPECT_TRUE(given.surroundings_unharmed()) << what;
-        }
-      }
-    }
-  }
-  EXPECT_TRUE(take_log().empty());
-}
-
 TEST_F(Rotate, ASmallPictureByHand) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_GREY, 3, 2);
   set_pixels(in.get(), {'a', 'b', 'c', 'd', 'e', 'f'});
@@ -75,16 +48,26 @@ TEST_F(Rotate, ASmallPictureByHand) {
   }
 }
 
-TEST_F(Rotate, RotatesDeviceFramesOnTheCpu) {
-  for (const uint32_t format : {TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12, TAVRINE_FORMAT_BGR24}) {
-    const OwnedFrame host = make_frame(format, 36, 22);
-    fill_random(host.get(), random_);
-    const OwnedFrame out = rotate(on_device(host.get()).get(), 2);
-    EXPECT_EQ(tavrine_frame_mem_type(out.get()), TAVRINE_MEMORY_DEVICE);
-    EXPECT_EQ(pixels_of(out.get()), rotate_by_mapping(host.get(), 2));
-    EXPECT_EQ(take_log(), (std::vector<LogRecord>{{0, "aux", 758,
-                                                   "Device api not support, fallback to CPU - "
-                                                   "[tavrine_frame_rotate]!\n"}}));
+TEST_F(Rotate, EveryFormatOnHostAndDevice) {
+  for (const uint32_t format : kEightBitFormats) {
+    const PaddedFrame in = make_padded_frame(format, 66, 38, random_);
+    for (int code = 0; code < 3; ++code) {
+      SCOPED_TRACE(tavrine_frame_pixfmt_to_string(format));
+      const std::vector<uint8_t> expected = rotate_by_mapping(in.frame.get(), code);
+      const OwnedFrame created = rotate(in.frame.get(), code);
+      EXPECT_EQ(pixels_of(created.get()), expected);
+      PaddedFrame given = make_padded_frame(format, created->width, created->height, random_);
+      EXPECT_EQ(tavrine_frame_rotate(in.frame.get(), given.frame.slot(), code), 0);
+      EXPECT_EQ(pixels_of(given.frame.get()), expected);
+      EXPECT_TRUE(given.surroundings_unharmed());
+      EXPECT_TRUE(take_log().empty());
+      const OwnedFrame on_cpu = rotate(on_device(in.frame.get()).get(), code);
+      EXPECT_EQ(tavrine_frame_mem_type(on_cpu.get()), TAVRINE_MEMORY_DEVICE);
+      EXPECT_EQ(pixels_of(on_cpu.get()), expected);
+      EXPECT_EQ(take_log(), (std::vector<LogRecord>{{0, "aux", 758,
+                                                     "Device api not support, fallback to CPU - "
+                                                     "[tavrine_frame_rotate]!\n"}}));
+    }
   }
 }
 
@@ -159,29 +142,6 @@ TEST(RotateKernels, EqualTheMapping) {
     }
   });
 }
-
-#ifdef TAVRINE_TRACE_PATHS
-TEST(RotateKernels, TakeTilesWherePlanesHoldThem) {
-  const auto way = [](int32_t channels, int32_t width, int32_t height, Rotation rotation) {
-    const bool is_half = rotation == Rotation::k180;
-    const GuardedPlane in(width, height, channels);
-    const GuardedPlane out(is_half ? width : height, is_half ? height : width, channels);
-    const PathRecorder recorder;
-    EXPECT_TRUE(rotate_plane(in.view(), rotation, out.view()));
-    return recorder.names();
-  };
-  const bool has_vectors = HWY_TARGETS != HWY_SCALAR && HWY_TARGETS != HWY_EMU128;
-  for (int32_t channels = 1; channels <= 4; ++channels) {
-    for (const Rotation rotation : {Rotation::k90, Rotation::k270}) {
-      EXPECT_EQ(way(channels, 32, 32, rotation), has_vectors ? "rotate.tiles" : "rotate.pixels");
-      EXPECT_EQ(way(channels, 3, 32, rotation), "rotate.pixels");
-    }
-    EXPECT_EQ(way(channels, 32, 3, Rotation::k180),
-              has_vectors ? "rotate.mirror.vectors" : "rotate.mirror.pixels");
-    EXPECT_EQ(way(channels, 3, 32, Rotation::k180), "rotate.mirror.pixels");
-  }
-}
-#endif
 
 }  // namespace
 }  // namespace tavrine::test

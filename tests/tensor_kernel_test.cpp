@@ -5,7 +5,6 @@
 
 #include "kernels/tensor/tensor_scalar.h"
 #include "tests/kernel_support.h"
-#include "tests/path_recorder.h"
 
 namespace tavrine::test {
 namespace {
@@ -148,43 +147,6 @@ TEST(TensorKernels, EqualTheirDefinition) {
     expect_definitions<uint8_t>();
   });
 }
-
-#ifdef TAVRINE_TRACE_PATHS
-TEST(TensorKernels, TakeTheFastWay) {
-  const auto way = [](const Kernel &kernel, int32_t columns, const ChannelNormalization &channel) {
-    const ChannelNormalization channels[3] = {channel, channel, channel};
-    GuardedPlane in(columns, 2, kernel.source_channels);
-    std::vector<uint8_t> elements(static_cast<size_t>(columns * 2 * kernel.image_channels));
-    const ElementPlanes<uint8_t> bytes = {elements.data(), columns, 2, columns, 2 * columns};
-    std::vector<float> more(elements.size());
-    const ElementPlanes<float> floats = {more.data(), columns, 2, columns, 2 * columns};
-    const PathRecorder recorder;
-    fill(kernel, in.view(), channels, floats);
-    fill(kernel, in.view(), channels, bytes);
-    return recorder.names();
-  };
-  const bool has_vectors = HWY_TARGETS != HWY_SCALAR && HWY_TARGETS != HWY_EMU128;
-  const bool is_armv7 = HWY_ARCH_ARM_V7 != 0;
-  const Kernel &color = kKernels[0];
-  const Kernel &grey = kKernels[2];
-  const Kernel &luma = kKernels[3];
-  const ChannelNormalization usual = {123.675F, 58.395F, 0};
-  const ChannelNormalization none = {0, 1, 0};
-  const bool normalizes = has_vectors && !is_armv7;
-  EXPECT_EQ(way(color, 40, usual), normalizes ? "tensor.color.vectors" : "tensor.color.table");
-  EXPECT_EQ(way(grey, 40, usual), normalizes ? "tensor.grey.vectors" : "tensor.grey.table");
-  EXPECT_EQ(way(color, 40, none), normalizes    ? "tensor.color.vectors tensor.color.identity"
-                                  : has_vectors ? "tensor.color.table tensor.color.identity"
-                                                : "tensor.color.table");
-  EXPECT_EQ(way(grey, 40, none), normalizes ? "tensor.grey.vectors tensor.grey.identity"
-                                            : "tensor.grey.table tensor.grey.identity");
-  const bool has_doubles = has_vectors && HWY_ARCH_X86 != 0;
-  EXPECT_EQ(way(luma, 40, usual), has_doubles ? "tensor.luma.vectors" : "tensor.luma.pixels");
-  EXPECT_EQ(way(color, 40, {0, 1e-9F, 0}),
-            normalizes ? "tensor.color.vectors tensor.color.table" : "tensor.color.table");
-  EXPECT_EQ(way(color, 7, usual), "tensor.color.table");
-}
-#endif
 
 }  // namespace
 }  // namespace tavrine::test

@@ -183,24 +183,18 @@ class Warps : public LibraryTest {
         << ::testing::PrintToString(matrix);
     ASSERT_TRUE(out.surroundings_unharmed());
   }
-
-  template <typename Formats>
-  void expect_formula(Warp warp, const Formats &formats) {
-    constexpr std::array<int, 4> kSizes[] = {
-        {34, 22, 150, 40}, {50, 60, 300, 20}, {20, 16, 20, 16}, {2, 2, 6, 4}, {64, 48, 40, 70}};
-    for (const uint32_t format : formats) {
-      for (const auto &sizes : kSizes) {
-        for (int i = 0; i < 12; ++i) {
-          expect_formula(warp, format, sizes,
-                         random_matrix({1, sizes[0], sizes[1]}, {1, sizes[2], sizes[3]}));
-        }
-      }
-    }
-  }
 };
 
-TEST_F(Warps, AffineEqualsTheFormula) {
-  expect_formula(tavrine_frame_warpaffine, kEightBitFormats);
+TEST_F(Warps, EveryFormatEqualsItsFormula) {
+  for (int i = 0; i < 4; ++i) {
+    const Matrix matrix = random_matrix({1, 34, 22}, {1, 50, 40});
+    for (const uint32_t format : kEightBitFormats) {
+      expect_formula(tavrine_frame_warpaffine, format, {34, 22, 50, 40}, matrix);
+    }
+    for (const uint32_t format : kPerspectiveFormats) {
+      expect_formula(tavrine_frame_warpperspective, format, {34, 22, 50, 40}, matrix);
+    }
+  }
   expect_formula(tavrine_frame_warpaffine, TAVRINE_FORMAT_GREY, {3, 5, 5001, 1},
                  {0.001F, 0, 0, 0, 1, 2});
   // More source columns than a position in 16 bits can reach.
@@ -208,11 +202,6 @@ TEST_F(Warps, AffineEqualsTheFormula) {
     expect_formula(tavrine_frame_warpaffine, TAVRINE_FORMAT_GREY, {33000, 2, 33000, 2},
                    {1, 0, shift, 0, 1, 0});
   }
-  EXPECT_TRUE(take_log().empty());
-}
-
-TEST_F(Warps, PerspectiveEqualsTheFormula) {
-  expect_formula(tavrine_frame_warpperspective, kPerspectiveFormats);
   EXPECT_TRUE(take_log().empty());
 }
 
@@ -299,10 +288,6 @@ TEST_F(Warps, RefuseOtherFormatsAndBrokenPlanes) {
     EXPECT_EQ(pixels_of(out.get()), before);
     expect_log(4, "aux.host", test.text);
   }
-
-  const OwnedFrame grey = make_frame(TAVRINE_FORMAT_GREY, 8, 8);
-  EXPECT_EQ(tavrine_frame_warpaffine(grey.get(), grey.get(), nullptr), -4);
-  EXPECT_EQ(tavrine_frame_warpperspective(grey.get(), grey.get(), nullptr), -1);
 
   // Planes before the faulty one are warped, those after it are not touched.
   const OwnedFrame yu12 = make_frame(TAVRINE_FORMAT_YU12, 8, 8);
