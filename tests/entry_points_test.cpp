@@ -117,23 +117,18 @@ TEST_F(EntryPoints, CropInsideAndAcrossEveryEdge) {
       const std::vector<Plane> planes = planes_of(format, 20, 16);
       const std::vector<Plane> cut = planes_of(format, area.width, area.height);
       for (size_t i = 0; i < planes.size(); ++i) {
-        const int divisor = 20 / planes[i].columns;
-        for (int y = 0; y < cut[i].rows; ++y) {
-          for (int x = 0; x < cut[i].columns; ++x) {
-            const int from_x = area.x / divisor + x;
-            const int from_y = area.y / divisor + y;
-            for (int c = 0; c < cut[i].channels; ++c, ++to) {
-              if (from_x >= 0 && from_x < planes[i].columns && from_y >= 0 &&
-                  from_y < planes[i].rows) {
-                cleared[to] = kept[to] =
-                    source[plane_begin +
-                           static_cast<size_t>(
-                               (from_y * planes[i].columns + from_x) * planes[i].channels + c)];
-              }
+        const auto &[channels, columns, rows] = planes[i];
+        for (int pixel = 0; pixel < cut[i].rows * cut[i].columns; ++pixel) {
+          const int x = area.x * columns / 20 + pixel % cut[i].columns;
+          const int y = area.y * rows / 16 + pixel / cut[i].columns;
+          for (int c = 0; c < channels; ++c, ++to) {
+            if (x >= 0 && x < columns && y >= 0 && y < rows) {
+              const int from = (y * columns + x) * channels + c;
+              cleared[to] = kept[to] = source[plane_begin + static_cast<size_t>(from)];
             }
           }
         }
-        plane_begin += static_cast<size_t>(planes[i].columns * planes[i].rows * planes[i].channels);
+        plane_begin += static_cast<size_t>(columns * rows * channels);
       }
       ASSERT_EQ(pixels_of(fresh.get()), cleared) << area.x << "," << area.y;
       ASSERT_EQ(pixels_of(given.frame.get()), kept) << area.x << "," << area.y;

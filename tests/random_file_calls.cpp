@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <climits>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -94,44 +93,24 @@ int32_t fill_batch(tavrine_tensor_t *tensor, int32_t n, tavrine_frame_t *const *
                                                  workspace.slot(), nullptr, nullptr);
 }
 
-// Null arguments are tested elsewhere.
 using Refusal = int32_t (*)(const Refused &with);
 
 constexpr Refusal kRefusals[] = {
-    [](const Refused &) { return loaded(tavrine_frame_load(nullptr)); },
     [](const Refused &with) { return loaded(tavrine_frame_load(with.folder)); },
     [](const Refused &) { return loaded(tavrine_frame_load_from_memory("\x89PNG\r\n\x1a\n", 8)); },
     [](const Refused &with) { return tavrine_frame_save(with.in, with.folder); },
     [](const Refused &with) { return tavrine_frame_encode(with.in, 3, with.device_buffer); },
-    [](const Refused &with) { return tavrine_frame_resize(with.in, with.out, 0, 4); },
-    [](const Refused &with) { return tavrine_frame_resize(with.in, with.out, 4, -4); },
     [](const Refused &with) { return tavrine_frame_resize(with.in, with.out, 1 << 30, 1 << 30); },
     [](const Refused &with) {
       tavrine_frame_t *other = with.other;
       return tavrine_frame_resize(with.in, &other, 4, 4);
     },
-    [](const Refused &with) { return tavrine_frame_scale(with.in, with.out, NAN); },
-    [](const Refused &with) { return tavrine_frame_scale(with.in, with.out, INFINITY); },
-    [](const Refused &with) { return tavrine_frame_scale(with.in, with.out, -1); },
-    [](const Refused &with) { return tavrine_frame_rotate(with.in, with.out, 3); },
-    [](const Refused &with) { return tavrine_frame_rotate(with.in, with.out, INT_MIN); },
-    [](const Refused &with) {
-      return tavrine_frame_crop(with.in, with.out, {0, 0, 0, 2});
-    },
     [](const Refused &with) {
       return tavrine_frame_crop(with.in, with.out, {0, 0, 2, INT_MIN});
     },
     [](const Refused &with) { return tavrine_frame_cvt_color(with.in, with.out, 1234); },
-    [](const Refused &with) {
-      tavrine_frame_t *other = with.other;
-      return tavrine_frame_cvt_color(with.in, &other, other->pixel_format);
-    },
     [](const Refused &with) { return tavrine_frame_warpaffine(with.in, with.other, kMatrix); },
-    [](const Refused &with) { return tavrine_frame_warpaffine(with.in, with.in, nullptr); },
-    [](const Refused &with) { return tavrine_frame_warpperspective(with.in, with.in, nullptr); },
-    [](const Refused &with) { return fill(with.usable, 3, with.in); },
     [](const Refused &with) { return fill(with.tensor, TAVRINE_TENSOR_RGB, with.in); },
-    [](const Refused &with) { return fill_batch(with.usable, 2, &with.in, &kArea, 0); },
     [](const Refused &with) { return fill_batch(with.usable, 1, &with.in, &kArea, 2); },
     [](const Refused &with) { return fill_batch(with.tensor, 1, &with.in, &kArea, 1); },
 };

@@ -127,13 +127,8 @@ TEST(RotateKernels, EqualTheMapping) {
   on_every_target([] {
     MappingCheck check;
     for (int32_t channels = 1; channels <= 4; ++channels) {
-      for (int32_t width = 1; width <= 4; ++width) {
-        for (int32_t height = 1; height <= 4; ++height) {
-          check.expect_mapping(width, height, channels);
-        }
-      }
       for (const int32_t width : widths_to_try()) {
-        for (const int32_t height : {1, 8, 15, 17, 34}) {
+        for (const int32_t height : {1, 3, 8, 15, 17, 34}) {
           check.expect_mapping(width, height, channels);
         }
       }
