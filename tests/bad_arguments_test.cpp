@@ -80,6 +80,16 @@ const BadCall kCalls[] = {
        return tavrine_frame_warpperspective(in, out, kMatrix);
      },
      "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -4 -4", "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -4 -4"},
+    {"neutral chroma", TAVRINE_FORMAT_NV12,
+     [](const tavrine_frame_t *in, tavrine_frame_t *out) {
+       tavrine_frame_t grey = *in;
+       grey.pixel_format =
+           in->pixel_format == TAVRINE_FORMAT_NV12 ? TAVRINE_FORMAT_GREY : in->pixel_format;
+       grey.plane_count = 1;
+       return tavrine_frame_cvt_color(&grey, &out, TAVRINE_FORMAT_NV12);
+     },
+     "-1 0 -1 -1 -1 -1 -1 -1 -1 -1 0 -1 -1 -1000 -1",
+     "-1 -4 -1 -1 -1 -1 -1 -1 -1 -1 -4 -1 -1 -1 -1"},
     {"convert", TAVRINE_FORMAT_NV12,
      [](const tavrine_frame_t *in, tavrine_frame_t *out) {
        out->pixel_format =

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <set>
 
 #include "tavrine_mpp_devkit.h"
 #include "tests/failure_scenarios.h"
@@ -129,6 +130,7 @@ TEST_F(FailureSweep, FailedCoreCalls) {
     const OwnedFrame in = scenario.make_input();
     OwnedFrame model;
     ASSERT_EQ(scenario.run(in.get(), model.slot()), 0) << scenario.name;
+    std::set<std::pair<std::string, int32_t>> reached;
     for (const bool is_given : {false, true}) {
       for (const char *call : kCoreCalls) {
         bool was_reached = is_given <= static_cast<bool>(model);
@@ -141,6 +143,7 @@ TEST_F(FailureSweep, FailedCoreCalls) {
               [&] { tavrine_devkit_inject_fault(call, nth); },
               [] { return tavrine_devkit_clear_faults() == 0; });
           if (was_reached) {
+            reached.insert({call, is_given ? 0 : nth});
             EXPECT_TRUE(is_given ? is_promised_somewhere(scenario, call, result_)
                                  : is_promised(scenario, call, nth, result_))
                 << "returns " << result_;
@@ -149,6 +152,12 @@ TEST_F(FailureSweep, FailedCoreCalls) {
           }
         }
       }
+    }
+    // Callers see these failures, so the calls stay.
+    for (const Outcome &outcome : scenario.outcomes) {
+      const int32_t nth = outcome.nth == Outcome::kEvery ? 1 : outcome.nth;
+      EXPECT_EQ(reached.count({outcome.call, nth}) + reached.count({outcome.call, 0}) > 0, true)
+          << scenario.name << ": " << outcome.call << " " << nth;
     }
   }
 }
