@@ -27,6 +27,8 @@ __attribute__((section(".interp"), used)) const char kLoader[] = TAVRINE_LOADER;
 }  // namespace
 
 extern "C" TAVRINE_ENTRY_ATTRIBUTES void tavrine_aux_program_entry() {
+  // Without a reference, the linker would leave it out.
+  asm volatile("" : : "r"(kLoader));
   fputs(tavrine::kBanner, stderr);
   _exit(0);
 }

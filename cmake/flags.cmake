@@ -14,6 +14,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(ar
   target_compile_options(tavrine_flags INTERFACE -Wno-psabi -Wno-sign-conversion)
 endif()
 
+# What nothing refers to is left out.
+target_compile_options(tavrine_flags INTERFACE -ffunction-sections -fdata-sections)
+target_link_options(tavrine_flags INTERFACE LINKER:--gc-sections)
+
 # Hardening: the library decodes untrusted files. Sanitizers have checks of their own.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   include(CheckCXXCompilerFlag)

@@ -16,3 +16,8 @@ target_link_options(tavrine_aux PRIVATE
   # In a fuzzer's build the sanitizer's runtime is in the program.
   $<$<NOT:$<BOOL:${TAVRINE_BUILD_FUZZERS}>>:LINKER:--no-undefined>
   LINKER:-e,tavrine_aux_program_entry)
+if(TAVRINE_STATIC_RUNTIME)
+  # The version script hides it: an application's own runtime stays apart.
+  target_sources(tavrine_aux PRIVATE ${PROJECT_SOURCE_DIR}/common/single_threaded.cpp)
+  target_link_options(tavrine_aux PRIVATE -static-libstdc++ -static-libgcc)
+endif()

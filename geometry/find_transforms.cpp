@@ -13,6 +13,18 @@ namespace {
 
 constexpr int kPoints = 3;
 
+// The system is on the heap, and when that is full, std::bad_alloc leaves the function. From a C++
+// runtime inside the library it could not pass to an application with another one, so there the
+// system is on the stack.
+#ifdef TAVRINE_STATIC_RUNTIME
+using Equations =
+    Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, 2 * kPoints, 4>;
+using Targets = Eigen::Matrix<float, Eigen::Dynamic, 1, Eigen::ColMajor, 2 * kPoints, 1>;
+#else
+using Equations = Eigen::MatrixXf;
+using Targets = Eigen::VectorXf;
+#endif
+
 // All x coordinates, then all y coordinates.
 template <typename Vector>
 void stack_coordinates(const tavrine_point2f_t *points, Vector &stacked) {
@@ -49,12 +61,12 @@ Eigen::Vector4f solve_similarity(const tavrine_point2f_t *source,
   if (!are_finite(source)) {
     return Eigen::Vector4f::Constant(std::numeric_limits<float>::quiet_NaN());
   }
-  Eigen::MatrixXf equations(2 * kPoints, 4);
+  Equations equations(2 * kPoints, 4);
   for (int i = 0; i < kPoints; ++i) {
     equations.row(i) << source[i].x, source[i].y, 1.0F, 0.0F;
     equations.row(kPoints + i) << source[i].y, -source[i].x, 0.0F, 1.0F;
   }
-  Eigen::VectorXf targets(2 * kPoints);
+  Targets targets(2 * kPoints);
   stack_coordinates(destination, targets);
   // Bounded sizes keep the decomposition from allocating: when that fails it frees memory twice.
   using Bounded =

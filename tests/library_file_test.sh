@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Tests the library as a file: its names, the libraries it needs, its exports, and its start as a
 # program.
-# Arguments: library, version, readelf, nm, list of exported functions, "run" or "no-run", emulator...
+# Arguments: library, version, readelf, nm, list of exported functions, where the C++ runtime is
+# ("inside" or "shared"), "run" or "no-run", emulator...
 set -euo pipefail
 export LC_ALL=C
-library=$1 version=$2 readelf=$3 nm=$4 exports=$5 run=$6
-shift 6
+library=$1 version=$2 readelf=$3 nm=$4 exports=$5 runtime=$6 run=$7
+shift 7
 failed=0
 
 expect() { # what, expected, actual
@@ -19,6 +20,7 @@ expect "file name" "libtavrine_aux.so.$version" "$(basename "$(realpath "$librar
 dynamic=$("$readelf" -d "$library")
 expect soname "libtavrine_aux.so.${version%%.*}" "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")"
 # Beside the compiler's own libraries.
+expect "C++ runtime" "$runtime" "$(grep -qE 'lib(stdc\+\+|gcc_s)\.so' <<<"$dynamic" && echo shared || echo inside)"
 needed=$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" |
   grep -vE '^(lib(c|m|gcc_s|stdc\+\+|[a-z]+san)|ld-linux.*)\.so' | sort | tr '\n' ' ')
 expect needed "libtavrine.so.1 libtavrine_core.so.1 libtavrine_mpp.so.1 " "$needed"
@@ -33,16 +35,18 @@ expect "unexpected exports" "" "$(comm -13 <(sort <<<"$expected") <(sort <<<"$ex
 expect "imported functions that are not exact" "" \
   "$("$nm" -D --undefined-only "$library" | grep -oxE ' *U (pow|exp2?|log(2|10)?|sin|cos|a?tan2?)f?(@.*)?' || true)"
 
-# How floats are passed.
-attributes=$("$readelf" -A "$library")
-if [[ "$attributes" == *Tag_CPU_arch* ]]; then
-  expect "float arguments" "VFP registers" "$(sed -n 's/.*Tag_ABI_VFP_args: //p' <<<"$attributes")"
-fi
-
-# The oldest C library that it runs with. Cameras have old ones.
-if [[ "$attributes" == *Tag_CPU_arch* ]]; then
+# How floats are passed, and the oldest C library that it runs with. Cameras have old ones.
+oldest=
+case $("$readelf" -h "$library" | sed -n 's/ *Machine: *//p') in
+  ARM)
+    oldest=GLIBC_2.4
+    expect "float arguments" "VFP registers" "$("$readelf" -A "$library" | sed -n 's/.*Tag_ABI_VFP_args: //p')"
+    ;;
+  AArch64) oldest=GLIBC_2.17 ;;
+esac
+if [ -n "$oldest" ]; then
   newest=$("$readelf" -V "$library" | grep -o 'GLIBC_[0-9.]*' | sort -Vu | tail -n 1)
-  expect "newest symbol of the C library" GLIBC_2.4 "$newest"
+  expect "newest symbol of the C library" "$oldest" "$newest"
 fi
 
 if [ "$run" = run ]; then # no sanitizer
