@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """Tries what the documents show: commands run, CMake files are read, C and C++ compile.
 
 Each document has a folder of its own, with a picture and a frame under the names that documents use

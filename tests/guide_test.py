@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """Compiles the code of docs/guide.md and runs it.
 
 The C blocks of a section make one source file, with the driver in tests/guide whose first line

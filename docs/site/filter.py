@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/python3 -B
 """Rewrites a header or a Markdown file for Doxygen, which calls this program for each of them.
 
 Headers keep plain comments. The comment before a declaration becomes its documentation, one at the
