@@ -50,7 +50,8 @@ if(TAVRINE_BUILD_TOOLS)
 endif()
 
 if(NOT TAVRINE_SDK_DIR)
-  set_target_properties(tavrine tavrine_core PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+  # The media platform is in the folder above, or beside them in a Python wheel.
+  set_target_properties(tavrine tavrine_core PROPERTIES INSTALL_RPATH "$ORIGIN/..;$ORIGIN")
   install(TARGETS tavrine tavrine_core tavrine_sdk tavrine_devkit EXPORT tavrine_devkit-targets
     LIBRARY DESTINATION ${libdir}/tavrine-devkit COMPONENT devkit)
   install(EXPORT tavrine_devkit-targets NAMESPACE tavrine:: DESTINATION ${package_dir}
