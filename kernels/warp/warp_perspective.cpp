@@ -20,8 +20,9 @@ namespace {
 // A vector target defines in warp_perspective_arm-inl.h or warp_perspective_x86-inl.h:
 //
 //   kPixelsInPerspectiveStep<kChannels>  columns that a row must have at least
-//   is_fit_for_vectors(matrix)  whether rows equal the definition for every position of the matrix
-//   warp_row<kChannels>(source, ahead, matrix, y, columns, row)  may prefetch
+//   is_fit_for_vectors(source, matrix)  whether rows equal the definition for every position of the
+//                               matrix
+//   warp_plane<kChannels>(source, ahead, matrix, destination)  also names its path; may prefetch
 
 #if TAVRINE_HAS_VECTORS
 // As far as the pixel in the middle of the destination moves.
@@ -46,14 +47,11 @@ void warp_channels(const PlaneView &source, const PerspectiveMatrix &matrix,
                    const PlaneView &destination) {
 #if TAVRINE_HAS_VECTORS
   // Offsets of source pixels fit 32 bits, and four bytes lie in the plane.
-  if (destination.columns >= kPixelsInPerspectiveStep<kChannels> && is_fit_for_vectors(matrix) &&
+  if (destination.columns >= kPixelsInPerspectiveStep<kChannels> &&
+      is_fit_for_vectors(source, matrix) &&
       source.stride <= std::numeric_limits<int32_t>::max() / source.rows &&
       (source.rows > 1 ? source.stride : source.row_bytes()) >= 4) {
-    trace_path("warp_perspective.vectors");
-    const RowsAhead ahead = rows_ahead(source, matrix, destination);
-    for (int32_t y = 0; y < destination.rows; ++y) {
-      warp_row<kChannels>(source, ahead, matrix, y, destination.columns, destination.row(y));
-    }
+    warp_plane<kChannels>(source, rows_ahead(source, matrix, destination), matrix, destination);
     return;
   }
 #endif

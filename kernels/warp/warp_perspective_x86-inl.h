@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "kernels/path.h"
 #include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_perspective_edge_x86-inl.h"
 #include "kernels/warp/warp_perspective_neighbours_x86-inl.h"
@@ -20,7 +21,7 @@ namespace HWY_NAMESPACE {
 #if TAVRINE_IS_X86
 
 // Nothing is flushed to zero here: every matrix gives what the definition gives.
-inline bool is_fit_for_vectors(const PerspectiveMatrix &) { return true; }
+inline bool is_fit_for_vectors(const PlaneView &, const PerspectiveMatrix &) { return true; }
 
 // Steps of grey pixels take two registers of positions, so that words hold their columns and rows.
 template <int kChannels>
@@ -269,6 +270,15 @@ HWY_INLINE void warp_row(PlaneView source, RowsAhead ahead, const PerspectiveMat
   if (x != columns) {  // the last step overlaps the one before
     x = columns - Batch::kPixelsInStep;
     warp_steps<kChannels>(source, ahead, terms, x, 1, row + static_cast<ptrdiff_t>(x) * kChannels);
+  }
+}
+
+template <int kChannels>
+void warp_plane(const PlaneView &source, const RowsAhead &ahead, const PerspectiveMatrix &matrix,
+                const PlaneView &destination) {
+  trace_path("warp_perspective.vectors");
+  for (int32_t y = 0; y < destination.rows; ++y) {
+    warp_row<kChannels>(source, ahead, matrix, y, destination.columns, destination.row(y));
   }
 }
 
