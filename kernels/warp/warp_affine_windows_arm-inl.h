@@ -12,6 +12,7 @@
 #include "kernels/warp/warp_affine_arm-inl.h"
 #include "kernels/warp/warp_affine_columns.h"
 #include "kernels/warp/warp_affine_scalar.h"
+#include "kernels/warp/warp_grey_windows_arm-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
@@ -121,11 +122,6 @@ HWY_INLINE void load_window_row(const uint8_t *row, uint8x16_t (&channels)[kChan
 #endif
 }
 
-// The left and the right neighbours of eight pixels in two rows.
-struct WindowNeighbours {
-  uint8x8_t p00, p01, p10, p11;
-};
-
 // Bytes of a row at the lower (left neighbours) or the upper (right neighbours) eight indices.
 // Where an index is beyond 15, the first look-up gives 0, and later ones keep what was there. In
 // assembly, because GCC copies both halves of the row for each of the intrinsics: grey then takes
@@ -169,7 +165,7 @@ HWY_INLINE void look_up_right(uint8x8_t &result, uint8x16_t row, uint8x16_t indi
 
 #endif
 
-// Indices are 16 * row + column, from row kRow on and from the row before it.
+// From row kRow on and from the row before it.
 template <class Shape, int32_t kRow = 0>
 HWY_INLINE void take_rows(const uint8_t *row, int32_t stride, uint8x16_t indices,
                           uint8x16_t indices_before,
@@ -191,6 +187,17 @@ HWY_INLINE void take_rows(const uint8_t *row, int32_t stride, uint8x16_t indices
   if constexpr (kRow + 1 < Shape::kRows) {
     take_rows<Shape, kRow + 1>(row + stride, stride, vsubq_u8(indices, vdupq_n_u8(16)), indices,
                                neighbours);
+  }
+}
+
+// Indices are 16 * row + column.
+template <class Shape>
+HWY_INLINE void take_window(const uint8_t *window, int32_t stride, uint8x16_t indices,
+                            WindowNeighbours (&neighbours)[Shape::kChannels]) {
+  if constexpr (Shape::kChannels == 1) {
+    neighbours[0] = take_from_window<Shape::kRows>(window, stride, indices);
+  } else {
+    take_rows<Shape>(window, stride, indices, indices, neighbours);
   }
 }
 
@@ -232,10 +239,9 @@ HWY_INLINE void warp_block(const uint8_t *data, int32_t stride, scalar::Offset s
   const uint8x16_t indices = vaddq_u8(vcombine_u8(left, left), to_right);
   WindowNeighbours neighbours[kChannels];
   if (first_y < reach) {
-    take_rows<WindowShape<kChannels, Shape::kRows - 1>>(window, stride, indices, indices,
-                                                        neighbours);
+    take_window<WindowShape<kChannels, Shape::kRows - 1>>(window, stride, indices, neighbours);
   } else {
-    take_rows<Shape>(window, stride, indices, indices, neighbours);
+    take_window<Shape>(window, stride, indices, neighbours);
   }
   const uint8x8_t right_weight =
       vand_u8(vshrn_n_u16(x, kFraction), vdup_n_u8(scalar::kSubpixels - 1));
