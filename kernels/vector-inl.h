@@ -115,12 +115,12 @@ HWY_INLINE void advance(T *&pointer, ptrdiff_t distance) {
 
 #if TAVRINE_IS_X86
 
-// Where a shuffle takes each byte of a block from, the same for all blocks. 0x80 stands for zero.
-// The table is as long as a register: instructions can read it from memory, and GCC does not put
-// known blocks together again in every step.
-class ShuffleControl {
+// Sixteen bytes, the same for all blocks of a register: from where a shuffle takes each byte of a
+// block, 0x80 for zero, or what it takes them from. As long as a register, so that instructions can
+// read it from memory; GCC puts known blocks together again in every step.
+class ShuffleTable {
  public:
-  constexpr explicit ShuffleControl(const std::array<uint8_t, 16> &block) : bytes_() {
+  constexpr explicit ShuffleTable(const std::array<uint8_t, 16> &block) : bytes_() {
     for (size_t i = 0; i < sizeof bytes_; ++i) {
       bytes_[i] = block[i % 16];
     }

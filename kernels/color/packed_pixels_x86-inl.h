@@ -78,9 +78,9 @@ HWY_INLINE void load_pixel_words(const uint8_t *pixels, PixelWords (&words)[2]) 
 #endif
 }
 
-// A byte for each pixel, in the order of the pixels, from a word for each pixel of both halves.
-HWY_INLINE hn::VFromD<Bytes> pack_pixels(hn::VFromD<Words> first, hn::VFromD<Words> second) {
-  const auto packed = pack_in_blocks(first, second);
+// Puts the bytes of all pixels, packed from words in the order of load_pixel_words(), into the
+// order of the pixels.
+HWY_INLINE hn::VFromD<Bytes> in_pixel_order(hn::VFromD<Bytes> packed) {
 #if HWY_TARGET == HWY_AVX2
   // The groups lie in the order 0, 1, 3, 5 and 7, 2, 4, 6.
   return hn::VFromD<Bytes>{
@@ -90,19 +90,12 @@ HWY_INLINE hn::VFromD<Bytes> pack_pixels(hn::VFromD<Words> first, hn::VFromD<Wor
 #endif
 }
 
-// The same for masks, whose words have all bits set or none.
-template <class V>
-HWY_INLINE hn::VFromD<Bytes> pack_masks(V first, V second) {
-#if HWY_TARGET == HWY_AVX2
-  return hn::VFromD<Bytes>{_mm256_permutevar8x32_epi32(_mm256_packs_epi16(first.raw, second.raw),
-                                                       _mm256_setr_epi32(0, 1, 5, 2, 6, 3, 7, 4))};
-#else
-  return hn::VFromD<Bytes>{_mm_packs_epi16(first.raw, second.raw)};
-#endif
+// A byte for each pixel, in the order of the pixels, from a word for each pixel of both halves.
+HWY_INLINE hn::VFromD<Bytes> pack_pixels(hn::VFromD<Words> first, hn::VFromD<Words> second) {
+  return in_pixel_order(pack_in_blocks(first, second));
 }
 
-// Words of double words, for each block those of `a`, then those of `b`: numbers from 0 to 2^15 -
-// 1, or masks.
+// Words of double words, saturated: for each block those of `a`, then those of `b`.
 template <class V>
 HWY_INLINE hn::VFromD<Words> pack_in_blocks_signed(V a, V b) {
 #if HWY_TARGET == HWY_AVX2

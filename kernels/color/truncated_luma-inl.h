@@ -7,6 +7,8 @@
 #define TAVRINE_KERNELS_COLOR_TRUNCATED_LUMA_INL_H_
 #endif
 
+#include <array>
+
 #include "kernels/color/rgb_scalar.h"
 #include "kernels/vector-inl.h"
 
@@ -33,6 +35,15 @@ struct GreysRoundedDown {
           static_cast<int>(grey * 0.587 + grey * 0.299 + grey * 0.114) < grey;
       bits[grey / 8] = static_cast<uint8_t>(bits[grey / 8] | is_rounded_down << grey % 8);
     }
+  }
+
+  // 128 levels.
+  constexpr std::array<uint8_t, 16> half(size_t index) const {
+    std::array<uint8_t, 16> half = {};
+    for (size_t i = 0; i < 16; ++i) {
+      half[i] = bits[16 * index + i];
+    }
+    return half;
   }
 
   uint32_t has(uint32_t grey) const { return bits[grey / 8] >> grey % 8 & 1U; }

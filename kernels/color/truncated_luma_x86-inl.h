@@ -31,40 +31,51 @@ namespace HWY_NAMESPACE {
 // of it, another one z.
 using DoubleWords = hn::VFromD<Ints>;
 
+// Shuffles of a block that make double words of the four pixels that it begins with (first) or ends
+// with (last): both ways to combine them in a register.
+template <uint8_t kR>
+struct WidePixelControls {
+  static constexpr uint8_t kB = 2 - kR;
+
+  alignas(32) uint8_t first_last[32] = {kR,      1,  kB,      1,  kR + 3,  4,  kB + 3,  4,
+                                        kR + 6,  7,  kB + 6,  7,  kR + 9,  10, kB + 9,  10,
+                                        kR + 4,  5,  kB + 4,  5,  kR + 7,  8,  kB + 7,  8,
+                                        kR + 10, 11, kB + 10, 11, kR + 13, 14, kB + 13, 14};
+  alignas(32) uint8_t last_first[32] = {};
+
+  constexpr WidePixelControls() {
+    for (int i = 0; i < 32; ++i) {
+      last_first[i] = first_last[(i + 16) % 32];
+    }
+  }
+};
+
 // The pixels of a register of bytes, in four parts. See load_pixel_words() for their order, of
 // which a part holds two groups, or one without AVX2.
 template <int32_t kRed>
 HWY_INLINE void load_wide_pixels(const uint8_t *pixels, hn::VFromD<Bytes> (&parts)[4]) {
-  constexpr uint8_t kR = kRed;
-  constexpr uint8_t kB = 2 - kRed;
-  // The four pixels that a block begins with, and those that it ends with.
-  alignas(16) static constexpr uint8_t kFirst[16] = {kR,     1, kB,     1, kR + 3, 4,  kB + 3, 4,
-                                                     kR + 6, 7, kB + 6, 7, kR + 9, 10, kB + 9, 10};
-  alignas(16) static constexpr uint8_t kLast[16] = {kR + 4,  5,  kB + 4,  5,  kR + 7,  8,
-                                                    kB + 7,  8,  kR + 10, 11, kB + 10, 11,
-                                                    kR + 13, 14, kB + 13, 14};
+  static constexpr WidePixelControls<kRed> kControls;
   const Bytes d;
-  const BytesInBlock block;
-  const auto first = hn::Load(block, kFirst);
-  const auto last = hn::Load(block, kLast);
+  const auto first_last = hn::Load(d, kControls.first_last);
+  const auto last_first = hn::Load(d, kControls.last_first);
 #if HWY_TARGET == HWY_AVX2
-  const auto last_and_first = hn::Combine(d, first, last);
-  parts[0] = hn::TableLookupBytes(load_blocks(pixels, 80), hn::Combine(d, last, first));
-  parts[1] = hn::TableLookupBytes(hn::LoadU(d, pixels + 8), last_and_first);
-  parts[2] = hn::TableLookupBytes(hn::LoadU(d, pixels + 32), last_and_first);
-  parts[3] = hn::TableLookupBytes(hn::LoadU(d, pixels + 56), last_and_first);
+  parts[0] = hn::TableLookupBytes(load_blocks(pixels, 80), first_last);
+  parts[1] = hn::TableLookupBytes(hn::LoadU(d, pixels + 8), last_first);
+  parts[2] = hn::TableLookupBytes(hn::LoadU(d, pixels + 32), last_first);
+  parts[3] = hn::TableLookupBytes(hn::LoadU(d, pixels + 56), last_first);
 #else
-  parts[0] = hn::TableLookupBytes(hn::LoadU(d, pixels), first);
-  parts[1] = hn::TableLookupBytes(hn::LoadU(d, pixels + 8), last);
-  parts[2] = hn::TableLookupBytes(hn::LoadU(d, pixels + 24), first);
-  parts[3] = hn::TableLookupBytes(hn::LoadU(d, pixels + 32), last);
+  parts[0] = hn::TableLookupBytes(hn::LoadU(d, pixels), first_last);
+  parts[1] = hn::TableLookupBytes(hn::LoadU(d, pixels + 8), last_first);
+  parts[2] = hn::TableLookupBytes(hn::LoadU(d, pixels + 24), first_last);
+  parts[3] = hn::TableLookupBytes(hn::LoadU(d, pixels + 32), last_first);
 #endif
 }
 
-// A byte for each pixel, in the order of the pixels, from a double word of 0 to 255 for each.
+// A byte for each pixel from a double word for each, saturated. AVX2 orders them by
+// in_pixel_order(), which what only compares them can do without.
 HWY_INLINE hn::VFromD<Bytes> pack_wide_pixels(const DoubleWords (&parts)[4]) {
-  return pack_pixels(pack_in_blocks_signed(parts[0], parts[1]),
-                     pack_in_blocks_signed(parts[2], parts[3]));
+  return pack_in_blocks(pack_in_blocks_signed(parts[0], parts[1]),
+                        pack_in_blocks_signed(parts[2], parts[3]));
 }
 
 // z of each pixel, by parts.
@@ -76,7 +87,7 @@ HWY_INLINE void weigh_wide_pixels(const hn::VFromD<Bytes> (&pixels)[4], DoubleWo
   }
 }
 
-// The quotients floor(s / 1000) of a register of pixels, in the order of the pixels.
+// The quotients floor(s / 1000) of a register of pixels, packed.
 HWY_INLINE hn::VFromD<Bytes> quotients_of(const DoubleWords (&z)[4]) {
   DoubleWords quotients[4];
   for (int i = 0; i < 4; ++i) {
@@ -94,14 +105,13 @@ HWY_INLINE bool has_suspects(const DoubleWords (&z)[4]) {
   return !hn::AllFalse(Ints(), hn::Eq(least, hn::Zero(Ints())));
 }
 
-// All bits of the bytes of suspects, in the order of the pixels.
+// All bits of the bytes of suspects, packed.
 HWY_INLINE hn::VFromD<Bytes> suspects_of(const DoubleWords (&z)[4]) {
-  DoubleWords masks[4];
+  DoubleWords rests[4];
   for (int i = 0; i < 4; ++i) {
-    masks[i] = hn::VecFromMask(Ints(), hn::Eq(rest_of(z[i]), hn::Zero(Ints())));
+    rests[i] = rest_of(z[i]);
   }
-  return pack_masks(pack_in_blocks_signed(masks[0], masks[1]),
-                    pack_in_blocks_signed(masks[2], masks[3]));
+  return hn::VecFromMask(Bytes(), hn::Eq(pack_wide_pixels(rests), hn::Zero(Bytes())));
 }
 
 HWY_INLINE uint32_t bits_of(hn::VFromD<Bytes> mask) {
@@ -112,7 +122,7 @@ HWY_INLINE uint32_t bits_of(hn::VFromD<Bytes> mask) {
 #endif
 }
 
-// Red of every pixel.
+// Red of every pixel, packed.
 HWY_INLINE hn::VFromD<Bytes> reds_of(const hn::VFromD<Bytes> (&pixels)[4]) {
   DoubleWords reds[4];
   for (int i = 0; i < 4; ++i) {
@@ -121,36 +131,36 @@ HWY_INLINE hn::VFromD<Bytes> reds_of(const hn::VFromD<Bytes> (&pixels)[4]) {
   return pack_wide_pixels(reds);
 }
 
-// Bytes of `high` where the highest bit of `selector` is set, else of `low`.
-HWY_INLINE hn::VFromD<Bytes> select_by_highest_bit(hn::VFromD<Bytes> selector,
-                                                   hn::VFromD<Bytes> high, hn::VFromD<Bytes> low) {
-#if HWY_TARGET == HWY_AVX2
-  return hn::VFromD<Bytes>{_mm256_blendv_epi8(low.raw, high.raw, selector.raw)};
-#elif HWY_TARGET == HWY_SSE4
-  return hn::VFromD<Bytes>{_mm_blendv_epi8(low.raw, high.raw, selector.raw)};
+// The table of bits for the eight levels around each grey.
+HWY_INLINE hn::VFromD<Bytes> bits_around(hn::VFromD<Bytes> greys) {
+  static constexpr ShuffleTable kDark(kGreysRoundedDown.half(0));
+  static constexpr ShuffleTable kLight(kGreysRoundedDown.half(1));
+  const Bytes d;
+  const auto eighths = hn::BitCast(d, hn::ShiftRight<3>(hn::BitCast(Words(), greys)));
+#if HWY_TARGET == HWY_SSSE3
+  // Each lookup gives zero for the half of the greys that the other one is for.
+  const auto place = hn::And(eighths, hn::Set(d, 31));
+  return hn::Or(hn::TableLookupBytesOr0(kDark.load(), hn::SaturatedAdd(place, hn::Set(d, 0x70))),
+                hn::TableLookupBytesOr0(kLight.load(), hn::Sub(place, hn::Set(d, 16))));
 #else
-  const hn::RebindToSigned<Bytes> d;
-  const auto is_set = hn::BroadcastSignBit(hn::BitCast(d, selector));
-  return hn::IfThenElse(hn::MaskFromVec(hn::BitCast(Bytes(), is_set)), high, low);
+  const auto place = hn::And(eighths, hn::Set(d, 15));
+  const auto dark = hn::TableLookupBytes(kDark.load(), place);
+  const auto light = hn::TableLookupBytes(kLight.load(), place);
+  // By the highest bit.
+#if HWY_TARGET == HWY_AVX2
+  return hn::VFromD<Bytes>{_mm256_blendv_epi8(dark.raw, light.raw, greys.raw)};
+#else
+  return hn::VFromD<Bytes>{_mm_blendv_epi8(dark.raw, light.raw, greys.raw)};
+#endif
 #endif
 }
 
-// The lumas of greys: a level less one where its bit is set.
-HWY_INLINE hn::VFromD<Bytes> lumas_of_greys(hn::VFromD<Bytes> greys) {
-  alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128,
-                                                    1, 2, 4, 8, 16, 32, 64, 128};
+// -1 for greys whose luma is one lower, else 0.
+HWY_INLINE hn::VFromD<Bytes> corrections_of_greys(hn::VFromD<Bytes> greys) {
+  static constexpr ShuffleTable kBits({1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128});
   const Bytes d;
-  const auto low_bits = hn::Set(d, 15);
-  const auto eighths = hn::BitCast(d, hn::ShiftRight<3>(hn::BitCast(Words(), greys)));
-  const auto place = hn::And(eighths, low_bits);
-  const auto look_up = [&](const uint8_t *table) {
-    return hn::TableLookupBytes(hn::LoadDup128(d, table), place);
-  };
-  const auto bits = select_by_highest_bit(greys, look_up(kGreysRoundedDown.bits + 16),
-                                          look_up(kGreysRoundedDown.bits));
-  const auto bit = hn::TableLookupBytes(hn::LoadDup128(d, kBits), hn::And(greys, low_bits));
-  const auto is_rounded_down = hn::VecFromMask(d, hn::Eq(hn::And(bits, bit), bit));
-  return hn::Add(greys, is_rounded_down);  // -1
+  const auto bit = hn::TableLookupBytes(kBits.load(), hn::And(greys, hn::Set(d, 15)));
+  return hn::VecFromMask(d, hn::Eq(hn::And(bits_around(greys), bit), bit));
 }
 
 // Recomputes the lumas whose bits are set, by definition.
@@ -179,7 +189,8 @@ HWY_NOINLINE int32_t take_greys(const uint8_t *pixels, int32_t x, int32_t count,
     if (!hn::AllTrue(Words(), hn::Eq(any, hn::Zero(Words())))) {
       break;
     }
-    hn::StoreU(lumas_of_greys(reds_of(parts)), Bytes(), lumas + x);
+    const auto greys = reds_of(parts);
+    hn::StoreU(in_pixel_order(hn::Add(greys, corrections_of_greys(greys))), Bytes(), lumas + x);
   }
   return x;
 }
@@ -200,11 +211,11 @@ HWY_NOINLINE int32_t take_mixed(const uint8_t *pixels, int32_t x, int32_t count,
     // 0 to 255 has no other solution than 0 = 0.
     const auto is_suspect = suspects_of(z);
     const auto is_grey = hn::And(is_suspect, hn::VecFromMask(d, hn::Eq(reds_of(parts), lower)));
-    hn::StoreU(hn::IfThenElse(hn::MaskFromVec(is_grey), lumas_of_greys(lower), lower), d,
-               lumas + x);
+    const auto corrections = hn::And(is_grey, corrections_of_greys(lower));
+    hn::StoreU(in_pixel_order(hn::Add(lower, corrections)), d, lumas + x);
     const uint32_t greys = bits_of(is_grey);
-    const uint32_t others = bits_of(is_suspect) ^ greys;
-    if (others != 0) {
+    if (bits_of(is_suspect) != greys) {
+      const uint32_t others = bits_of(in_pixel_order(hn::Xor(is_suspect, is_grey)));
       recompute_lumas<kRed>(pixels + ptrdiff_t{3} * x, others, lumas + x);
     }
     // Without a branch, which would be mispredicted where greys are rare.
@@ -229,7 +240,7 @@ HWY_NOINLINE bool take_suspects(const uint8_t *pixels, uint8_t *lumas) {
   if (bits_of(hn::And(is_suspect, is_level)) != 0) {
     return true;
   }
-  recompute_lumas<kRed>(pixels, bits_of(is_suspect), lumas);
+  recompute_lumas<kRed>(pixels, bits_of(in_pixel_order(is_suspect)), lumas);
   return false;
 }
 
@@ -243,7 +254,7 @@ HWY_INLINE void truncated_lumas(const uint8_t *pixels, int32_t count, uint8_t *l
       DoubleWords z[4];
       load_wide_pixels<kRed>(pixels + ptrdiff_t{3} * x, parts);
       weigh_wide_pixels(parts, z);
-      hn::StoreU(quotients_of(z), Bytes(), lumas + x);
+      hn::StoreU(in_pixel_order(quotients_of(z)), Bytes(), lumas + x);
       is_suspicious = has_suspects(z);
       x += kRegisterPixels;
     } while (!is_suspicious && x < count);

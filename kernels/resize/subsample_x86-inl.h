@@ -25,12 +25,12 @@ template <>
 struct SubsampleThirdsStep<1> : RowStep<16 * kBlocksInRegister, 1, 3, 0, true> {
   SubsampleThirdsStep() {
     constexpr uint8_t kZero = 0x80;
-    static constexpr ShuffleControl kFirst({1, 4, 7, 10, 13, kZero, kZero, kZero, kZero, kZero,
-                                            kZero, kZero, kZero, kZero, kZero, kZero});
-    static constexpr ShuffleControl kSecond(
+    static constexpr ShuffleTable kFirst({1, 4, 7, 10, 13, kZero, kZero, kZero, kZero, kZero, kZero,
+                                          kZero, kZero, kZero, kZero, kZero});
+    static constexpr ShuffleTable kSecond(
         {kZero, kZero, kZero, kZero, kZero, 0, 3, 6, 9, 12, 15, kZero, kZero, kZero, kZero, kZero});
-    static constexpr ShuffleControl kThird({kZero, kZero, kZero, kZero, kZero, kZero, kZero, kZero,
-                                            kZero, kZero, kZero, 2, 5, 8, 11, 14});
+    static constexpr ShuffleTable kThird({kZero, kZero, kZero, kZero, kZero, kZero, kZero, kZero,
+                                          kZero, kZero, kZero, 2, 5, 8, 11, 14});
     first_ = kFirst.load();
     second_ = kSecond.load();
     third_ = kThird.load();
@@ -58,7 +58,7 @@ struct SubsampleThirdsStep<1> : RowStep<16 * kBlocksInRegister, 1, 3, 0, true> {
 template <>
 struct SubsampleThirdsStep<3> : RowStep<4 * kBlocksInRegister, 3, 9, 2, false> {
   SubsampleThirdsStep() {
-    static constexpr ShuffleControl kOrder({0, 1, 2, 9, 10, 11, 4, 5, 6, 13, 14, 15});
+    static constexpr ShuffleTable kOrder({0, 1, 2, 9, 10, 11, 4, 5, 6, 13, 14, 15});
     order_ = kOrder.load();
   }
 

@@ -83,21 +83,20 @@ constexpr auto window_shapes() {
 }
 
 template <class WordAt>
-constexpr ShuffleControl shuffle_words(WordAt word_at) {
+constexpr ShuffleTable shuffle_words(WordAt word_at) {
   std::array<uint8_t, 16> bytes = {};
   for (uint8_t i = 0; i < 8; ++i) {
     bytes[2 * i] = static_cast<uint8_t>(2 * word_at(i));
     bytes[2 * i + 1] = static_cast<uint8_t>(2 * word_at(i) + 1);
   }
-  return ShuffleControl(bytes);
+  return ShuffleTable(bytes);
 }
 
 // Gives each pixel the position of that pixel of its window that comes first in the source.
 template <int32_t kPixels>
-ShuffleControl lowest_of_window(bool rises) {
-  static constexpr ShuffleControl kFirst =
-      shuffle_words([](int i) { return i / kPixels * kPixels; });
-  static constexpr ShuffleControl kLast =
+ShuffleTable lowest_of_window(bool rises) {
+  static constexpr ShuffleTable kFirst = shuffle_words([](int i) { return i / kPixels * kPixels; });
+  static constexpr ShuffleTable kLast =
       shuffle_words([](int i) { return i / kPixels * kPixels + kPixels - 1; });
   return rises ? kFirst : kLast;
 }
@@ -108,7 +107,7 @@ HWY_INLINE hn::VFromD<Words> spread_to_part(hn::VFromD<Words> pixels, int32_t pa
   if constexpr (kWords == 1) {
     return pixels;
   } else {
-    static constexpr ShuffleControl kControls[] = {
+    static constexpr ShuffleTable kControls[] = {
         shuffle_words([](int i) { return i / kWords; }),
         shuffle_words([](int i) { return i / kWords + 8 / kWords; }),
         shuffle_words([](int i) { return i / kWords + 16 / kWords; }),
@@ -188,7 +187,7 @@ class WindowPart {
   }
 
   // Bytes of the left and the right neighbour of each channel where the column is 0.
-  static constexpr ShuffleControl leftmost() {
+  static constexpr ShuffleTable leftmost() {
     std::array<uint8_t, 16> bytes = {};
     for (int32_t i = 0; i < 8; ++i) {
       const int32_t word = i % kWordsPerPixel<Shape::kChannels>;
@@ -197,10 +196,10 @@ class WindowPart {
       bytes[2 * i] = static_cast<uint8_t>(channel);
       bytes[2 * i + 1] = static_cast<uint8_t>(channel + Shape::kChannels);
     }
-    return ShuffleControl(bytes);
+    return ShuffleTable(bytes);
   }
 
-  static constexpr ShuffleControl kLeftmost = leftmost();
+  static constexpr ShuffleTable kLeftmost = leftmost();
 
   hn::VFromD<Words> rows_;
   hn::VFromD<Words> v_512_;

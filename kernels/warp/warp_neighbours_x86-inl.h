@@ -60,9 +60,9 @@ HWY_INLINE hn::VFromD<Bytes> load_pairs(const uint8_t *base, const int32_t *offs
 template <int kChannels>
 HWY_INLINE hn::VFromD<Bytes> load_neighbours(const uint8_t *base, const int32_t *offsets,
                                              int32_t first) {
-  static constexpr ShuffleControl kThree(
+  static constexpr ShuffleTable kThree(
       {0, 3, 1, 4, 2, 5, 0x80, 0x80, 8, 11, 9, 12, 10, 13, 0x80, 0x80});
-  static constexpr ShuffleControl kFour({0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15});
+  static constexpr ShuffleTable kFour({0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15});
   return hn::TableLookupBytesOr0(load_pairs(base, offsets, first),
                                  (kChannels == 3 ? kThree : kFour).load());
 }
@@ -94,7 +94,7 @@ HWY_INLINE hn::VFromD<Bytes> load_grey_neighbours(const uint8_t *upper, const ui
 // channel, in the order of load_grey_neighbours.
 HWY_INLINE hn::VFromD<Bytes> load_two_channel_neighbours(const uint8_t *upper, const uint8_t *lower,
                                                          const int32_t *offsets, int32_t first) {
-  static constexpr ShuffleControl kOrder({0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15});
+  static constexpr ShuffleTable kOrder({0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15});
   const auto pixels = blocks_of(first, [&](int32_t i) {
     return _mm_set_epi32(
         load_as<int32_t>(lower + offsets[i + 1]), load_as<int32_t>(upper + offsets[i + 1]),
@@ -105,7 +105,7 @@ HWY_INLINE hn::VFromD<Bytes> load_two_channel_neighbours(const uint8_t *upper, c
 
 // Moves the pixels of three channels in each block, which are four bytes apart, close together.
 HWY_INLINE hn::VFromD<Bytes> pack_three_channels(hn::VFromD<Bytes> pixels) {
-  static constexpr ShuffleControl kPacked(
+  static constexpr ShuffleTable kPacked(
       {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80});
   return hn::TableLookupBytesOr0(pixels, kPacked.load());
 }

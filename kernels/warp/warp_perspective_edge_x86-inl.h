@@ -25,9 +25,9 @@ HWY_INLINE IntVector byte_of(IntVector lanes) {
     const hn::RebindToUnsigned<Ints> unsigned_d;
     return hn::BitCast(d, hn::ShiftRight<24>(hn::BitCast(unsigned_d, lanes)));
   } else {
-    static constexpr ShuffleControl kFrom({kByte, 0x80, 0x80, 0x80, kByte + 4, 0x80, 0x80, 0x80,
-                                           kByte + 8, 0x80, 0x80, 0x80, kByte + 12, 0x80, 0x80,
-                                           0x80});
+    static constexpr ShuffleTable kFrom({kByte, 0x80, 0x80, 0x80, kByte + 4, 0x80, 0x80, 0x80,
+                                         kByte + 8, 0x80, 0x80, 0x80, kByte + 12, 0x80, 0x80,
+                                         0x80});
     return hn::TableLookupBytesOr0(lanes, hn::BitCast(d, kFrom.load()));
   }
 }

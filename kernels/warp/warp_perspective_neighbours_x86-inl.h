@@ -34,9 +34,9 @@ HWY_INLINE Samples samples_of(IntVector lanes) {
 // The bytes of one lane of each block, as four numbers.
 template <int kLane>
 HWY_INLINE IntVector lane_of(IntVector lanes) {
-  static constexpr ShuffleControl kFrom({4 * kLane, 0x80, 0x80, 0x80, 4 * kLane + 1, 0x80, 0x80,
-                                         0x80, 4 * kLane + 2, 0x80, 0x80, 0x80, 4 * kLane + 3, 0x80,
-                                         0x80, 0x80});
+  static constexpr ShuffleTable kFrom({4 * kLane, 0x80, 0x80, 0x80, 4 * kLane + 1, 0x80, 0x80, 0x80,
+                                       4 * kLane + 2, 0x80, 0x80, 0x80, 4 * kLane + 3, 0x80, 0x80,
+                                       0x80});
   return hn::TableLookupBytesOr0(lanes, hn::BitCast(Ints(), kFrom.load()));
 }
 
@@ -44,7 +44,7 @@ using UnsignedWords = hn::RebindToUnsigned<Words>;
 using WordVector = hn::VFromD<UnsignedWords>;
 
 // The bytes of each block in another order.
-HWY_INLINE WordVector shuffle_blocks(WordVector words, const ShuffleControl &from) {
+HWY_INLINE WordVector shuffle_blocks(WordVector words, const ShuffleTable &from) {
   return hn::BitCast(UnsignedWords(), hn::TableLookupBytes(words, from.load()));
 }
 
@@ -85,10 +85,10 @@ class GreyWindows {
 
   // False if the pixels do not fit.
   HWY_INLINE bool place(const PlaneView &source, const PerspectivePositions (&at)[2]) {
-    static constexpr ShuffleControl kFirst({0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1});
-    static constexpr ShuffleControl kLast(
+    static constexpr ShuffleTable kFirst({0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1});
+    static constexpr ShuffleTable kLast(
         {14, 15, 14, 15, 14, 15, 14, 15, 14, 15, 14, 15, 14, 15, 14, 15});
-    static constexpr ShuffleControl kTwice({0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14});
+    static constexpr ShuffleTable kTwice({0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14});
     const UnsignedWords d;
     const auto limit = [&](int32_t value) { return hn::Set(d, static_cast<uint16_t>(value)); };
     const auto columns = pack_words(at[0].column, at[1].column);

@@ -222,7 +222,7 @@ class PositionBatch<3> {
  private:
   HWY_INLINE void warp_inside(const PlaneView &source, int32_t step, uint8_t *out) const {
     // Four pixels a block: channel by channel, then pixel by pixel.
-    static constexpr ShuffleControl kPixels(
+    static constexpr ShuffleTable kPixels(
         {0, 4, 8, 1, 5, 9, 2, 6, 10, 3, 7, 11, 0x80, 0x80, 0x80, 0x80});
     const Words d;
     const int32_t i = step * kPixelsInStep;
