@@ -118,38 +118,24 @@ Bytes png_file(const std::vector<Part> &parts) {
   return file;
 }
 
+// As much of the pixels as is well formed.
 Bytes unpack(const Bytes &packed) {
   Bytes bytes(kMaxUnpacked, '\0');
-  z_stream stream{};
-  if (inflateInit(&stream) != Z_OK) {
-    return "";
-  }
-  stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(packed.data()));
-  stream.avail_in = static_cast<uInt>(packed.size());
-  stream.next_out = reinterpret_cast<Bytef *>(bytes.data());
-  stream.avail_out = static_cast<uInt>(bytes.size());
-  inflate(&stream, Z_FINISH);
-  bytes.resize(stream.total_out);
-  inflateEnd(&stream);
+  uLongf size = bytes.size();
+  uncompress(reinterpret_cast<Bytef *>(bytes.data()), &size,
+             reinterpret_cast<const Bytef *>(packed.data()), packed.size());
+  bytes.resize(size);
   return bytes;
 }
 
-// With stored, fixed and dynamic blocks.
+// Level 0 stores them; small ones take fixed codes.
 Bytes pack(const Bytes &bytes, Chance &chance) {
-  z_stream stream{};
-  const int strategy = chance.one_of({Z_DEFAULT_STRATEGY, Z_HUFFMAN_ONLY, Z_RLE, Z_FIXED});
-  const auto level = static_cast<int>(chance.below(10));
-  if (deflateInit2(&stream, level, Z_DEFLATED, 15, 8, strategy) != Z_OK) {
-    return "";
-  }
-  Bytes packed(deflateBound(&stream, bytes.size()), '\0');
-  stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.data()));
-  stream.avail_in = static_cast<uInt>(bytes.size());
-  stream.next_out = reinterpret_cast<Bytef *>(packed.data());
-  stream.avail_out = static_cast<uInt>(packed.size());
-  deflate(&stream, Z_FINISH);
-  packed.resize(stream.total_out);
-  deflateEnd(&stream);
+  uLongf size = compressBound(bytes.size());
+  Bytes packed(size, '\0');
+  compress2(reinterpret_cast<Bytef *>(packed.data()), &size,
+            reinterpret_cast<const Bytef *>(bytes.data()), bytes.size(),
+            static_cast<int>(chance.below(10)));
+  packed.resize(size);
   return packed;
 }
 
@@ -308,31 +294,23 @@ void mutate_jpeg(std::vector<Part> &parts, Chance &chance) {
   }
 }
 
-// Cuts the file into parts, changes them a few times, and puts them together again.
-template <typename Split, typename Change, typename Join>
-Bytes mutate_parts(std::string_view file, Chance &chance, Split split, Change change, Join join) {
-  std::vector<Part> parts = split(file);
-  for (size_t count = 1 + chance.below(3); count > 0 && !parts.empty(); --count) {
-    change(parts, chance);
-  }
-  return join(parts) + Bytes(file);
-}
-
 }  // namespace
 
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t max_size,
                                           unsigned seed) {
   Chance chance(seed);
-  const std::string_view file(reinterpret_cast<const char *>(data), size);
-  Bytes changed;
-  if (chance.one_in(4)) {
-    // The whole file, checksums and all.
-  } else if (file.substr(0, kPngSignature.size()) == kPngSignature) {
-    changed = mutate_parts(file, chance, png_parts, mutate_png, png_file);
-  } else if (file.substr(0, 3) == "\xFF\xD8\xFF") {
-    changed = mutate_parts(file, chance, jpeg_parts, mutate_jpeg, jpeg_file);
+  std::string_view rest(reinterpret_cast<const char *>(data), size);
+  const bool is_png = rest.substr(0, kPngSignature.size()) == kPngSignature;
+  const bool is_jpeg = rest.substr(0, 3) == "\xFF\xD8\xFF";
+  if (chance.one_in(4) || (!is_png && !is_jpeg)) {
+    return LLVMFuzzerMutate(data, size, max_size);
   }
-  if (changed.empty() || changed.size() > max_size) {
+  std::vector<Part> parts = is_png ? png_parts(rest) : jpeg_parts(rest);
+  for (size_t count = 1 + chance.below(3); count > 0 && !parts.empty(); --count) {
+    is_png ? mutate_png(parts, chance) : mutate_jpeg(parts, chance);
+  }
+  const Bytes changed = (is_png ? png_file(parts) : jpeg_file(parts)) + Bytes(rest);
+  if (changed.size() > max_size) {
     return LLVMFuzzerMutate(data, size, max_size);
   }
   std::copy(changed.begin(), changed.end(), reinterpret_cast<char *>(data));
