@@ -11,9 +11,10 @@ namespace {
 
 constexpr char kNotes[] = R"(
 OUT.npy is a NumPy array of the shape (N, channels, HEIGHT, WIDTH), channels in the order of
---color. In a folder, or with a name that ends in /, there is one such file for each picture. Values are (byte - mean) / scale. Elements that a region does not cover, and those
-outside the picture, get the padding value unchanged. u8 truncates values to integers: below 0
-they become 0, above 255 they keep their low byte.
+--color. In a folder, or with a name that ends in /, there is one such file for each picture.
+Values are (byte - mean) / scale. Elements that a region does not cover, and those outside the
+picture, get the padding value unchanged. u8 truncates values to integers: below 0 they become 0,
+above 255 they keep their low byte.
 
 --mean, --scale and --pad are in the order red, green, blue whatever the order of the channels,
 or one number for all. A gray tensor uses the first mean and scale and the middle padding.
