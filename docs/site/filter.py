@@ -157,6 +157,8 @@ def markdown(text, path):
     seen, output, in_fence = {}, [], False
     for line in text.split("\n"):
         in_fence ^= line.startswith("```")
+        # Doxygen would link Python's names to the functions of C++.
+        line = re.sub(r"^```python", "```{.unparsed}", line)
         heading = re.match(r"(##+) (.*)$", line)
         if heading and not in_fence:
             anchor = slug(heading[2])
@@ -166,6 +168,7 @@ def markdown(text, path):
         elif not in_fence:
             line = re.sub(r"\]\(#", f"](#{path.stem}-", line)
             line = re.sub(r"\]\((?:\w+/)*(\w+)\.md#", r"](#\1-", line)
+            line = re.sub(r"(!\[[^]]*\])\((?:\w+/)*([\w.-]+)\)", r"\1(\2)", line)
             # Programs have a page each.
             line = re.sub(r"\[`?[\w./]+`?\]\((?:\.\./)?examples/(\w+\.c)\)", r'\\ref \1 "\1"', line)
         output.append(line)
