@@ -26,6 +26,9 @@ constexpr char kExamples[] = R"(Examples:
   tavrine-aux align photo.jpg face.png --points 412,305,489,322,441,398
   tavrine-aux tensor photo.jpg input.npy --size 224x224 --mean 124,116,104 --scale 58,57,57
   tavrine-aux compare expected.png result.png --tolerance 2
+
+Environment:
+  TAVRINE_INSTRUCTION_SET   as --instruction-set, for every program that uses the library
 )";
 
 constexpr char kInfoNotes[] = R"(

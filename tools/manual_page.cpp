@@ -97,7 +97,7 @@ std::vector<std::string> groups_of(const CLI::App &command) {
 }
 
 // What follows the options in --help. Indented lines are kept as they are, other lines are filled,
-// and "Examples:" and "Exit status:" begin sections.
+// and "Examples:", "Environment:" and "Exit status:" begin sections.
 class Notes {
  public:
   explicit Notes(const std::string &footer) {
@@ -116,6 +116,8 @@ class Notes {
       end_block();
     } else if (line == "Examples:" || line == "Example:") {
       begin_section("Examples");
+    } else if (line == "Environment:") {
+      begin_section("Environment");
     } else if (line.rfind("Exit status:", 0) == 0) {
       begin_section("Exit status");
       add_prose(line.substr(line.find(':') + 1));
