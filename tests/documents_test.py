@@ -4,7 +4,7 @@
 Each document has a folder of its own, with a picture and a frame under the names that documents use
 and this build as build/release. Its commands run there one after another. In a `console` block, a
 line that begins with `$ ` is a command, and the lines after it are what it prints. The guide's code
-is tested by guide_test.py. documents_not_run.txt lists the commands that are not run, and why.
+is tested by guide_test.py, and code in Python by python/tests. documents_not_run.txt lists the commands that are not run, and why.
 
 usage: documents_test.py SOURCE BUILD C_COMPILER CXX_COMPILER
 """
@@ -104,7 +104,7 @@ def try_document(path):
             stubs = "function(target_link_libraries)\nendfunction()\nfunction(find_package)\nendfunction()\n"
             file.write_text(stubs + block.code)
             done = subprocess.run(["cmake", "-P", str(file)]).returncode == 0 and done
-        elif block.language not in ("", "text"):
+        elif block.language not in ("", "text", "python"):
             print(f"{name}:{block.line}: nothing is known of the language '{block.language}'")
             done = False
     run = subprocess.run(["bash", "-c", "\n".join(script)], cwd=folder, text=True,

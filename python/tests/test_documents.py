@@ -42,9 +42,14 @@ def test_code_of_a_document(photo, document):
         exec(compile(code, SOURCE / document, "exec"), names)
     # The pictures in the document are those that the code makes.
     text = (SOURCE / document).read_text(encoding="utf-8")
-    for name in re.findall(r"\]\(python/(.*\.png)\)", text):
+    for name in re.findall(r"\]\(python/([\w-]+\.png)\)", text):
         shown = tavrine.load(SOURCE / "docs/python" / name)
         assert np.array_equal(tavrine.load(name), shown), name
+
+
+def test_reference_is_current():
+    printed = subprocess.check_output([sys.executable, "-B", SOURCE / "python/docs/reference.py"], text=True)
+    assert printed == (SOURCE / "docs/python-reference.md").read_text(encoding="utf-8")
 
 
 def test_dataset(photo):
