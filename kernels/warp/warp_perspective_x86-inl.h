@@ -23,9 +23,12 @@ namespace HWY_NAMESPACE {
 // Nothing is flushed to zero here: every matrix gives what the definition gives.
 inline bool is_fit_for_vectors(const PlaneView &, const PerspectiveMatrix &) { return true; }
 
+template <int kChannels>
+constexpr int32_t kPixelsInPerspectiveStep = kPixelsInWarpStep;
+
 // Steps of grey pixels take two registers of positions, so that words hold their columns and rows.
 template <int kChannels>
-constexpr int32_t kPixelsInPerspectiveStep =
+constexpr int32_t kPixelsInBatchStep =
     kChannels == 1 ? GreyWindows::kRegisters *kPixelsInWarpStep : kPixelsInWarpStep;
 
 // With all neighbours inside, sums are numbers and fit 32 bits: only what is stored is saturated.
@@ -54,10 +57,28 @@ struct BatchPositions {
 
 template <int kChannels>
 void warp_edge(const PlaneView &source, const RowTerms &terms, int32_t column, uint8_t *out) {
-  for (int32_t i = 0; i < kPixelsInPerspectiveStep<kChannels>; i += kPixelsInWarpStep) {
+  for (int32_t i = 0; i < kPixelsInBatchStep<kChannels>; i += kPixelsInWarpStep) {
     warp_edge_step<kChannels>(source, compute_positions(terms, columns_from(column + i)),
                               out + i * kChannels);
   }
+}
+
+// A row of grey pixels that is too short for batches.
+HWY_NOINLINE void warp_short_row(PlaneView source, const PerspectiveMatrix &matrix, int32_t y,
+                                 int32_t columns, uint8_t *row) {
+  const RowTerms terms(matrix, y);
+  for_each_step(columns, kPixelsInWarpStep, [&](int32_t x) TAVRINE_INLINE_LAMBDA {
+    const PerspectivePositions at = compute_positions(terms, columns_from(x));
+    if (!none_negative(outside<0>(source, at))) {
+      warp_edge_step<1>(source, at, row + x);
+      return;
+    }
+    alignas(32) int32_t offsets[kPixelsInWarpStep];
+    hn::Store(source_offsets<1>(source, at.column, at.row), Ints(), offsets);
+    const Samples samples = samples_of(load_grey_one_by_one(source, offsets));
+    const hn::Rebind<uint8_t, Ints> bytes;
+    hn::StoreU(hn::DemoteTo(bytes, blend_inside(samples, Weights(at.u, at.v))), bytes, row + x);
+  });
 }
 
 // Whether any of some positions has neighbours outside.
@@ -104,7 +125,7 @@ class PositionBatch;
 template <>
 class PositionBatch<1> {
  public:
-  static constexpr int32_t kPixelsInStep = kPixelsInPerspectiveStep<1>;
+  static constexpr int32_t kPixelsInStep = kPixelsInBatchStep<1>;
   static constexpr int32_t kSteps = BatchPositions::kPixels / kPixelsInStep;
 
   // The windows of grey pixels gain nothing from rows ahead.
@@ -181,7 +202,7 @@ class PositionBatch<1> {
 template <>
 class PositionBatch<3> {
  public:
-  static constexpr int32_t kPixelsInStep = kPixelsInPerspectiveStep<3>;
+  static constexpr int32_t kPixelsInStep = kPixelsInBatchStep<3>;
   static constexpr int32_t kSteps = BatchPositions::kPixels / kPixelsInStep;
 
   // Loading reads 16 bytes from the left neighbour on: six columns, of which it needs two.
@@ -260,6 +281,12 @@ template <int kChannels>
 HWY_INLINE void warp_row(PlaneView source, RowsAhead ahead, const PerspectiveMatrix &matrix,
                          int32_t y, int32_t columns, uint8_t *row) {
   using Batch = PositionBatch<kChannels>;
+  if constexpr (kChannels == 1) {
+    if (columns < Batch::kPixelsInStep) {
+      warp_short_row(source, matrix, y, columns, row);
+      return;
+    }
+  }
   const RowTerms terms(matrix, y);
   int32_t x = 0;
   for (int32_t steps; x <= columns - Batch::kPixelsInStep; x += steps * Batch::kPixelsInStep) {
