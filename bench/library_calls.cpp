@@ -11,6 +11,41 @@ namespace {
 
 bool succeeded(int32_t status) { return status == TAVRINE_OK; }
 
+Call resize_call(const Operation &operation, Pictures &pictures) {
+  return [in = pictures.source(operation.source), out = pictures.destination(operation.destination),
+          to = operation.destination]() mutable {
+    return succeeded(tavrine_frame_resize(in, &out, to.width, to.height));
+  };
+}
+
+Call rotate_call(const Operation &operation, Pictures &pictures) {
+  return [in = pictures.source(operation.source), out = pictures.destination(operation.destination),
+          rotation = operation.rotation]() mutable {
+    return succeeded(tavrine_frame_rotate(in, &out, rotation));
+  };
+}
+
+Call convert_call(const Operation &operation, Pictures &pictures) {
+  return [in = pictures.source(operation.source), out = pictures.destination(operation.destination),
+          format = operation.destination.format]() mutable {
+    return succeeded(tavrine_frame_cvt_color(in, &out, format));
+  };
+}
+
+Call affine_call(const Operation &operation, Pictures &pictures) {
+  return [in = pictures.source(operation.source), out = pictures.destination(operation.destination),
+          matrix = operation.matrix] {
+    return succeeded(tavrine_frame_warpaffine(in, out, matrix.data()));
+  };
+}
+
+Call perspective_call(const Operation &operation, Pictures &pictures) {
+  return [in = pictures.source(operation.source), out = pictures.destination(operation.destination),
+          matrix = operation.matrix] {
+    return succeeded(tavrine_frame_warpperspective(in, out, matrix.data()));
+  };
+}
+
 bool fill_tensor(tavrine_tensor_t *out, const tavrine_frame_t *in) {
   return succeeded(tavrine_frame_to_tensor(out, 0, TAVRINE_TENSOR_RGB, in, kTensorMean, kTensorMean,
                                            kTensorMean, kTensorScale, kTensorScale, kTensorScale,
@@ -112,43 +147,10 @@ Call jpeg_call(const Operation &operation, Pictures &pictures) {
 }  // namespace
 
 Call library_call(const Operation &operation, Pictures &pictures) {
-  const auto in = [&] { return pictures.source(operation.source); };
-  const auto out = [&] { return pictures.destination(operation.destination); };
-  switch (operation.kind) {
-    case Kind::kResize:
-      return [in = in(), out = out(), to = operation.destination]() mutable {
-        return succeeded(tavrine_frame_resize(in, &out, to.width, to.height));
-      };
-    case Kind::kRotate:
-      return [in = in(), out = out(), rotation = operation.rotation]() mutable {
-        return succeeded(tavrine_frame_rotate(in, &out, rotation));
-      };
-    case Kind::kConvert:
-      return [in = in(), out = out(), format = operation.destination.format]() mutable {
-        return succeeded(tavrine_frame_cvt_color(in, &out, format));
-      };
-    case Kind::kAffineWarp:
-      return [in = in(), out = out(), matrix = operation.matrix] {
-        return succeeded(tavrine_frame_warpaffine(in, out, matrix.data()));
-      };
-    case Kind::kPerspectiveWarp:
-      return [in = in(), out = out(), matrix = operation.matrix] {
-        return succeeded(tavrine_frame_warpperspective(in, out, matrix.data()));
-      };
-    case Kind::kTensor:
-      return tensor_call(operation, pictures);
-    case Kind::kBatch:
-      return batch_call(operation, pictures);
-    case Kind::kConvertThenResize:
-      return convert_then_resize_call(operation, pictures);
-    case Kind::kResizeThenConvert:
-      return resize_then_convert_call(operation, pictures);
-    case Kind::kAlignFace:
-      return align_face_call(operation, pictures);
-    case Kind::kJpegToTensor:
-      return jpeg_call(operation, pictures);
-  }
-  return {};
+  return call_of_kind(
+      {resize_call, rotate_call, convert_call, affine_call, perspective_call, tensor_call,
+       batch_call, convert_then_resize_call, resize_then_convert_call, align_face_call, jpeg_call},
+      operation, pictures);
 }
 
 }  // namespace tavrine::bench

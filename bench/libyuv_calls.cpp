@@ -13,7 +13,9 @@ namespace {
 
 bool succeeded(int result) { return result == 0; }
 
-Call resize_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
+Call resize_call(const Operation &operation, Pictures &pictures) {
+  const tavrine_frame_t *in = pictures.source(operation.source);
+  const tavrine_frame_t *out = pictures.destination(operation.destination);
   const Plane from = plane_of(in, 0);
   const Plane to = plane_of(out, 0);
   constexpr auto kFilter = libyuv::kFilterBilinear;
@@ -164,7 +166,9 @@ Call convert_yuv_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
   };
 }
 
-Call convert_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
+Call convert_call(const Operation &operation, Pictures &pictures) {
+  const tavrine_frame_t *in = pictures.source(operation.source);
+  const tavrine_frame_t *out = pictures.destination(operation.destination);
   if (in->pixel_format == TAVRINE_FORMAT_GREY) {
     return [from = plane_of(in, 0), to = plane_of(out, 0)] {
       libyuv::MergeRGBPlane(from.data, from.stride, from.data, from.stride, from.data, from.stride,
@@ -181,18 +185,7 @@ Call convert_call(const tavrine_frame_t *in, const tavrine_frame_t *out) {
 }  // namespace
 
 Call libyuv_call(const Operation &operation, Pictures &pictures) {
-  switch (operation.kind) {
-    case Kind::kResize:
-      return resize_call(pictures.source(operation.source),
-                         pictures.destination(operation.destination));
-    case Kind::kRotate:
-      return rotate_call(operation, pictures);
-    case Kind::kConvert:
-      return convert_call(pictures.source(operation.source),
-                          pictures.destination(operation.destination));
-    default:
-      return {};
-  }
+  return call_of_kind({resize_call, rotate_call, convert_call}, operation, pictures);
 }
 
 }  // namespace tavrine::bench

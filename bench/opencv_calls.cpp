@@ -126,24 +126,26 @@ Call convert_call(const Operation &operation, Pictures &pictures) {
   }
 }
 
-Call affine_call(const Operation &operation, const tavrine_frame_t *in,
-                 const tavrine_frame_t *out) {
+Call affine_call(const Operation &operation, Pictures &pictures) {
   cv::Matx23d matrix;
   std::copy_n(operation.matrix.begin(), 6, matrix.val);
-  return for_each_plane(in, out, [matrix](const cv::Mat &from, cv::Mat &to) {
-    cv::warpAffine(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
-                   cv::BORDER_CONSTANT);
-  });
+  return for_each_plane(
+      pictures.source(operation.source), pictures.destination(operation.destination),
+      [matrix](const cv::Mat &from, cv::Mat &to) {
+        cv::warpAffine(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
+                       cv::BORDER_CONSTANT);
+      });
 }
 
-Call perspective_call(const Operation &operation, const tavrine_frame_t *in,
-                      const tavrine_frame_t *out) {
+Call perspective_call(const Operation &operation, Pictures &pictures) {
   cv::Matx33d matrix;
   std::copy_n(operation.matrix.begin(), 9, matrix.val);
-  return for_each_plane(in, out, [matrix](const cv::Mat &from, cv::Mat &to) {
-    cv::warpPerspective(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
-                        cv::BORDER_REPLICATE);
-  });
+  return for_each_plane(
+      pictures.source(operation.source), pictures.destination(operation.destination),
+      [matrix](const cv::Mat &from, cv::Mat &to) {
+        cv::warpPerspective(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
+                            cv::BORDER_REPLICATE);
+      });
 }
 
 // The three channels of one image of a tensor.
@@ -284,41 +286,28 @@ int rotation_code(int32_t rotation) {
   return codes[rotation];
 }
 
+Call resize_call(const Operation &operation, Pictures &pictures) {
+  return for_each_plane(
+      pictures.source(operation.source), pictures.destination(operation.destination),
+      [interpolation = interpolation_of(operation)](const cv::Mat &from, cv::Mat &to) {
+        cv::resize(from, to, to.size(), 0, 0, interpolation);
+      });
+}
+
+Call rotate_call(const Operation &operation, Pictures &pictures) {
+  return for_each_plane(pictures.source(operation.source),
+                        pictures.destination(operation.destination),
+                        [code = rotation_code(operation.rotation)](
+                            const cv::Mat &from, cv::Mat &to) { cv::rotate(from, to, code); });
+}
+
 }  // namespace
 
 Call opencv_call(const Operation &operation, Pictures &pictures) {
-  const tavrine_frame_t *in = pictures.source(operation.source);
-  switch (operation.kind) {
-    case Kind::kResize:
-      return for_each_plane(
-          in, pictures.destination(operation.destination),
-          [interpolation = interpolation_of(operation)](const cv::Mat &from, cv::Mat &to) {
-            cv::resize(from, to, to.size(), 0, 0, interpolation);
-          });
-    case Kind::kRotate:
-      return for_each_plane(in, pictures.destination(operation.destination),
-                            [code = rotation_code(operation.rotation)](
-                                const cv::Mat &from, cv::Mat &to) { cv::rotate(from, to, code); });
-    case Kind::kConvert:
-      return convert_call(operation, pictures);
-    case Kind::kAffineWarp:
-      return affine_call(operation, in, pictures.destination(operation.destination));
-    case Kind::kPerspectiveWarp:
-      return perspective_call(operation, in, pictures.destination(operation.destination));
-    case Kind::kTensor:
-      return tensor_call(operation, pictures);
-    case Kind::kBatch:
-      return batch_call(operation, pictures);
-    case Kind::kConvertThenResize:
-      return convert_then_resize_call(operation, pictures);
-    case Kind::kResizeThenConvert:
-      return resize_then_convert_call(operation, pictures);
-    case Kind::kAlignFace:
-      return align_face_call(operation, pictures);
-    case Kind::kJpegToTensor:
-      return jpeg_call(operation, pictures);
-  }
-  return {};
+  return call_of_kind(
+      {resize_call, rotate_call, convert_call, affine_call, perspective_call, tensor_call,
+       batch_call, convert_then_resize_call, resize_then_convert_call, align_face_call, jpeg_call},
+      operation, pictures);
 }
 
 }  // namespace tavrine::bench

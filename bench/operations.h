@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -38,6 +39,7 @@ enum class Kind {
   kAlignFace,          // from points, into a tensor
   kJpegToTensor,
 };
+inline constexpr size_t kKindCount = static_cast<size_t>(Kind::kJpegToTensor) + 1;
 
 // Rows that are averaged together.
 enum class Group {
