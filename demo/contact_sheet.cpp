@@ -4,21 +4,18 @@
 //   contact_sheet OUT.png TITLE PICTURE CAPTION [PICTURE CAPTION]...
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "font.h"
+#include "frame.h"
 #include "problem_log.h"
 #include "tavrine_aux.h"
 #include "tavrine_core.h"
 
 namespace {
 
-struct FreeFrame {
-  void operator()(tavrine_frame_t *frame) const { tavrine_frame_free(&frame); }
-};
-using Frame = std::unique_ptr<tavrine_frame_t, FreeFrame>;
+using tavrine::demo::Frame;
 
 struct Color {
   uint8_t red, green, blue;
@@ -43,9 +40,8 @@ constexpr int32_t kTitleHeight = 60;
 int32_t letter_width(int32_t scale) { return (tavrine::demo::kGlyphColumns + 1) * scale; }
 
 void paint_box(const Frame &sheet, tavrine_area2d_t box, const Color &color) {
-  const int32_t stride = sheet->strides[0] != 0 ? sheet->strides[0] : sheet->width * 3;
   for (int32_t y = box.y; y < std::min(box.y + box.height, sheet->height); ++y) {
-    uint8_t *row = static_cast<uint8_t *>(sheet->planes[0]) + static_cast<ptrdiff_t>(y) * stride;
+    uint8_t *row = tavrine::demo::row_of(*sheet, y);
     for (int32_t x = box.x; x < std::min(box.x + box.width, sheet->width); ++x) {
       row[3 * x] = color.red;
       row[3 * x + 1] = color.green;
@@ -158,10 +154,8 @@ int main(int argc, char **argv) {
   const int32_t count = (argc - 3) / 2;
   const int32_t columns = std::min(count, kColumns);
   const int32_t rows = (count + columns - 1) / columns;
-  const int32_t strides[4] = {0, 0, 0, 0};
-  const Frame sheet(tavrine_frame_alloc(
-      TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_RGB24, kGap + columns * (kPictureWidth + kGap),
-      kTitleHeight + kGap + rows * (kCellHeight + kGap), strides, 0));
+  const Frame sheet = tavrine::demo::allocate_rgb24(
+      kGap + columns * (kPictureWidth + kGap), kTitleHeight + kGap + rows * (kCellHeight + kGap));
   if (!sheet) {
     std::fputs("contact_sheet: out of memory\n", stderr);
     return 1;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "frame.h"
 #include "painter.h"
 #include "problem_log.h"
 #include "tavrine_aux.h"
@@ -188,10 +189,8 @@ uint8_t to_byte(double value) {
 void draw_chart(tavrine_frame_t &frame) {
   // The whole chart is in the picture, whatever the picture's shape.
   const double pixel_size = std::max(kChartWidth / frame.width, kChartHeight / frame.height);
-  auto *row = static_cast<uint8_t *>(frame.planes[0]);
-  const int32_t stride = frame.strides[0] != 0 ? frame.strides[0] : frame.width * 3;
-  for (int32_t y = 0; y < frame.height; ++y, row += stride) {
-    uint8_t *byte = row;
+  for (int32_t y = 0; y < frame.height; ++y) {
+    uint8_t *byte = row_of(frame, y);
     for (int32_t x = 0; x < frame.width; ++x) {
       const Color color = chart_color(
           {(x + 0.5 - frame.width / 2.0) * pixel_size, (y + 0.5 - frame.height / 2.0) * pixel_size},
@@ -217,17 +216,14 @@ int main(int argc, char **argv) {
   const int32_t height = argc == 4 ? parse_side(argv[3]) : kDefaultHeight;
 
   show_only_problems();
-  const int32_t core_chooses_strides[4] = {0, 0, 0, 0};
-  tavrine_frame_t *frame = tavrine_frame_alloc(TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_RGB24, width,
-                                               height, core_chooses_strides, 0);
-  if (frame == nullptr) {
+  const Frame frame = allocate_rgb24(width, height);
+  if (!frame) {
     std::fprintf(stderr, "draw_chart: cannot allocate the picture; sides must be 1 to %ld\n",
                  kMaxSide);
     return 1;
   }
   draw_chart(*frame);
-  const int32_t status = tavrine_frame_save(frame, argv[1]);
-  tavrine_frame_free(&frame);
+  const int32_t status = tavrine_frame_save(frame.get(), argv[1]);
   if (status != TAVRINE_OK) {
     std::fprintf(stderr, "draw_chart: cannot save %s (%d)\n", argv[1], static_cast<int>(status));
     return 1;

@@ -11,11 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "frame.h"
 #include "problem_log.h"
 #include "tavrine_aux.h"
 #include "tavrine_core.h"
 
 namespace {
+
+using tavrine::demo::Frame;
 
 constexpr int32_t kGap = 4;
 
@@ -86,8 +89,7 @@ Range range_of(const Tensor &tensor, int32_t c) {
 void draw_image(const Tensor &tensor, int32_t n, const Range *ranges, bool is_blue_first,
                 const tavrine_frame_t &part) {
   for (int32_t y = 0; y < tensor.height; ++y) {
-    auto *pixel =
-        static_cast<uint8_t *>(part.planes[0]) + static_cast<ptrdiff_t>(y) * part.strides[0];
+    uint8_t *pixel = tavrine::demo::row_of(part, y);
     for (int32_t x = 0; x < tensor.width; ++x) {
       for (int32_t color = 0; color < 3; ++color) {
         const int32_t c = tensor.channels == 1 ? 0 : is_blue_first ? 2 - color : color;
@@ -98,7 +100,7 @@ void draw_image(const Tensor &tensor, int32_t n, const Range *ranges, bool is_bl
 }
 
 // About as many columns as rows, with black lines between the images.
-tavrine_frame_t *draw(const Tensor &tensor, bool is_blue_first) {
+Frame draw(const Tensor &tensor, bool is_blue_first) {
   const auto columns = static_cast<int32_t>(std::ceil(std::sqrt(tensor.images)));
   const int32_t rows = (tensor.images + columns - 1) / columns;
   const int32_t width = columns * (tensor.width + kGap) - kGap;
@@ -107,21 +109,17 @@ tavrine_frame_t *draw(const Tensor &tensor, bool is_blue_first) {
   for (int32_t c = 0; c < tensor.channels; ++c) {
     ranges[c] = range_of(tensor, c);
   }
-  const int32_t strides[4] = {3 * width, 0, 0, 0};
-  tavrine_frame_t *picture =
-      tavrine_frame_alloc(TAVRINE_MEMORY_HOST, TAVRINE_FORMAT_RGB24, width, height, strides, 0);
-  if (picture == nullptr || tavrine_frame_reset(picture, 0) != TAVRINE_OK) {
-    tavrine_frame_free(&picture);
+  Frame picture = tavrine::demo::allocate_rgb24(width, height);
+  if (!picture || tavrine_frame_reset(picture.get(), 0) != TAVRINE_OK) {
     return nullptr;
   }
   for (int32_t n = 0; n < tensor.images; ++n) {
-    tavrine_frame_t *part =
-        tavrine_frame_roi(picture, n % columns * (tensor.width + kGap),
-                          n / columns * (tensor.height + kGap), tensor.width, tensor.height);
-    if (part != nullptr) {
+    const Frame part(tavrine_frame_roi(picture.get(), n % columns * (tensor.width + kGap),
+                                       n / columns * (tensor.height + kGap), tensor.width,
+                                       tensor.height));
+    if (part) {
       draw_image(tensor, n, ranges, is_blue_first, *part);
     }
-    tavrine_frame_free(&part);
   }
   return picture;
 }
@@ -141,10 +139,8 @@ int main(int argc, char **argv) {
                  argv[1]);
     return 1;
   }
-  tavrine_frame_t *frame = draw(tensor, is_blue_first);
-  const bool is_saved = frame != nullptr && tavrine_frame_save(frame, argv[2]) == TAVRINE_OK;
-  tavrine_frame_free(&frame);
-  if (!is_saved) {
+  const Frame picture = draw(tensor, is_blue_first);
+  if (!picture || tavrine_frame_save(picture.get(), argv[2]) != TAVRINE_OK) {
     std::fprintf(stderr, "show_tensor: cannot make %s\n", argv[2]);
     return 1;
   }
