@@ -6,6 +6,10 @@
 set -euo pipefail
 cmake=$1 source=$2 build=$3 libraries=$4
 folder=$build/consumers
+# A subproject leaves the choice of a compiler cache to its parent.
+if command -v ccache >/dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+fi
 # The subproject's build stays, so that a later run compiles only what has changed.
 mkdir -p "$folder/subproject"
 find "$folder" -mindepth 1 -maxdepth 1 ! -name subproject -exec rm -r {} +
