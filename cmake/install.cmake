@@ -31,6 +31,20 @@ install(FILES ${PROJECT_BINARY_DIR}/tavrine_aux-config.cmake
   ${PROJECT_BINARY_DIR}/tavrine_aux-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
+# The licences of what is compiled in, as the distribution's packages carry them.
+function(tavrine_install_notice component name package)
+  set(notice /usr/share/doc/${package}/copyright)
+  if(EXISTS ${notice})
+    install(FILES ${notice} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavrine_aux/notices
+      RENAME ${name}.txt COMPONENT ${component})
+  else()
+    message(WARNING "Not installed, because there is no ${notice}: the licence of ${name}")
+  endif()
+endfunction()
+tavrine_install_notice(runtime eigen libeigen3-dev)
+tavrine_install_notice(runtime highway libhwy-dev)
+tavrine_install_notice(runtime stb libstb-dev)
+
 # Relative, so that an installed folder can be moved.
 file(RELATIVE_PATH pkgconfig_to_prefix /prefix/${libdir}/pkgconfig /prefix)
 configure_file(cmake/tavrine_aux.pc.in tavrine_aux.pc @ONLY)
@@ -41,6 +55,7 @@ if(TAVRINE_BUILD_TOOLS)
   set_target_properties(tavrine_aux_tool PROPERTIES
     INSTALL_RPATH "$ORIGIN/../${libdir};$ORIGIN/../${libdir}/tavrine-devkit")
   install(TARGETS tavrine_aux_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  tavrine_install_notice(tools cli11 libcli11-dev)
   if(TARGET tavrine_reference)
     install(DIRECTORY ${TAVRINE_REFERENCE_DIR}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR}
       COMPONENT tools)
