@@ -20,8 +20,10 @@ ENTRY = re.compile(r"([^=()\s][^=()]*?)  +(\S.*)")
 def escape(text):
     """Text in which only backticks mean something."""
     parts = text.split("`")
-    plain = [re.sub(r"([\\@#%*|])", r"\\\1", html.escape(part, quote=False)) for part in parts[::2]]
-    parts[::2] = plain
+    for index, part in list(enumerate(parts))[::2]:
+        part = re.sub(r"([\\@#%*|])", r"\\\1", html.escape(part, quote=False))
+        # Doxygen links what looks like a call.
+        parts[index] = re.sub(r"\b(tavrine_[a-z]+_[a-z_]+(?<!_t))\b(?!\.h|\()", r"\1()", part)
     return "`".join(parts)
 
 
