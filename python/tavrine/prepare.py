@@ -2,9 +2,10 @@
 
     python3 -m tavrine.prepare PICTURES... OUT --size 300x300
 
-OUT then has shards, `numpy.load(shard, mmap_mode="r")` of the shape (rows, channels, height, width),
-and index.csv with one line for each picture: the file and its SHA-256, the shard and the row, the
-area of the picture that the tensor shows, the picture's pixels per element, or why it was refused.
+OUT then has shards, `numpy.load(shard, mmap_mode="r")` of the shape (rows, channels, height,
+width), and index.csv with one line for each picture: the file and its SHA-256, the shard and the
+row, the area of the picture that the tensor shows, the picture's pixels per element, or why it was
+refused.
 A `tavrine.Letterbox` of the area and the ratios leads back from the tensor to the picture.
 
 A run that ended early, however it did, goes on where it stopped when the command is repeated. The
@@ -24,7 +25,7 @@ import os
 import pathlib
 import sys
 import threading
-from collections.abc import Iterable, Iterator, Sequence
+from collections import abc
 from typing import Any
 
 import numpy as np
@@ -32,6 +33,8 @@ import numpy as np
 from . import __version__
 from .prepare_shards import (COLUMNS, TEMPORARY, Settings, Shard, TensorMaker, fill_shard,
                              shard_bytes, sync, whole_file, write_rows)
+
+__all__ = ["INDEX", "PICTURES", "Problem", "main", "parser", "pictures_of", "prepare"]
 
 INDEX = "index.csv"
 RUN = "run.json"
@@ -43,7 +46,7 @@ class Problem(Exception):
     """What ends a run, as one line of text."""
 
 
-def pictures_of(names: Iterable[str]) -> list[str]:
+def pictures_of(names: abc.Iterable[str]) -> list[str]:
     """Files as they are named, and the pictures of folders in the order of their names."""
     pictures = []
     for name in names:
@@ -57,13 +60,13 @@ def pictures_of(names: Iterable[str]) -> list[str]:
     return pictures
 
 
-def shards_of(pictures: Sequence[str], length: int) -> list[Shard]:
+def shards_of(pictures: abc.Sequence[str], length: int) -> list[Shard]:
     folder = os.getcwd()
     return [Shard(number, pictures[start:start + length], folder)
             for number, start in enumerate(range(0, len(pictures), length))]
 
 
-def description_of(settings: Settings, pictures: Sequence[str], length: int) -> dict[str, Any]:
+def description_of(settings: Settings, pictures: abc.Sequence[str], length: int) -> dict[str, Any]:
     """What a repeated run must have in common with the first."""
     names = "\0".join(pictures).encode("utf-8", "surrogateescape")
     run = {"version": __version__, **dataclasses.asdict(settings), "shard": length,
@@ -72,7 +75,7 @@ def description_of(settings: Settings, pictures: Sequence[str], length: int) -> 
 
 
 @contextlib.contextmanager
-def claimed(out: pathlib.Path, run: dict[str, Any]) -> Iterator[None]:
+def claimed(out: pathlib.Path, run: dict[str, Any]) -> abc.Iterator[None]:
     """Makes the folder this run's: a new one, or one that the same run has begun."""
     out.mkdir(parents=True, exist_ok=True)
     descriptor = os.open(out, os.O_RDONLY)
@@ -103,7 +106,7 @@ def remove_temporary_files(out: pathlib.Path) -> None:
         path.unlink(missing_ok=True)
 
 
-def read_rows(path: pathlib.Path) -> Iterator[dict[str, str]]:
+def read_rows(path: pathlib.Path) -> abc.Iterator[dict[str, str]]:
     with open(path, encoding="utf-8", errors="surrogateescape", newline="") as file:
         yield from csv.DictReader(file, COLUMNS)
 
@@ -119,7 +122,7 @@ def is_done(shard: Shard, out: pathlib.Path, settings: Settings) -> bool:
 
 
 @contextlib.contextmanager
-def workers(jobs: int, scheduler: str | None) -> Iterator[Any]:
+def workers(jobs: int, scheduler: str | None) -> abc.Iterator[Any]:
     """An executor: threads, which the library lets run side by side, or a cluster's workers."""
     if scheduler is None:
         with concurrent.futures.ThreadPoolExecutor(jobs) as threads:
@@ -127,7 +130,7 @@ def workers(jobs: int, scheduler: str | None) -> Iterator[Any]:
     else:
         from distributed import Client  # the package python3-distributed
 
-        with Client(scheduler) as client:
+        with Client(scheduler) as client:  # type: ignore[no-untyped-call]
             yield client.get_executor(pure=False)
 
 
@@ -137,7 +140,7 @@ class Progress:
     def __init__(self, total: int) -> None:
         self._lock = threading.Lock()
         try:
-            from tqdm import tqdm
+            from tqdm import tqdm  # type: ignore[import]
         except ImportError:
             self._bar = None
         else:
@@ -157,7 +160,7 @@ class Stopped(Exception):
     """Ends the work of a thread when another one has failed."""
 
 
-def fill_shards(shards: Sequence[Shard], out: pathlib.Path, settings: Settings,
+def fill_shards(shards: abc.Sequence[Shard], out: pathlib.Path, settings: Settings,
                 options: argparse.Namespace) -> None:
     progress = Progress(sum(len(shard.names) for shard in shards))
     has_failed = threading.Event()
@@ -189,7 +192,7 @@ def fill_shards(shards: Sequence[Shard], out: pathlib.Path, settings: Settings,
             progress.close()
 
 
-def write_index(shards: Sequence[Shard], out: pathlib.Path) -> None:
+def write_index(shards: abc.Sequence[Shard], out: pathlib.Path) -> None:
     """When the index is there, so is everything that it names, also after a loss of power."""
     for path in out.glob("*.npy"):
         sync(path)
@@ -291,7 +294,7 @@ def parser() -> argparse.ArgumentParser:
     return result
 
 
-def main(arguments: Sequence[str] | None = None) -> int:
+def main(arguments: abc.Sequence[str] | None = None) -> int:
     options = parser().parse_args(arguments)
     try:
         prepare(options)

@@ -13,12 +13,14 @@ import os
 import pathlib
 import typing
 import uuid
-from collections.abc import Callable, Iterator, Sequence
+from collections import abc
 from typing import Any
 
 import numpy as np
 
 from . import Error, cvt_color, decode, letterbox, transform_batch
+
+__all__ = ["COLUMNS", "Outcome", "Refused", "Settings", "Shard", "TensorMaker", "fill_shard"]
 
 COLUMNS = ("file", "sha256", "shard", "row", "area_x", "area_y", "area_width", "area_height",
            "ratio_horizontal", "ratio_vertical", "refused")
@@ -41,10 +43,10 @@ class Settings:
 
 
 class Shard(typing.NamedTuple):
-    """Consecutive pictures. `names` are those of the index, `folder` is where they are relative to."""
+    """Consecutive pictures. `names` are those of the index, relative to `folder`."""
 
     number: int
-    names: Sequence[str]
+    names: abc.Sequence[str]
     folder: str
 
     @property
@@ -101,7 +103,8 @@ class TensorMaker:
             image = cvt_color(image, "RGB")
         if self._settings.mode == "stretch":
             _, ratios = transform_batch(image, out=self.tensor, mode="stretch", **self._style)
-            return (0, 0, image.shape[1], image.shape[0]), (float(ratios[0, 0]), float(ratios[0, 1]))
+            area = 0, 0, image.shape[1], image.shape[0]
+            return area, (float(ratios[0, 0]), float(ratios[0, 1]))
         _, box = letterbox(image, out=self.tensor, mode=self._settings.mode, **self._style)
         return box.area, box.ratios
 
@@ -118,7 +121,7 @@ class TensorMaker:
 
 
 @contextlib.contextmanager
-def whole_file(path: pathlib.Path) -> Iterator[typing.BinaryIO]:
+def whole_file(path: pathlib.Path) -> abc.Iterator[typing.BinaryIO]:
     """A file that gets its name when the block ends, and is removed when the block fails.
 
     A process that is killed never leaves a part of it under its name. Against loss of power, sync()
@@ -145,9 +148,8 @@ def sync(path: pathlib.Path) -> None:
 
 def _header(shape: tuple[int, ...], dtype: str) -> bytes:
     header = io.BytesIO()
-    np.lib.format.write_array_header_1_0(
-        header, {"descr": np.lib.format.dtype_to_descr(np.dtype(dtype)), "fortran_order": False,
-                 "shape": shape})
+    np.lib.format.write_array_header_1_0(  # type: ignore[no-untyped-call]
+        header, {"descr": np.dtype(dtype).str, "fortran_order": False, "shape": shape})
     if header.tell() != _HEADER_BYTES:
         raise OverflowError(f"a shard of the shape {shape} needs a longer header")
     return header.getvalue()
@@ -157,14 +159,14 @@ def shard_bytes(settings: Settings, rows: int) -> int:
     return _HEADER_BYTES + rows * TensorMaker(settings).tensor.nbytes
 
 
-def write_rows(file: typing.BinaryIO, rows: Sequence[Sequence[Any]]) -> None:
+def write_rows(file: typing.BinaryIO, rows: abc.Sequence[abc.Sequence[Any]]) -> None:
     text = io.StringIO()
     csv.writer(text, lineterminator="\n").writerows(rows)
     file.write(text.getvalue().encode("utf-8", "surrogateescape"))
 
 
 def fill_shard(shard: Shard, out: str, settings: Settings, is_strict: bool = False,
-               advance: Callable[[], object] = lambda: None) -> list[tuple[str, str]]:
+               advance: abc.Callable[[], object] = lambda: None) -> list[tuple[str, str]]:
     """Writes a shard and its rows into the folder `out`. Returns the refused pictures.
 
     is_strict: raises Refused for the first of them, and writes nothing.
