@@ -126,10 +126,12 @@ void warp_windows(const PlaneView &source, const AffineMatrix &matrix, const Col
   const PlaneView from = source;
   const PlaneView to = destination;
   const AffineMatrix map = matrix;
+  const WindowColumns window_columns = columns;
   const RowsAhead ahead(source, truncate_to_int32(map.b * RowsAhead::kRows),
                         truncate_to_int32(map.e * RowsAhead::kRows));
   for (int32_t y = first_row; y < last_row; ++y) {
-    warp_windows_of_row<Shape>(from, ahead, scalar::row_offset(map, y), offsets, columns, run,
+    warp_windows_of_row<Shape>(from, ahead, scalar::row_offset(map, y), offsets, window_columns,
+                               run,
                                to.row(y) + static_cast<ptrdiff_t>(run.first) * Shape::kChannels);
   }
 }
@@ -248,17 +250,19 @@ class Warp {
 
   // Warps row y, and rows after it as far as all of them go through windows. Returns how many.
   int32_t warp_rows(int32_t y) const {
-    int32_t end = y;
-    while (end < destination_.rows && goes_through_windows(end)) {
-      ++end;
+    if (!goes_through_windows(y)) {
+      warp_row(y);
+      return 1;
     }
-    if (end > y) {
-      windows_.warp(source_, matrix_, offsets_, columns_.for_windows, {0, destination_.columns}, y,
-                    end, destination_);
-      return end - y;
+    // Positions rise or fall from row to row: where the last row does, all between do.
+    int32_t end = destination_.rows;
+    if (!goes_through_windows(end - 1)) {
+      for (end = y + 1; goes_through_windows(end); ++end) {
+      }
     }
-    warp_row(y);
-    return 1;
+    windows_.warp(source_, matrix_, offsets_, columns_.for_windows, {0, destination_.columns}, y,
+                  end, destination_);
+    return end - y;
   }
 
   bool goes_through_windows(int32_t y) const {

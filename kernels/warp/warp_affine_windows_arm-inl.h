@@ -11,6 +11,7 @@
 #include "kernels/warp/rows_ahead.h"
 #include "kernels/warp/warp_affine_arm-inl.h"
 #include "kernels/warp/warp_affine_columns.h"
+#include "kernels/warp/warp_affine_pixels_arm-inl.h"
 #include "kernels/warp/warp_affine_scalar.h"
 #include "kernels/warp/warp_grey_windows_arm-inl.h"
 
@@ -70,13 +71,31 @@ struct WindowShape {
   static constexpr int32_t kReadColumns = 16;
 };
 
+// The eight pixels of a block lie that close together, but are loaded one by one. Three channels
+// have two bytes after the right neighbour that are read, too.
+template <int32_t kChannels_, int32_t kColumns_, int32_t kRows_>
+struct PixelsShape {
+  static constexpr int32_t kChannels = kChannels_;
+  static constexpr int32_t kPixels = 8;
+  static constexpr const char *kPath = "warp_affine.pixels";
+  static constexpr int32_t kPixelsInStep = 8;
+  static constexpr int32_t kAlignment = 8;
+  static constexpr int32_t kRows = kRows_;
+  static constexpr int32_t kColumns = kColumns_;
+  static constexpr int32_t kReadColumns = kChannels == 3 ? kColumns + 1 : kColumns;
+};
+
+// Windows of five rows would take 48 look-ups of two cycles for RGB24, more than pixels one by one.
 template <int kChannels>
 constexpr auto window_shapes() {
-  if constexpr (kChannels <= 3) {
+  if constexpr (kChannels == 3) {
+    return ShapeList<WindowShape<3, 3>, WindowShape<3, 4>, PixelsShape<3, 16, 6>,
+                     PixelsShape<3, 32, 12>, PixelsShape<3, 32, 32>>();
+  } else if constexpr (kChannels == 4) {
+    return ShapeList<PixelsShape<4, 16, 6>, PixelsShape<4, 32, 12>, PixelsShape<4, 32, 32>>();
+  } else {
     return ShapeList<WindowShape<kChannels, 3>, WindowShape<kChannels, 4>,
                      WindowShape<kChannels, 5>, WindowShape<kChannels, 6>>();
-  } else {
-    return ShapeList<>();  // too few registers
   }
 }
 
@@ -190,22 +209,44 @@ HWY_INLINE void take_rows(const uint8_t *row, int32_t stride, uint8x16_t indices
   }
 }
 
-// Indices are 16 * row + column.
-template <class Shape>
-HWY_INLINE void take_window(const uint8_t *window, int32_t stride, uint8x16_t indices,
-                            WindowNeighbours (&neighbours)[Shape::kChannels]) {
-  if constexpr (Shape::kChannels == 1) {
-    neighbours[0] = take_from_window<Shape::kRows>(window, stride, indices);
+// Positions are those from the first of the window.
+template <int kChannels, int32_t kRows>
+HWY_INLINE void take_block(WindowShape<kChannels, kRows>, const uint8_t *window, int32_t stride,
+                           uint16x8_t x, uint16x8_t y, bool has_fewer_rows,
+                           WindowNeighbours (&neighbours)[kChannels]) {
+  // Four bits of the row above four bits of the column; the right neighbour's column is one more.
+  const uint8x8_t left = vsri_n_u8(vshrn_n_u16(y, 6), vshrn_n_u16(x, 6), 4);
+  const uint8x16_t to_right = vcombine_u8(vdup_n_u8(0), vdup_n_u8(1));
+  const uint8x16_t indices = vaddq_u8(vcombine_u8(left, left), to_right);
+  const auto take = [&](auto shape) TAVRINE_INLINE_LAMBDA {
+    using Shape = decltype(shape);
+    if constexpr (kChannels == 1) {
+      neighbours[0] = take_from_window<Shape::kRows>(window, stride, indices);
+    } else {
+      take_rows<Shape>(window, stride, indices, indices, neighbours);
+    }
+  };
+  // Look-ups in five grey rows cost hardly more than in four.
+  constexpr bool kIsFixed = kChannels == 1 && kRows == 5;
+  if (!kIsFixed && has_fewer_rows) {
+    take(WindowShape<kChannels, kRows - 1>());
   } else {
-    take_rows<Shape>(window, stride, indices, indices, neighbours);
+    take(WindowShape<kChannels, kRows>());
   }
+}
+
+template <int kChannels, int32_t kColumns, int32_t kRows>
+HWY_INLINE void take_block(PixelsShape<kChannels, kColumns, kRows>, const uint8_t *window,
+                           int32_t stride, uint16x8_t x, uint16x8_t y, bool,
+                           WindowNeighbours (&neighbours)[kChannels]) {
+  take_pixels<kChannels>(window, stride, vshrq_n_u16(x, scalar::kPositionBits),
+                         vshrq_n_u16(y, scalar::kPositionBits), neighbours);
 }
 
 HWY_INLINE uint16x8_t from_first(uint16x8_t offsets, uint32_t first) {
   return vaddq_u16(offsets, vdupq_n_u16(static_cast<uint16_t>(first)));
 }
 
-// Blocks that reach the last row of the window are those whose first row begins below `reach`.
 template <class Shape>
 HWY_INLINE void warp_block(const uint8_t *data, int32_t stride, scalar::Offset start,
                            uint32_t reach, const ColumnBlock *&block, uint8_t *out) {
@@ -232,17 +273,10 @@ HWY_INLINE void warp_block(const uint8_t *data, int32_t stride, scalar::Offset s
   window += (lowest_y >> scalar::kPositionBits) * stride;
   // Positions from the window's first column and row.
   const uint16x8_t x = from_first(x_offsets, first_x);
-  const uint16x8_t y = from_first(y_offsets, first_y);
-  // Four bits of the row above four bits of the column; the right neighbour's column is one more.
-  const uint8x8_t left = vsri_n_u8(vshrn_n_u16(y, 6), vshrn_n_u16(x, 6), 4);
-  const uint8x16_t to_right = vcombine_u8(vdup_n_u8(0), vdup_n_u8(1));
-  const uint8x16_t indices = vaddq_u8(vcombine_u8(left, left), to_right);
+  uint16x8_t y = from_first(y_offsets, first_y);
   WindowNeighbours neighbours[kChannels];
-  if (first_y < reach) {
-    take_window<WindowShape<kChannels, Shape::kRows - 1>>(window, stride, indices, neighbours);
-  } else {
-    take_window<Shape>(window, stride, indices, neighbours);
-  }
+  take_block(Shape(), window, stride, x, y, first_y < reach, neighbours);
+  asm("" : "+w"(y));  // otherwise GCC calculates weights before, and stores them
   const uint8x8_t right_weight =
       vand_u8(vshrn_n_u16(x, kFraction), vdup_n_u8(scalar::kSubpixels - 1));
   const uint8x8_t left_weight = vsub_u8(vdup_n_u8(scalar::kSubpixels), right_weight);
@@ -256,11 +290,15 @@ HWY_INLINE void warp_block(const uint8_t *data, int32_t stride, scalar::Offset s
     vst1_u8(out, channel(0));
   } else if constexpr (kChannels == 2) {
     vst2_u8(out, (uint8x8x2_t{{channel(0), channel(1)}}));
-  } else {
+  } else if constexpr (kChannels == 3) {
     vst3_u8(out, (uint8x8x3_t{{channel(0), channel(1), channel(2)}}));
+  } else {
+    vst4_u8(out, (uint8x8x4_t{{channel(0), channel(1), channel(2), channel(3)}}));
   }
 }
 
+// Blocks that reach the last row of the window are those whose first row begins at `reach` or
+// below.
 template <class Shape>
 HWY_INLINE void warp_windows_of_row(const PlaneView &source, const RowsAhead &,
                                     scalar::Offset start, const ColumnOffsets &,
@@ -269,12 +307,12 @@ HWY_INLINE void warp_windows_of_row(const PlaneView &source, const RowsAhead &,
   const uint8_t *data = source.data;
   const auto stride = static_cast<int32_t>(source.stride);
   const uint32_t reach = kPenultimate - columns.largest_y;
-  const ColumnBlock *block = columns.blocks + run.first / 8;
-  const ColumnBlock *const end = columns.blocks + run.last / 8;
-  while (block != end) {
+  const ColumnBlock *block = columns.blocks + static_cast<uint32_t>(run.first) / 8;
+  const ColumnBlock *const end = columns.blocks + static_cast<uint32_t>(run.last) / 8;
+  do {  // a run has a step at least
     warp_block<Shape>(data, stride, start, reach, block, out);
     out += 8 * Shape::kChannels;
-  }
+  } while (block != end);
 }
 
 #endif  // TAVRINE_IS_NEON
