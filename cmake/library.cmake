@@ -11,10 +11,13 @@ target_include_directories(tavrine_aux
   PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(tavrine_aux PRIVATE tavrine_flags
   PUBLIC $<BUILD_INTERFACE:tavrine_sdk>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  set(runtime_in_program ON)
+endif()
 target_link_options(tavrine_aux PRIVATE
   LINKER:--version-script=${tavrine_exports}
-  # In a fuzzer's build the sanitizer's runtime is in the program.
-  $<$<NOT:$<BOOL:${TAVRINE_BUILD_FUZZERS}>>:LINKER:--no-undefined>
+  # Clang puts a sanitizer's runtime into the program.
+  $<$<NOT:$<BOOL:${runtime_in_program}>>:LINKER:--no-undefined>
   LINKER:-e,tavrine_aux_program_entry)
 if(TAVRINE_STATIC_RUNTIME)
   # The version script hides it: an application's own runtime stays apart.

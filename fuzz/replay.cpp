@@ -1,71 +1,76 @@
 // Runs a harness on the kept inputs, without a fuzzer:
 //   fuzz_replay HARNESS FOLDER
 // reads FOLDER/corpus/HARNESS, which must not be empty, and FOLDER/findings/HARNESS.
-#include <algorithm>
+#include <glob.h>
+
+#include <climits>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
-#include <string>
+#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "fuzz/harness.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+struct Named {
+  const char *name;
+  tavrine::fuzz::Harness *run;
+};
 
-std::vector<fs::path> files_in(const fs::path &folder) {
-  std::vector<fs::path> files;
-  if (fs::is_directory(folder)) {
-    for (const auto &entry : fs::directory_iterator(folder)) {
-      files.push_back(entry.path());
-    }
+constexpr Named kHarnesses[] = {{"picture", tavrine::fuzz::picture},
+                                {"tool_arguments", tavrine::fuzz::tool_arguments},
+                                {"batch", tavrine::fuzz::batch},
+                                {"sequence", tavrine::fuzz::sequence}};
+
+void run(const Named &harness, const char *path) {
+  // Printed before the run, which may not return.
+  std::fprintf(stderr, "%s\n", path);
+  FILE *file = std::fopen(path, "rb");
+  if (file == nullptr) {
+    std::abort();
   }
-  std::sort(files.begin(), files.end());
-  return files;
+  std::vector<uint8_t> bytes;
+  for (int byte = std::fgetc(file); byte != EOF; byte = std::fgetc(file)) {
+    bytes.push_back(static_cast<uint8_t>(byte));
+  }
+  std::fclose(file);
+  harness.run(bytes.data(), bytes.size());
 }
 
-void run(tavrine::fuzz::Harness *harness, const fs::path &path) {
-  // Printed before the run, which may not return.
-  std::fprintf(stderr, "%s\n", path.filename().c_str());
-  std::ifstream file(path, std::ios::binary);
-  const std::vector<char> bytes{std::istreambuf_iterator<char>(file),
-                                std::istreambuf_iterator<char>()};
-  harness(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+// In the order of their names. Returns how many there are.
+size_t run_all(const Named &harness, const char *folder, const char *kind) {
+  char pattern[PATH_MAX];
+  std::snprintf(pattern, sizeof pattern, "%s/%s/%s/*", folder, kind, harness.name);
+  glob_t files{};
+  const size_t count = glob(pattern, 0, nullptr, &files) == 0 ? files.gl_pathc : 0;
+  for (size_t i = 0; i < count; ++i) {
+    run(harness, files.gl_pathv[i]);
+  }
+  globfree(&files);
+  return count;
 }
 
 }  // namespace
 
+// Uses no C++ library that is compiled elsewhere: the memory sanitizer would not see what it
+// writes.
 int main(int argc, char **argv) {
   if (argc != 3) {
     std::fprintf(stderr, "usage: fuzz_replay HARNESS FOLDER\n");
     return 2;
   }
-  const std::map<std::string, tavrine::fuzz::Harness *> harnesses = {
-      {"picture", tavrine::fuzz::picture},
-      {"tool_arguments", tavrine::fuzz::tool_arguments},
-      {"batch", tavrine::fuzz::batch},
-      {"sequence", tavrine::fuzz::sequence}};
-  const std::string name = argv[1];
-  const auto harness = harnesses.find(name);
-  if (harness == harnesses.end()) {
-    std::fprintf(stderr, "there is no harness %s\n", name.c_str());
-    return 2;
-  }
-  const fs::path folder = argv[2];
-  const std::vector<fs::path> corpus = files_in(folder / "corpus" / name);
-  const std::vector<fs::path> findings = files_in(folder / "findings" / name);
-  if (corpus.empty()) {
-    std::fprintf(stderr, "%s has no inputs\n", (folder / "corpus" / name).c_str());
-    return 1;
-  }
-  for (const auto &files : {corpus, findings}) {
-    for (const fs::path &file : files) {
-      run(harness->second, file);
+  for (const Named &harness : kHarnesses) {
+    if (std::strcmp(harness.name, argv[1]) == 0) {
+      const size_t count = run_all(harness, argv[2], "corpus");
+      if (count == 0) {
+        std::fprintf(stderr, "%s has no inputs\n", harness.name);
+        return 1;
+      }
+      std::fprintf(stderr, "%zu inputs\n", count + run_all(harness, argv[2], "findings"));
+      return 0;
     }
   }
-  std::fprintf(stderr, "%zu inputs\n", corpus.size() + findings.size());
-  return 0;
+  std::fprintf(stderr, "there is no harness %s\n", argv[1]);
+  return 2;
 }

@@ -1,13 +1,11 @@
 // What calls leave behind on purpose, and where they may write files.
 #pragma once
 
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <vector>
 
 #include "fuzz/watch.h"
@@ -43,36 +41,22 @@ class RefusedResizes {
   std::vector<IVE_MEM_INFO_S> scratch_;
 };
 
-// A folder for saved pictures, removed when the process ends.
-class Folder {
- public:
-  Folder() {
-    std::string path = (std::filesystem::temp_directory_path() / "fuzz-XXXXXX").string();
-    require(mkdtemp(path.data()) != nullptr, "cannot make a folder");
-    path_ = path;
-  }
-  Folder(const Folder &) = delete;
-  Folder &operator=(const Folder &) = delete;
-  ~Folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-
-  std::string file(const char *name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
-};
-
-// The bytes of the file.
+// The bytes of the saved file.
 inline std::vector<char> save(const tavrine_frame_t *frame, int32_t encoding) {
-  static const Folder kFolder;
-  const std::string path = kFolder.file(encoding == TAVRINE_ENCODE_JPEG  ? "a.jpg"
-                                        : encoding == TAVRINE_ENCODE_BMP ? "a.bmp"
-                                                                         : "a.png");
-  require(tavrine_frame_save(frame, path.c_str()) == TAVRINE_OK, "a frame cannot be saved");
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  char path[] = "/tmp/fuzz-XXXXXX.jpg";
+  const char *extension = encoding == TAVRINE_ENCODE_JPEG  ? "jpg"
+                          : encoding == TAVRINE_ENCODE_BMP ? "bmp"
+                                                           : "png";
+  std::memcpy(path + sizeof path - 4, extension, 3);
+  const int descriptor = mkstemps(path, 4);
+  require(descriptor >= 0, "cannot make a file");
+  require(tavrine_frame_save(frame, path) == TAVRINE_OK, "a frame cannot be saved");
+  std::vector<char> bytes(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)));
+  require(pread(descriptor, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()),
+          "a saved file cannot be read");
+  close(descriptor);
+  unlink(path);
+  return bytes;
 }
 
 }  // namespace tavrine::fuzz
