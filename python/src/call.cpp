@@ -24,9 +24,13 @@ std::string shapes_of(const Arguments &arguments) {
   return text;
 }
 
-void set_status_error(const Arguments &arguments, int32_t status) {
+void set_status_error(const Arguments &arguments, const StatusFailure &failure) {
+  const int32_t status = failure.status;
   std::string text = arguments.signature().function() + ": ";
   std::string record = log_record_text();
+  if (record.empty()) {
+    record = failure.reason;
+  }
   const bool is_explained = !record.empty();
   switch (status) {
     case TAVRINE_INVALID_ARGUMENT:
@@ -78,7 +82,7 @@ PyObject *call(Function function, const Signature &signature, PyObject *const *v
       PyErr_SetString(refusal.kind == Refusal::Kind::kType ? PyExc_TypeError : PyExc_ValueError,
                       text.c_str());
     } catch (const StatusFailure &failure) {
-      set_status_error(arguments, failure.status);
+      set_status_error(arguments, failure);
     } catch (const FileFailure &failure) {
       set_file_error(arguments, failure);
     }

@@ -118,9 +118,13 @@ py::object save(const Arguments &arguments) {
     status = tavrine_frame_save(in.frame(), path.c_str());
     code = errno;
   }
-  // The library does not log why a file cannot be written.
+  // The library does not log why a file cannot be written or a picture not be encoded.
   if (status == TAVRINE_FAILURE && code != 0 && code != ENOMEM) {
     throw FileFailure{code, path, "cannot write the file"};
+  }
+  if (status == TAVRINE_FAILURE && code == 0) {
+    throw StatusFailure{
+        status, "the picture cannot be encoded, such as a JPEG of more than 65535 pixels a side"};
   }
   check(status);
   return py::none();

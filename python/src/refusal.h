@@ -21,6 +21,7 @@ struct Refusal {
 // A status of the library other than TAVRINE_OK.
 struct StatusFailure {
   int32_t status;
+  const char *reason = "";  // if the library does not log it
 };
 
 // A file that cannot be read or written: OSError.

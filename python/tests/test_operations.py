@@ -189,6 +189,8 @@ def test_pictures(tmp_path):
     assert tavrine.decode(np.frombuffer(tavrine.encode(GREY, "png"), np.uint8)).shape == GREY.shape
     tavrine.save(NV12, tmp_path / "picture.jpeg", format="NV12")
     assert tavrine.load(bytes(tmp_path / "picture.jpeg")).shape == RGB.shape
+    with pytest.raises(tavrine.Error, match="65535"):
+        tavrine.save(np.zeros((1, 65536, 3), np.uint8), tmp_path / "wide.jpg")
 
 
 TEN = (10, 10)
