@@ -1,8 +1,11 @@
 """Builds the module by CMake and puts it, with its libraries, into the wheel."""
 
+import os
 import re
+import shutil
 import subprocess
 import sys
+import tempfile
 from pathlib import Path
 
 from setuptools import Extension, setup
@@ -21,25 +24,30 @@ VERSION = re.search(
 
 class BuildByCMake(build_ext):
     def run(self):
-        build = Path(self.build_temp).resolve()
-        options = {
-            "CMAKE_BUILD_TYPE": "Release",
-            "TAVRINE_BUILD_PYTHON": "ON",
-            "TAVRINE_BUILD_TESTS": "OFF",
-            "TAVRINE_BUILD_TOOLS": "OFF",
-            "TAVRINE_PYTHON": sys.executable,
-            "TAVRINE_PYTHON_BUNDLE": "ON",
-            "TAVRINE_PYTHON_DIR": Path(self.build_lib).resolve(),
-        }
-        subprocess.check_call(
-            ["cmake", "-S", FOLDER.parent, "-B", build, "-G", "Ninja"]
-            + [f"-D{name}={value}" for name, value in options.items()])
-        subprocess.check_call(["cmake", "--build", build, "--target", "tavrine_python"])
-        subprocess.check_call(["cmake", "--install", build, "--component", "python"])
-        # Wheels have no symbolic links: each library gets the name that it is loaded by.
-        for link in Path(self.build_lib, "tavrine").glob("*.so.*"):
-            if link.is_symlink():
-                link.resolve().replace(link)
+        # A build that exists already is used as it is.
+        build = Path(os.environ.get("TAVRINE_BUILD_FOLDER", BUILD / "cmake"))
+        if "TAVRINE_BUILD_FOLDER" not in os.environ:
+            options = {
+                "CMAKE_BUILD_TYPE": "Release",
+                "TAVRINE_BUILD_PYTHON": "ON",
+                "TAVRINE_BUILD_TESTS": "OFF",
+                "TAVRINE_BUILD_TOOLS": "OFF",
+                "TAVRINE_PYTHON": sys.executable,
+            }
+            subprocess.check_call(
+                ["cmake", "-S", FOLDER.parent, "-B", build, "-G", "Ninja"]
+                + [f"-D{name}={value}" for name, value in options.items()])
+            subprocess.check_call(["cmake", "--build", build, "--target", "tavrine_python"])
+        with tempfile.TemporaryDirectory() as prefix:
+            for component in ("python", "python_libraries"):
+                subprocess.check_call(
+                    ["cmake", "--install", build, "--component", component, "--prefix", prefix])
+            package = next(Path(prefix).glob("**/tavrine"))
+            # Wheels have no symbolic links: each library gets the name that it is loaded by.
+            for link in package.glob("*.so.*"):
+                if link.is_symlink():
+                    link.resolve().replace(link)
+            shutil.copytree(package, Path(self.build_lib, "tavrine"), dirs_exist_ok=True)
 
 
 setup(
