@@ -125,7 +125,7 @@ class [[nodiscard]] Result {
     }
   }
 
-  T value_;
+  T value_{};
   Status status_ = Status::kOk;
 };
 
