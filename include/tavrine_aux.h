@@ -69,9 +69,9 @@ extern "C" {
  *
  * Read are JPEG (baseline and progressive), PNG, BMP, GIF, TGA, PSD, HDR, PIC and PNM (P5 and P6
  * with any maximum). Not read are JPEG with arithmetic coding or 12 bits, plain and bitmap PNM (P1
- * to P4), TGA with 1 bit, GIF without an initial clear code or a palette or with a picture beyond its
- * area, and BMP with run-length coding, with a header of 64 bytes, with a gap before the pixels, or
- * with a palette beside 16 or 24 bits.
+ * to P4), TGA with 1 bit, GIF without an initial clear code or a palette or with a picture beyond
+ * its area, and BMP with run-length coding, with a header of 64 bytes, with a gap before the
+ * pixels, or with a palette beside 16 or 24 bits.
  *
  *   Alpha is dropped, not blended.
  *   An animated GIF gives its first picture, a PSD file the merged one.
