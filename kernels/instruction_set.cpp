@@ -13,6 +13,11 @@
 
 #if HWY_ARCH_X86
 #include <cpuid.h>
+#elif defined(__arm__)
+#include <asm/hwcap.h>
+#include <elf.h>
+#include <fcntl.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -131,5 +136,33 @@ std::vector<InstructionSet> instruction_sets() {
   }
   return sets;
 }
+
+#if defined(__arm__)
+
+namespace {
+
+// What getauxval(AT_HWCAP) returns, which C libraries before version 2.16 do not have.
+unsigned long cpu_features() {
+  unsigned long features = 0;
+  const int file = open("/proc/self/auxv", O_RDONLY | O_CLOEXEC);
+  for (Elf32_auxv_t entry; file >= 0 && read(file, &entry, sizeof entry) == sizeof entry;) {
+    if (entry.a_type == AT_HWCAP) {
+      features = entry.a_un.a_val;
+    }
+  }
+  if (file >= 0) {
+    close(file);
+  }
+  return features;
+}
+
+}  // namespace
+
+bool has_fused_multiply_add() {
+  static const bool has_it = (cpu_features() & HWCAP_VFPv4) != 0;
+  return has_it;
+}
+
+#endif
 
 }  // namespace tavrine

@@ -19,4 +19,9 @@ struct InstructionSet {
 // Those that the kernels are compiled for, the best first.
 std::vector<InstructionSet> instruction_sets();
 
+#if defined(__arm__)
+// VFPv4, which every Cortex-A7 with NEON has and a Cortex-A9 has not.
+bool has_fused_multiply_add();
+#endif
+
 }  // namespace tavrine

@@ -6,21 +6,14 @@
 #define TAVRINE_KERNELS_WARP_FUSED_DIVISION_ARM_INL_H_
 #endif
 
+#include "kernels/instruction_set.h"
 #include "kernels/vector-inl.h"
-
-#if TAVRINE_IS_ARMV7
-#include <asm/hwcap.h>
-#include <sys/auxv.h>
-#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace tavrine {
 namespace HWY_NAMESPACE {
 
 #if TAVRINE_IS_ARMV7
-
-// VFPv4, which every Cortex-A7 with NEON has and a Cortex-A9 has not.
-inline bool has_fused_multiply_add() { return (getauxval(AT_HWCAP) & HWCAP_VFPv4) != 0; }
 
 // x / w and y / w for two registers each, correctly rounded where fused_division_is_exact() says
 // so. The quotients of x are left in q, those of y in x.
