@@ -29,8 +29,8 @@ namespace {
 RowsAhead rows_ahead(const PlaneView &source, const PerspectiveMatrix &matrix,
                      const PlaneView &destination) {
   const float *m = matrix.m;
-  const auto x = static_cast<float>(destination.columns / 2);
-  const auto y = static_cast<float>(destination.rows / 2);
+  const auto x = static_cast<float>(destination.columns) / 2;
+  const auto y = static_cast<float>(destination.rows) / 2;
   const auto after = y + static_cast<float>(RowsAhead::kRows);
   const auto position = [&](const float *row, float at) {
     return (at * row[1] + x * row[0] + row[2]) / (at * m[7] + x * m[6] + m[8]);
@@ -38,7 +38,7 @@ RowsAhead rows_ahead(const PlaneView &source, const PerspectiveMatrix &matrix,
   const auto moved = [&](const float *row) {
     return truncate_to_int32(position(row, after) - position(row, y));
   };
-  return RowsAhead(source, moved(m), moved(m + 3));
+  return {source, moved(m), moved(m + 3)};
 }
 #endif
 
