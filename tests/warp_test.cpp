@@ -396,6 +396,19 @@ TEST_F(WarpKernels, PerspectiveEqualsTheFormula) {
   };
   expect_equal({1, 3}, warp, perspective);
   expect_equal_slopes({1, 3}, warp, perspective);
+
+  // Every step lies inside, the last one at the last pixel that may be read.
+  on_every_target([&] {
+    for (const int32_t channels : {1, 3}) {
+      GuardedPlane in(64, 48, channels);
+      in.fill(random_);
+      const std::vector<uint8_t> pixels = in.pixels();
+      GuardedPlane out(63, 47, channels);
+      const Matrix identity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+      ASSERT_TRUE(warp(in.view(), identity, out.view()));
+      ASSERT_EQ(out.pixels(), perspective({pixels.data(), in.shape()}, identity, out.shape()));
+    }
+  });
 }
 
 }  // namespace
