@@ -216,5 +216,20 @@ TEST(ResizeKernels, PositionsAreRoundedOnce) {
   });
 }
 
+// From 2^24 on, positions in single precision are even: an odd ratio no longer takes the middle of
+// its pixels.
+TEST(ResizeKernels, LastRowsOfAVeryHighPlane) {
+  constexpr int32_t kRows = (1 << 24) / 3 + 21;
+  std::vector<uint8_t> in(3 * kRows);
+  Random random(8);
+  std::generate(in.end() - 120, in.end(), [&] { return static_cast<uint8_t>(random()); });
+  std::vector<uint8_t> out(kRows);
+  ASSERT_TRUE(resize_plane({in.data(), 1, 1, 3 * kRows, 1}, {out.data(), 1, 1, kRows, 1}));
+  for (int32_t y = kRows - 40; y < kRows; ++y) {
+    const auto from = static_cast<size_t>(sample_axis(y, 3 * kRows, kRows, true).first);
+    EXPECT_EQ(out[static_cast<size_t>(y)], in[from]) << y;
+  }
+}
+
 }  // namespace
 }  // namespace tavrine::test
