@@ -4,11 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "kernels/color/planes_scalar.h"
-#include "kernels/color/rgb_scalar.h"
-#include "kernels/color/yuv_scalar.h"
 #include "kernels/resize/resize_scalar.h"
-#include "kernels/rotate/rotate_scalar.h"
 #include "kernels/tensor/tensor_scalar.h"
 #include "tavrine_aux.h"
 
@@ -28,25 +24,15 @@ OwnedFrame make(uint32_t format, int32_t width, int32_t height) {
 uint8_t *row(const PlaneRows &plane, int64_t y) { return plane.data + y * plane.stride; }
 
 void rotate_plane(const PlaneRows &in, int32_t channels, int32_t code, const PlaneRows &out) {
-  constexpr auto kGather = [](int32_t bytes) {
-    return bytes == 1   ? scalar::gather_pixels<1>
-           : bytes == 2 ? scalar::gather_pixels<2>
-           : bytes == 3 ? scalar::gather_pixels<3>
-                        : scalar::gather_pixels<4>;
-  };
-  // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): every plane has channels
-  const auto columns = static_cast<int32_t>(out.row_bytes / channels);
-  for (int32_t y = 0; y < out.rows && columns > 0; ++y) {
-    const uint8_t *first = row(in, in.rows - 1) + int64_t{y} * channels;
-    ptrdiff_t step = -static_cast<ptrdiff_t>(in.stride);
-    if (code == TAVRINE_ROTATE_180) {
-      first = row(in, in.rows - 1 - y) + in.row_bytes - channels;
-      step = -channels;
-    } else if (code == TAVRINE_ROTATE_270) {
-      first = row(in, 0) + in.row_bytes - int64_t{y + 1} * channels;
-      step = static_cast<ptrdiff_t>(in.stride);
+  for (int32_t y = 0; y < out.rows; ++y) {
+    for (int32_t x = 0; x < out.row_bytes / channels; ++x) {
+      const bool is_half = code == TAVRINE_ROTATE_180;
+      const int32_t line = is_half ? y : x;
+      const int64_t byte = int64_t{is_half ? x : y} * channels;
+      const uint8_t *pixel = row(in, code == TAVRINE_ROTATE_270 ? line : in.rows - 1 - line) +
+                             (code == TAVRINE_ROTATE_90 ? byte : in.row_bytes - channels - byte);
+      std::memcpy(row(out, y) + int64_t{x} * channels, pixel, static_cast<size_t>(channels));
     }
-    kGather(channels)(first, step, row(out, y), columns);
   }
 }
 
@@ -76,86 +62,43 @@ void resize_plane(const PlaneRows &in, int32_t channels, const PlaneRows &out) {
   }
 }
 
-void copy_rows(const PlaneRows &in, const PlaneRows &out) {
-  for (int32_t y = 0; y < out.rows; ++y) {
-    std::memcpy(row(out, y), row(in, y), static_cast<size_t>(out.row_bytes));
-  }
-}
-
 int32_t red_byte(uint32_t format) { return format == TAVRINE_FORMAT_RGB24 ? 0 : 2; }
-int32_t u_byte(uint32_t format) { return format == TAVRINE_FORMAT_NV12 ? 0 : 1; }
 
-// The chroma of YU12 as planes in the order of a pair's bytes.
-void chroma_between(const std::vector<PlaneRows> &semi, uint32_t format,
-                    const std::vector<PlaneRows> &planar, bool to_planar) {
-  const PlaneRows &first = planar[u_byte(format) == 0 ? 1 : 2];
-  const PlaneRows &second = planar[u_byte(format) == 0 ? 2 : 1];
-  for (int32_t y = 0; y < semi[1].rows; ++y) {
-    const auto columns = static_cast<int32_t>(first.row_bytes);
-    if (to_planar) {
-      scalar::deinterleave_row(row(semi[1], y), columns, row(first, y), row(second, y));
-    } else {
-      scalar::interleave_row(row(first, y), row(second, y), columns, row(semi[1], y));
-    }
-  }
+// The exact quotient, rounded half up, by real arithmetic: every value here is exact in double.
+uint8_t rounded(double sum, double divisor, double offset = 0) {
+  return static_cast<uint8_t>(std::clamp(std::floor(sum / divisor + 0.5) + offset, 0.0, 255.0));
 }
 
-void convert_packed(const std::vector<PlaneRows> &in, uint32_t from, uint32_t to, int32_t columns,
-                    const std::vector<PlaneRows> &out) {
-  for (int32_t y = 0; y < in[0].rows; ++y) {
-    if (to == TAVRINE_FORMAT_GREY) {
-      scalar::truncated_luma_row(row(in[0], y), red_byte(from), columns, row(out[0], y));
-    } else if (is_packed_rgb(to)) {
-      scalar::swap_red_blue_row(row(in[0], y), columns, row(out[0], y));
-    } else {
-      scalar::luma_row(row(in[0], y), red_byte(from), columns, row(out[0], y));
-      if (y % 2 == 0) {
-        scalar::chroma_row(row(in[0], y), red_byte(from), columns / 2, row(out[1], y / 2),
-                           u_byte(to));
-      }
-    }
+Triple convert_pixel(const Triple &in, uint32_t from, uint32_t to) {
+  if (from == TAVRINE_FORMAT_GREY) {
+    return is_packed_rgb(to) ? Triple{in[0], in[0], in[0]} : Triple{in[0], 128, 128};
   }
+  if (is_packed_rgb(from) && to == TAVRINE_FORMAT_GREY) {
+    return {static_cast<uint8_t>(in[1] * 0.587 + in[0] * 0.299 + in[2] * 0.114)};
+  }
+  if (is_packed_rgb(from) == is_packed_rgb(to)) {
+    return in;
+  }
+  return is_packed_rgb(from) ? yuv_of(in[0], in[1], in[2]) : rgb_of(in[0], in[1], in[2]);
 }
 
-void convert_grey(const std::vector<PlaneRows> &in, uint32_t to, int32_t columns,
-                  const std::vector<PlaneRows> &out) {
-  if (is_packed_rgb(to)) {
-    for (int32_t y = 0; y < in[0].rows; ++y) {
-      scalar::replicate_grey_row(row(in[0], y), columns, row(out[0], y));
-    }
-    return;
+// Where a frame keeps a channel of a pixel; null for chroma that it does not have.
+uint8_t *place_of(const std::vector<PlaneRows> &planes, uint32_t format, size_t channel, int32_t x,
+                  int32_t y) {
+  if (is_packed_rgb(format)) {
+    return row(planes[0], y) + int64_t{3} * x + (red_byte(format) == 0 ? channel : 2 - channel);
   }
-  copy_rows(in[0], out[0]);
-  for (int32_t y = 0; y < out[1].rows; ++y) {
-    std::memset(row(out[1], y), 128, static_cast<size_t>(out[1].row_bytes));
+  if (channel == 0) {
+    return row(planes[0], y) + x;
   }
-}
-
-void convert_yuv(const std::vector<PlaneRows> &in, uint32_t from, uint32_t to, int32_t columns,
-                 const std::vector<PlaneRows> &out) {
-  if (is_packed_rgb(to)) {
-    for (int32_t y = 0; y < in[0].rows; ++y) {
-      scalar::packed_row(row(in[0], y), row(in[1], y / 2), u_byte(from), columns, row(out[0], y),
-                         red_byte(to));
-    }
-    return;
+  const bool is_planar = format == TAVRINE_FORMAT_YU12;
+  if (format == TAVRINE_FORMAT_GREY || y / 2 >= planes[1].rows ||
+      x / 2 >= planes[1].row_bytes / (is_planar ? 1 : 2)) {
+    return nullptr;
   }
-  copy_rows(in[0], out[0]);
-  if (from == TAVRINE_FORMAT_YU12 && is_semi_planar(to)) {
-    chroma_between(out, to, in, false);
-  } else if (is_semi_planar(from) && to == TAVRINE_FORMAT_YU12) {
-    chroma_between(in, from, out, true);
-  } else if (is_semi_planar(from) && is_semi_planar(to)) {
-    for (int32_t y = 0; y < in[1].rows; ++y) {
-      scalar::swap_pairs_row(row(in[1], y), columns / 2, row(out[1], y));
-    }
-  }
-}
-
-// These take the way over NV12.
-bool is_indirect(uint32_t from, uint32_t to) {
-  return (to == TAVRINE_FORMAT_YU12 && from != TAVRINE_FORMAT_NV12) ||
-         (from == TAVRINE_FORMAT_YU12 && is_packed_rgb(to));
+  return is_planar ? row(planes[channel], y / 2) + x / 2
+                   : row(planes[1], y / 2) + x / 2 * 2 +
+                         (format == TAVRINE_FORMAT_NV12 ? channel - 1 : 2 - channel);
 }
 
 template <typename Element>
@@ -190,6 +133,17 @@ void fill_image(const tavrine_tensor_t &tensor, int32_t color, const tavrine_fra
 }
 
 }  // namespace
+
+Triple yuv_of(double r, double g, double b) {
+  return {rounded(38 * r + 74 * g + 16 * b, 128), rounded(65 * b - 22 * r - 43 * g, 128, 128),
+          rounded(67 * r - 55 * g - 12 * b, 128, 128)};
+}
+
+Triple rgb_of(double y, double u, double v) {
+  return {rounded(64 * y + 86 * (v - 128), 64),
+          rounded(64 * y - 44 * (v - 128) - 24 * (u - 128), 64),
+          rounded(64 * y + 110 * (u - 128), 64)};
+}
 
 std::vector<PlaneRows> planes_of(const tavrine_frame_t *frame, const tavrine_area2d_t &area) {
   const FormatLayout layout = layout_with_y16(frame->pixel_format);
@@ -243,35 +197,31 @@ OwnedFrame defined_crop(const tavrine_frame_t *in, const tavrine_area2d_t &area)
   return result;
 }
 
-OwnedFrame defined_rotation(const tavrine_frame_t *in, int32_t code) {
-  const bool is_upright = code == TAVRINE_ROTATE_180;
-  OwnedFrame result = make(in->pixel_format, is_upright ? in->width : in->height,
-                           is_upright ? in->height : in->width);
-  if (result) {
-    const std::vector<PlaneRows> from = planes_of(in);
-    const std::vector<PlaneRows> to = planes_of(result.get());
-    for (size_t index = 0; index < to.size(); ++index) {
-      // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): frames have their format's planes
-      rotate_plane(from[index], layout_with_y16(in->pixel_format).planes[index].channels, code,
-                   to[index]);
-    }
-  }
-  return result;
-}
-
-OwnedFrame defined_resize(const tavrine_frame_t *in, int32_t width, int32_t height) {
-  if (in->width == width && in->height == height) {
-    return host_copy(in);
-  }
+// run(in, channels, out) fills each plane of the result.
+template <typename Run>
+static OwnedFrame by_planes(const tavrine_frame_t *in, int32_t width, int32_t height, Run run) {
   OwnedFrame result = make(in->pixel_format, width, height);
   if (result) {
     const std::vector<PlaneRows> from = planes_of(in);
     const std::vector<PlaneRows> to = planes_of(result.get());
     for (size_t index = 0; index < to.size(); ++index) {
-      resize_plane(from[index], layout_of(in->pixel_format).planes[index].channels, to[index]);
+      run(from[index], layout_with_y16(in->pixel_format).planes[index].channels, to[index]);
     }
   }
   return result;
+}
+
+OwnedFrame defined_rotation(const tavrine_frame_t *in, int32_t code) {
+  const bool is_half = code == TAVRINE_ROTATE_180;
+  return by_planes(in, is_half ? in->width : in->height, is_half ? in->height : in->width,
+                   [=](const PlaneRows &from, int32_t channels, const PlaneRows &to) {
+                     rotate_plane(from, channels, code, to);
+                   });
+}
+
+OwnedFrame defined_resize(const tavrine_frame_t *in, int32_t width, int32_t height) {
+  return in->width == width && in->height == height ? host_copy(in)
+                                                    : by_planes(in, width, height, resize_plane);
 }
 
 OwnedFrame defined_conversion(const tavrine_frame_t *in, uint32_t format) {
@@ -283,19 +233,25 @@ OwnedFrame defined_conversion(const tavrine_frame_t *in, uint32_t format) {
       layout_of(format).planes[0].channels % 2 == 0) {
     return {};  // Y16, BGRA, ARGB
   }
-  if (is_indirect(from, format)) {
-    const OwnedFrame between = defined_conversion(in, TAVRINE_FORMAT_NV12);
-    return between ? defined_conversion(between.get(), format) : OwnedFrame();
-  }
   OwnedFrame result = make(format, in->width, in->height);
-  if (result) {
-    const std::vector<PlaneRows> rows = planes_of(in);
-    const std::vector<PlaneRows> out = planes_of(result.get());
-    const auto convert = is_packed_rgb(from) ? convert_packed : convert_yuv;
-    if (from == TAVRINE_FORMAT_GREY) {
-      convert_grey(rows, format, in->width, out);
-    } else {
-      convert(rows, from, format, in->width, out);
+  const std::vector<PlaneRows> source = planes_of(in);
+  const std::vector<PlaneRows> destination = result ? planes_of(result.get()) : source;
+  for (int32_t i = 0; result && i < in->width * in->height; ++i) {
+    const int32_t x = i % in->width;
+    const int32_t y = i / in->width;
+    Triple samples{};
+    for (size_t channel = 0; channel < 3; ++channel) {
+      const uint8_t *place = place_of(source, from, channel, x, y);
+      samples[channel] = place != nullptr ? *place : uint8_t{0};
+    }
+    const Triple converted = convert_pixel(samples, from, format);
+    for (size_t channel = 0; channel < 3; ++channel) {
+      uint8_t *place = place_of(destination, format, channel, x, y);
+      // Chroma is that of the upper left pixel.
+      if (place != nullptr &&
+          (channel == 0 || is_packed_rgb(format) || (x % 2 == 0 && y % 2 == 0))) {
+        *place = converted[channel];
+      }
     }
   }
   return result;

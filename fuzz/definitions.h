@@ -1,8 +1,10 @@
-// What operations must return, from the scalar definitions of the kernels, one pixel at a time.
+// What operations must return, one pixel at a time: conversions by real arithmetic, resizes and
+// tensors from the scalar definitions of the kernels.
 //
 // A function returns an empty frame for what it does not define. Sources are in host memory.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "common/owned.h"
@@ -10,6 +12,11 @@
 #include "kernels/tensor/tensor.h"
 
 namespace tavrine::fuzz {
+
+// Red, green and blue, or Y, U and V.
+using Triple = std::array<uint8_t, 3>;
+Triple yuv_of(double r, double g, double b);
+Triple rgb_of(double y, double u, double v);
 
 // Each plane of a frame of width x height pixels at column x and row y of `frame`.
 std::vector<PlaneRows> planes_of(const tavrine_frame_t *frame, const tavrine_area2d_t &area);

@@ -6,6 +6,11 @@
 
 namespace tavrine::fuzz {
 
+inline constexpr uint32_t kFormats[] = {
+    TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24,
+    TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV21,  TAVRINE_FORMAT_YU12,
+    TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_Y16};
+
 struct Size {
   int32_t width;
   int32_t height;

@@ -16,6 +16,7 @@
 #endif
 
 #include "common/owned.h"
+#include "fuzz/frame_input.h"
 #include "fuzz/harness.h"
 #include "fuzz/watch.h"
 #include "tavrine_aux.h"
@@ -24,9 +25,6 @@
 namespace tavrine::fuzz {
 namespace {
 
-constexpr uint32_t kFormats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24,
-                                 TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV21,  TAVRINE_FORMAT_YU12,
-                                 TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_Y16};
 constexpr int32_t kEncodings[] = {TAVRINE_ENCODE_JPEG, TAVRINE_ENCODE_BMP, TAVRINE_ENCODE_PNG};
 
 // A file in memory.

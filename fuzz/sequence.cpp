@@ -21,9 +21,6 @@
 namespace tavrine::fuzz {
 namespace {
 
-constexpr uint32_t kFormats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24,
-                                 TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV21,  TAVRINE_FORMAT_YU12,
-                                 TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_Y16};
 constexpr int32_t kEncodings[] = {TAVRINE_ENCODE_PNG, TAVRINE_ENCODE_BMP, TAVRINE_ENCODE_JPEG, 0};
 constexpr int32_t kElementTypes[] = {TAVRINE_ELEMENT_FLOAT32, TAVRINE_ELEMENT_UINT8,
                                      TAVRINE_ELEMENT_INT8};

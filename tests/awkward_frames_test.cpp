@@ -1,6 +1,7 @@
 // Every operation on frames whose memory is as awkward as the records allow.
 #include <map>
 
+#include "common/pixel_format.h"
 #include "tests/kernel_support.h"
 #include "tests/operation_table.h"
 
@@ -69,18 +70,11 @@ TEST_F(AwkwardFrames, TinyPlanes) {
   take_log();
 }
 
-bool is_rgb(uint32_t format) {
-  return format == TAVRINE_FORMAT_RGB24 || format == TAVRINE_FORMAT_BGR24;
-}
-
 // Chroma rows of NV12 and NV21 must be as far apart as luma rows where these are converted to or
 // from colours.
 bool needs_equal_strides(const TableCall &call) {
-  const auto is_semi_planar = [](uint32_t format) {
-    return format == TAVRINE_FORMAT_NV12 || format == TAVRINE_FORMAT_NV21;
-  };
-  return (is_rgb(call.in_format) && is_semi_planar(call.out_format)) ||
-         (is_semi_planar(call.in_format) && is_rgb(call.out_format)) ||
+  return (is_packed_rgb(call.in_format) && is_semi_planar(call.out_format)) ||
+         (is_semi_planar(call.in_format) && is_packed_rgb(call.out_format)) ||
          (is_semi_planar(call.in_format) && call.name.find("perspective") == 0);
 }
 
@@ -104,8 +98,8 @@ TEST_F(AwkwardFrames, StridesOfEachPlane) {
           const auto are_equal = [](const Padding &padding) {
             return std::max(padding[0], 0) == std::max(padding[1], 0);
           };
-          const bool is_accepted = (is_rgb(call.in_format) || are_equal(in)) &&
-                                   (is_rgb(call.out_format) || are_equal(out));
+          const bool is_accepted = (is_packed_rgb(call.in_format) || are_equal(in)) &&
+                                   (is_packed_rgb(call.out_format) || are_equal(out));
           ASSERT_EQ(result.code, is_accepted ? 0 : -4);
           if (!is_accepted) {
             continue;

@@ -232,7 +232,6 @@ TEST_F(Batch, EachImageHasItsOwnFrameRegionAndPadding) {
   const std::vector<tavrine_area2d_t> areas = {
       {0, 0, 33, 30}, {10, -4, 50, 20}, {40, 5, 60, 40}, {-5, -5, 90, 50}};
   const Paddings paddings = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}};
-  constexpr size_t kImageBytes = sizeof(float) * 3 * 16 * 24;
   for (const int32_t memory : {TAVRINE_MEMORY_HOST, TAVRINE_MEMORY_DEVICE}) {
     const auto filled = [&](size_t first, size_t count) {
       const int32_t shape[4] = {static_cast<int32_t>(count), 3, 16, 24};
@@ -244,8 +243,7 @@ TEST_F(Batch, EachImageHasItsOwnFrameRegionAndPadding) {
         call.paddings.push_back(paddings[i]);
       }
       EXPECT_EQ(run(call), 0);
-      const auto *data = static_cast<const uint8_t *>(tavrine_tensor_raw_pointer(tensor.get()));
-      return std::vector<uint8_t>(data, data + count * kImageBytes);
+      return bytes_of(tensor.get());
     };
     std::vector<uint8_t> one_by_one;
     for (size_t i = 0; i < std::size(frames); ++i) {
@@ -261,7 +259,6 @@ TEST_F(Batch, MemoryTypesAndWorkspace) {
   fill_random(host.get(), random_);
   const OwnedFrame device = on_device(host.get());
   const int32_t shape[4] = {2, 3, 16, 24};
-  constexpr size_t kBytes = sizeof(float) * 2 * 3 * 16 * 24;
   const auto filled = [&](int32_t memory, const OwnedFrame &frame) {
     const OwnedTensor tensor(tavrine_tensor_alloc(memory, TAVRINE_ELEMENT_FLOAT32, shape));
     EXPECT_EQ(run({tensor.get(),
@@ -271,8 +268,7 @@ TEST_F(Batch, MemoryTypesAndWorkspace) {
                    0,
                    {}}),
               0);
-    const auto *data = static_cast<const uint8_t *>(tavrine_tensor_raw_pointer(tensor.get()));
-    return std::vector<uint8_t>(data, data + kBytes);
+    return bytes_of(tensor.get());
   };
   const auto workspace_memory = [&] { return tavrine_buffer_mem_type(workspace_.get()); };
   const std::string device_name = tavrine_device_get_name();

@@ -306,31 +306,6 @@ TEST_F(DevkitCore, InjectedFaultsHappenOnce) {
   EXPECT_EQ(tavrine_devkit_inject_fault("tavrine_frame_free", 1), TAVRINE_NOT_SUPPORTED);
 }
 
-TEST_F(DevkitCore, ThreadsShareFramesAndLog) {
-  std::string log;
-  tavrine_log_set_sink(
-      [](void *arg, int32_t level, const char *tag, int32_t line, const char *text) {
-        *static_cast<std::string *>(arg) += std::to_string(level + line) + tag + text;
-      },
-      &log);
-  tavrine_devkit_guard_device_memory(1);
-  const OwnedFrame frame = alloc({kHost, TAVRINE_FORMAT_NV12, 64, 64, {}});
-  const auto work = [&frame] {
-    for (int round = 0; round < 100; ++round) {
-      OwnedFrame ref(tavrine_frame_ref(frame.get())), device, host;
-      EXPECT_EQ(tavrine_frame_upload(ref.get(), device.slot()), 0);
-      EXPECT_EQ(tavrine_frame_download(device.get(), host.slot()), 0);
-      tavrine_log(3, "sixteen letters.", 400, "%s\n", "text");
-    }
-  };
-  std::thread other(work);
-  work();
-  other.join();
-  tavrine_log_set_sink(nullptr, nullptr);
-  EXPECT_EQ(log.size(), 200 * 24u);
-  EXPECT_EQ(log.substr(log.size() - 24), "403sixteen letters.text\n");
-}
-
 // A process that is forked while another thread is in the sink logs as well.
 TEST_F(DevkitCore, ForkedProcessLogs) {
   std::atomic<int> records{0};

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "fuzz/definitions.h"
 #include "tests/support.h"
 
 namespace tavrine::test {
@@ -19,15 +20,6 @@ LogRecord parity_message(const std::string &caller, int width, int height) {
 }
 
 class EntryPoints : public LibraryTest {};
-
-TEST_F(EntryPoints, UnknownRotations) {
-  const OwnedFrame frame = make_frame(TAVRINE_FORMAT_GREY, 4, 4);
-  OwnedFrame none;
-  EXPECT_EQ(tavrine_frame_rotate(frame.get(), none.slot(), 3), -1);
-  EXPECT_EQ(tavrine_frame_rotate(frame.get(), none.slot(), -1), -1);
-  EXPECT_FALSE(none);
-  EXPECT_TRUE(take_log().empty());
-}
 
 TEST_F(EntryPoints, PreparedDestinationsMustMatch) {
   const OwnedFrame in = make_frame(TAVRINE_FORMAT_BGR24, 8, 6);
@@ -97,7 +89,8 @@ TEST_F(EntryPoints, CropInsideAndAcrossEveryEdge) {
                                     {0, 1, 20, 16}};
   for (const uint32_t format : kEightBitFormats) {
     const PaddedFrame in = make_padded_frame(format, 20, 16, random_);
-    const std::vector<uint8_t> source = pixels_of(in.frame.get());
+    const OwnedFrame ones = make_frame(format, 20, 16);
+    fill(ones.get(), 1);
     for (const tavrine_area2d_t &area : areas) {
       if ((area.x % 2 != 0 || area.y % 2 != 0) && planes_of(format, 20, 16).size() > 1) {
         continue;
@@ -110,25 +103,14 @@ TEST_F(EntryPoints, CropInsideAndAcrossEveryEdge) {
       ASSERT_TRUE(given.surroundings_unharmed());
 
       const bool is_cleared = format != TAVRINE_FORMAT_BGRA && format != TAVRINE_FORMAT_ARGB;
-      std::vector<uint8_t> cleared =
-          is_cleared ? std::vector<uint8_t>(kept.size()) : pixels_of(fresh.get());
-      size_t to = 0;
-      size_t plane_begin = 0;
-      const std::vector<Plane> planes = planes_of(format, 20, 16);
-      const std::vector<Plane> cut = planes_of(format, area.width, area.height);
-      for (size_t i = 0; i < planes.size(); ++i) {
-        const auto &[channels, columns, rows] = planes[i];
-        for (int pixel = 0; pixel < cut[i].rows * cut[i].columns; ++pixel) {
-          const int x = area.x * columns / 20 + pixel % cut[i].columns;
-          const int y = area.y * rows / 16 + pixel / cut[i].columns;
-          for (int c = 0; c < channels; ++c, ++to) {
-            if (x >= 0 && x < columns && y >= 0 && y < rows) {
-              const int from = (y * columns + x) * channels + c;
-              cleared[to] = kept[to] = source[plane_begin + static_cast<size_t>(from)];
-            }
-          }
+      const std::vector<uint8_t> defined =
+          pixels_of(fuzz::defined_crop(in.frame.get(), area).get());
+      const std::vector<uint8_t> is_inside = pixels_of(fuzz::defined_crop(ones.get(), area).get());
+      std::vector<uint8_t> cleared = is_cleared ? defined : pixels_of(fresh.get());
+      for (size_t i = 0; i < kept.size(); ++i) {
+        if (is_inside[i] != 0) {
+          cleared[i] = kept[i] = defined[i];
         }
-        plane_begin += static_cast<size_t>(columns * rows * channels);
       }
       ASSERT_EQ(pixels_of(fresh.get()), cleared) << area.x << "," << area.y;
       ASSERT_EQ(pixels_of(given.frame.get()), kept) << area.x << "," << area.y;
@@ -248,49 +230,65 @@ TEST_F(EntryPoints, ConversionShortcuts) {
 }
 
 TEST_F(EntryPoints, DeviceFramesFallBackToTheCpu) {
-  tavrine_devkit_guard_device_memory(1);
-  OwnedFrame host = make_frame(TAVRINE_FORMAT_NV12, 40, 30);
-  fill_random(host.get(), random_);
-  const OwnedFrame device = on_device(host.get());
-  const auto notice = [](int line, const std::string &name) {
-    return Log{{0, "aux", line, "Device api not support, fallback to CPU - [" + name + "]!\n"}};
+  static constexpr float kMatrix[9] = {0.9F, 0.2F, -4, -0.15F, 0.8F, 7, 0.01F, -0.02F, 1};
+  const struct {
+    std::string name;
+    int32_t line;  // of the notice; a crop gives none
+    uint32_t format, out_format;
+    int width, height;
+    int32_t (*run)(const tavrine_frame_t *in, tavrine_frame_t **out);
+  } cases[] = {
+      {"resize", 691, TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV12, 26, 14,
+       [](auto *in, auto **out) { return tavrine_frame_resize(in, out, 26, 14); }},
+      {"cvt_color", 837, TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_YU12, 40, 30,
+       [](auto *in, auto **out) { return tavrine_frame_cvt_color(in, out, TAVRINE_FORMAT_YU12); }},
+      {"rotate", 758, TAVRINE_FORMAT_YU12, TAVRINE_FORMAT_YU12, 30, 40,
+       [](auto *in, auto **out) { return tavrine_frame_rotate(in, out, TAVRINE_ROTATE_90); }},
+      {"crop", 0, TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV12, 20, 40,
+       [](auto *in, auto **out) {
+         return tavrine_frame_crop(in, out, {-6, 10, 20, 40});
+       }},
+      {"warpaffine", 861, TAVRINE_FORMAT_NV12, TAVRINE_FORMAT_NV12, 20, 30,
+       [](auto *in, auto **out) { return tavrine_frame_warpaffine(in, *out, kMatrix); }},
+      {"warpperspective", 886, TAVRINE_FORMAT_BGR24, TAVRINE_FORMAT_BGR24, 20, 30,
+       [](auto *in, auto **out) { return tavrine_frame_warpperspective(in, *out, kMatrix); }},
   };
-  // Without the engine's reasons, which come first.
-  const auto take_notices = [&] {
+  tavrine_devkit_guard_device_memory(1);
+  for (const auto &test : cases) {
+    SCOPED_TRACE(test.name);
+    OwnedFrame host = make_frame(test.format, 40, 30);
+    fill_random(host.get(), random_);
+    const OwnedFrame device = on_device(host.get());
+    OwnedFrame expected = make_frame(test.out_format, test.width, test.height);
+    fill(expected.get(), 0);
+    OwnedFrame given = on_device(expected.get());
+    const tavrine_frame_t *given_before = given.get();
+    ASSERT_EQ(test.run(host.get(), expected.slot()), 0);
+    ASSERT_EQ(test.run(device.get(), given.slot()), 0);
+    EXPECT_EQ(given.get(), given_before);
+    EXPECT_EQ(pixels_of(given.get()), pixels_of(expected.get()));
+    // The engine's reasons come first.
     Log log = take_log();
     log.erase(std::remove_if(log.begin(), log.end(),
                              [](const LogRecord &record) { return record.tag == "aux.hisvp"; }),
               log.end());
-    return log;
-  };
-
-  OwnedFrame expected;
-  OwnedFrame out;
-  ASSERT_EQ(tavrine_frame_resize(host.get(), expected.slot(), 26, 14), 0);
-  ASSERT_EQ(tavrine_frame_resize(device.get(), out.slot(), 26, 14), 0);
-  EXPECT_EQ(tavrine_frame_mem_type(out.get()), TAVRINE_MEMORY_DEVICE);
-  EXPECT_EQ(pixels_of(out.get()), pixels_of(expected.get()));
-  EXPECT_EQ(take_notices(), notice(691, "tavrine_frame_resize"));
-
-  OwnedFrame given = make_frame(TAVRINE_FORMAT_YU12, 40, 30, TAVRINE_MEMORY_DEVICE);
-  const tavrine_frame_t *given_before = given.get();
-  expected.reset();
-  ASSERT_EQ(tavrine_frame_cvt_color(host.get(), expected.slot(), TAVRINE_FORMAT_YU12), 0);
-  ASSERT_EQ(tavrine_frame_cvt_color(device.get(), given.slot(), TAVRINE_FORMAT_YU12), 0);
-  EXPECT_EQ(given.get(), given_before);
-  EXPECT_EQ(pixels_of(given.get()), pixels_of(expected.get()));
-  EXPECT_EQ(take_notices(), notice(837, "tavrine_frame_cvt_color"));
-
-  expected.reset();
-  out.reset();
-  ASSERT_EQ(tavrine_frame_crop(host.get(), expected.slot(), {-6, 10, 20, 40}), 0);
-  ASSERT_EQ(tavrine_frame_crop(device.get(), out.slot(), {-6, 10, 20, 40}), 0);
-  EXPECT_EQ(pixels_of(out.get()), pixels_of(expected.get()));
-
+    const LogRecord notice = {
+        0, "aux", test.line,
+        "Device api not support, fallback to CPU - [tavrine_frame_" + test.name + "]!\n"};
+    EXPECT_EQ(log, test.line != 0 ? Log{notice} : Log{});
+    if (test.name.find("warp") != 0) {
+      OwnedFrame created;
+      ASSERT_EQ(test.run(device.get(), created.slot()), 0);
+      EXPECT_EQ(tavrine_frame_mem_type(created.get()), TAVRINE_MEMORY_DEVICE);
+      EXPECT_EQ(pixels_of(created.get()), pixels_of(expected.get()));
+      take_log();
+    }
+  }
   // An unsupported conversion frees the frame that was allocated for it.
-  out.reset();
-  EXPECT_EQ(tavrine_frame_cvt_color(device.get(), out.slot(), TAVRINE_FORMAT_ARGB), -1000);
-  EXPECT_FALSE(out);
+  const OwnedFrame device = make_frame(TAVRINE_FORMAT_NV12, 40, 30, TAVRINE_MEMORY_DEVICE);
+  OwnedFrame none;
+  EXPECT_EQ(tavrine_frame_cvt_color(device.get(), none.slot(), TAVRINE_FORMAT_ARGB), -1000);
+  EXPECT_FALSE(none);
   tavrine_devkit_guard_device_memory(0);
 }
 

@@ -18,7 +18,7 @@ namespace {
 using Views = std::vector<PlaneView>;
 
 // The properties of a plane that a kernel checks against the other planes.
-enum Compared { kNothing = 0, kSize = 1, kChannels = 2, kStride = 4 };
+enum Compared { kNothing = 0, kSize = 1, kChannels = 2, kBoth = 3, kStride = 4 };
 
 struct Kernel {
   const char *name;
@@ -30,70 +30,47 @@ struct Kernel {
 constexpr AffineMatrix kAffine = {1, 0, 0, 0, 1, 0};
 constexpr PerspectiveMatrix kPerspective = {{1, 0, 0, 0, 1, 0, 0, 0, 1}};
 
+constexpr ByteOrder kRed = ByteOrder::kRedFirst;
+constexpr ChromaOrder kU = ChromaOrder::kUFirst;
+
 const Kernel kKernels[] = {
-    {"copy", {2, 2}, kSize | kChannels, [](const Views &v) { return copy_plane(v[0], v[1]); }},
-    {"fill", {1}, kNothing, [](const Views &v) { return fill_plane(v[0], 7); }},
-    {"swap pairs",
-     {2, 2},
-     kSize | kChannels,
-     [](const Views &v) { return swap_pairs(v[0], v[1]); }},
-    {"interleave",
-     {1, 1, 2},
-     kSize | kChannels,
-     [](const Views &v) { return interleave_planes(v[0], v[1], v[2]); }},
+    {"copy", {2, 2}, kBoth, [](auto &v) { return copy_plane(v[0], v[1]); }},
+    {"fill", {1}, kNothing, [](auto &v) { return fill_plane(v[0], 7); }},
+    {"swap pairs", {2, 2}, kBoth, [](auto &v) { return swap_pairs(v[0], v[1]); }},
+    {"interleave", {1, 1, 2}, kBoth, [](auto &v) { return interleave_planes(v[0], v[1], v[2]); }},
     {"deinterleave",
      {2, 1, 1},
-     kSize | kChannels,
-     [](const Views &v) { return deinterleave_plane(v[0], v[1], v[2]); }},
-    {"weigh luma",
-     {3, 1},
-     kSize | kChannels,
-     [](const Views &v) { return weigh_luma(v[0], ByteOrder::kRedFirst, v[1]); }},
-    {"replicate grey",
-     {1, 3},
-     kSize | kChannels,
-     [](const Views &v) { return replicate_grey(v[0], v[1]); }},
-    {"swap red and blue",
-     {3, 3},
-     kSize | kChannels,
-     [](const Views &v) { return swap_red_blue(v[0], v[1]); }},
-    {"stretch contrast",
-     {2, 1},
-     kSize | kChannels,
-     [](const Views &v) { return stretch_contrast(v[0], v[1]); }},
+     kBoth,
+     [](auto &v) { return deinterleave_plane(v[0], v[1], v[2]); }},
+    {"weigh luma", {3, 1}, kBoth, [](auto &v) { return weigh_luma(v[0], kRed, v[1]); }},
+    {"replicate grey", {1, 3}, kBoth, [](auto &v) { return replicate_grey(v[0], v[1]); }},
+    {"swap red and blue", {3, 3}, kBoth, [](auto &v) { return swap_red_blue(v[0], v[1]); }},
+    {"stretch contrast", {2, 1}, kBoth, [](auto &v) { return stretch_contrast(v[0], v[1]); }},
     {"rgb to yuv",
      {3, 1, -2},
-     kSize | kChannels,
-     [](const Views &v) {
-       return rgb_to_yuv(v[0], ByteOrder::kRedFirst, v[1], v[2], ChromaOrder::kUFirst);
-     }},
+     kBoth,
+     [](auto &v) { return rgb_to_yuv(v[0], kRed, v[1], v[2], kU); }},
     {"yuv to rgb",
      {1, -2, 3},
-     kSize | kChannels,
-     [](const Views &v) {
-       return yuv_to_rgb(v[0], v[1], ChromaOrder::kUFirst, v[2], ByteOrder::kRedFirst);
-     }},
+     kBoth,
+     [](auto &v) { return yuv_to_rgb(v[0], v[1], kU, v[2], kRed); }},
     {"chroma stride",
      {-2, 1},
      kStride,
-     [](const Views &v) {
+     [](auto &v) {
        static uint8_t packed[4 * 8 * 3];
-       return yuv_to_rgb(v[1], v[0], ChromaOrder::kUFirst, {packed, 3, 8, 4, 24},
-                         ByteOrder::kRedFirst);
+       return yuv_to_rgb(v[1], v[0], kU, {packed, 3, 8, 4, 24}, kRed);
      }},
-    {"rotate",
-     {3, 3},
-     kSize | kChannels,
-     [](const Views &v) { return rotate_plane(v[0], Rotation::k180, v[1]); }},
-    {"resize", {2, 2}, kChannels, [](const Views &v) { return resize_plane(v[0], v[1]); }},
+    {"rotate", {3, 3}, kBoth, [](auto &v) { return rotate_plane(v[0], Rotation::k180, v[1]); }},
+    {"resize", {2, 2}, kChannels, [](auto &v) { return resize_plane(v[0], v[1]); }},
     {"affine warp",
      {4, 4},
      kChannels,
-     [](const Views &v) { return warp_affine(v[0], kAffine, Border::kZero, v[1]); }},
+     [](auto &v) { return warp_affine(v[0], kAffine, Border::kZero, v[1]); }},
     {"perspective warp",
      {3, 3},
      kChannels,
-     [](const Views &v) { return warp_perspective(v[0], kPerspective, v[1]); }},
+     [](auto &v) { return warp_perspective(v[0], kPerspective, v[1]); }},
 };
 
 // Planes of 8 x 4 pixels.

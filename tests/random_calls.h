@@ -108,8 +108,8 @@ struct RandomOperation {
 // All operations except those on files.
 const std::vector<RandomOperation> &random_operations();
 
-// Files, also damaged ones, the library's texts, and arguments that are refused.
-const std::vector<RandomOperation> &random_file_and_error_operations();
+// Files, and the library's texts.
+const std::vector<RandomOperation> &random_file_operations();
 
 // A folder for them.
 class TemporaryFolder {

@@ -80,7 +80,7 @@ class Soak {
     variety_.repeated = 30;
     variety_.failing = 25;
     variety_.folder = folder_.path();
-    for (const auto *operations : {&random_operations(), &random_file_and_error_operations()}) {
+    for (const auto *operations : {&random_operations(), &random_file_operations()}) {
       operations_.insert(operations_.end(), operations->begin(), operations->end());
     }
   }

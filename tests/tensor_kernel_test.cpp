@@ -11,26 +11,24 @@ namespace {
 
 // Ordinary values, and those for which vectors may differ: results that are denormal, infinite, NaN
 // or beyond 32 bits, and denormal means and scales.
-const ChannelNormalization kNormalizations[] = {
-    {0, 1, 0},
-    {-0.0F, 1, 7},
-    {123.675F, 58.395F, -2.5F},
-    {127.5F, 127.5F, 1},
-    {127, 57.12F, 300},
-    {104, -0.25F, 2},
-    {0, 255, 0.5F},
-    {116.28F, 1e37F, 1},
-    {3, 3e38F, 1},
-    {1e-39F, 1e-30F, 1e-39F},
-    {255, 1e-39F, 1},
-    {0.5F, 0, 1},
-    {INFINITY, 1, 4294967040.0F},
-    {NAN, 2, 1},
-    {1, NAN, 1},
-    {-2147483392.0F, 1, 1},
-    {-7.5F, 1e-8F, 1e20F},
-    {0, 0.001F, 0},
-};
+const ChannelNormalization kNormalizations[] = {{0, 1, 0},
+                                                {-0.0F, 1, 7},
+                                                {123.675F, 58.395F, -2.5F},
+                                                {127.5F, 127.5F, 1},
+                                                {127, 57.12F, 300},
+                                                {104, -0.25F, 2},
+                                                {0, 255, 0.5F},
+                                                {116.28F, 1e37F, 1},
+                                                {3, 3e38F, 1},
+                                                {1e-39F, 1e-30F, 1e-39F},
+                                                {255, 1e-39F, 1},
+                                                {0.5F, 0, 1},
+                                                {INFINITY, 1, 4294967040.0F},
+                                                {NAN, 2, 1},
+                                                {1, NAN, 1},
+                                                {-2147483392.0F, 1, 1},
+                                                {-7.5F, 1e-8F, 1e20F},
+                                                {0, 0.001F, 0}};
 
 // Colour or grey pixels into as many planes, or colour pixels into one.
 struct Kernel {

@@ -101,6 +101,12 @@ void PaddedTensor::expect_band(Elements &elements, int image, const Rectangle &a
   }
 }
 
+std::vector<uint8_t> bytes_of(const tavrine_tensor_t *tensor) {
+  const int32_t elements = tensor->shape[0] * tensor->strides[0];
+  const auto *data = static_cast<const uint8_t *>(tavrine_tensor_raw_pointer(tensor));
+  return {data, data + elements * (tensor->element_type == TAVRINE_ELEMENT_FLOAT32 ? 4 : 1)};
+}
+
 int32_t to_tensor(tavrine_tensor_t *tensor, uint32_t offset, int32_t color_type,
                   const tavrine_frame_t *in, const Preprocessing &preprocessing) {
   const auto &[mean, scale, padding] = preprocessing;

@@ -46,6 +46,9 @@ class PaddedTensor {
   OwnedTensor tensor_;
 };
 
+// All elements of a tensor without padding.
+std::vector<uint8_t> bytes_of(const tavrine_tensor_t *tensor);
+
 int32_t to_tensor(tavrine_tensor_t *tensor, uint32_t offset, int32_t color_type,
                   const tavrine_frame_t *in, const Preprocessing &preprocessing);
 

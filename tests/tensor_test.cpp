@@ -53,14 +53,10 @@ TEST_F(Tensors, FrameInAnotherMemory) {
   const OwnedFrame device = on_device(host.get());
   const int32_t shape[4] = {1, 3, 9, 17};
   constexpr size_t kBytes = sizeof(float) * 3 * 9 * 17;
-  const auto content_of = [&](const OwnedTensor &tensor) {
-    const auto *data = static_cast<const uint8_t *>(tavrine_tensor_raw_pointer(tensor.get()));
-    return std::vector<uint8_t>(data, data + kBytes);
-  };
   const auto filled = [&](int32_t memory, const OwnedFrame &frame, int32_t result) {
     OwnedTensor tensor(tavrine_tensor_alloc(memory, TAVRINE_ELEMENT_FLOAT32, shape));
     EXPECT_EQ(to_tensor(tensor.get(), 0, TAVRINE_TENSOR_RGB, frame.get(), kTypical), result);
-    return content_of(tensor);
+    return bytes_of(tensor.get());
   };
   const std::vector<uint8_t> expected = filled(TAVRINE_MEMORY_HOST, host, 0);
   EXPECT_EQ(filled(TAVRINE_MEMORY_DEVICE, device, 0), expected);

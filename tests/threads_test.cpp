@@ -28,7 +28,7 @@ struct Job {
 std::vector<Job> make_jobs(const Variety &variety) {
   std::vector<Job> jobs;
   for (uint32_t seed = 1; seed <= kSeeds; ++seed) {
-    for (const auto *operations : {&random_operations(), &random_file_and_error_operations()}) {
+    for (const auto *operations : {&random_operations(), &random_file_operations()}) {
       for (const RandomOperation &operation : *operations) {
         jobs.push_back({&operation, seed, digest_of_call(operation, seed, variety)});
       }
@@ -37,22 +37,28 @@ std::vector<Job> make_jobs(const Variety &variety) {
   return jobs;
 }
 
-// Every thread does all jobs. Two threads each start at the same place, so that operations run
+// Every thread makes all calls. Two threads each start at the same place, so that operations run
 // beside others and beside themselves.
-void run_side_by_side(const std::vector<Job> &jobs, const Variety &variety) {
+void run_side_by_side(size_t count, const std::function<void(size_t index)> &call) {
   std::vector<std::thread> threads;
   for (unsigned thread = 0; thread < kThreads; ++thread) {
-    threads.emplace_back([&, begin = thread / 2 * jobs.size() * 2 / kThreads] {
-      for (size_t i = 0; i < jobs.size(); ++i) {
-        const Job &job = jobs[(begin + i) % jobs.size()];
-        EXPECT_EQ(digest_of_call(*job.operation, job.seed, variety), job.expected)
-            << job.operation->name << ", seed " << job.seed;
+    threads.emplace_back([&, begin = thread / 2 * count * 2 / kThreads] {
+      for (size_t i = 0; i < count; ++i) {
+        call((begin + i) % count);
       }
     });
   }
   for (std::thread &thread : threads) {
     thread.join();
   }
+}
+
+void run_side_by_side(const std::vector<Job> &jobs, const Variety &variety) {
+  run_side_by_side(jobs.size(), [&](size_t index) {
+    const auto &[operation, seed, expected] = jobs[index];
+    EXPECT_EQ(digest_of_call(*operation, seed, variety), expected)
+        << operation->name << ", seed " << seed;
+  });
 }
 
 class Threads : public LibraryTest {
@@ -104,8 +110,7 @@ TEST_F(Threads, WithFramesOfTheirOwn) {
   EXPECT_EQ(engine_tasks_, engine_tasks * (1 + kThreads));
 }
 
-// Every operation and pair of formats, on small and on large frames. Two threads each start at the
-// same call, so that every kernel also runs beside itself.
+// Every operation and pair of formats, on small and on large frames.
 TEST_F(Threads, EveryOperationBesideItself) {
   std::vector<TableCall> calls = all_calls(6, 4);
   const std::vector<TableCall> large = all_calls(162, 122);
@@ -115,18 +120,9 @@ TEST_F(Threads, EveryOperationBesideItself) {
     expected.push_back(run_on_ordinary_frames(call));
     ASSERT_EQ(expected.back().code, 0) << call.name;
   }
-  std::vector<std::thread> threads;
-  for (unsigned thread = 0; thread < kThreads; ++thread) {
-    threads.emplace_back([&, begin = thread / 2 * calls.size() * 2 / kThreads] {
-      for (size_t i = 0; i < calls.size(); ++i) {
-        const size_t next = (begin + i) % calls.size();
-        EXPECT_TRUE(run_on_ordinary_frames(calls[next]) == expected[next]) << calls[next].name;
-      }
-    });
-  }
-  for (std::thread &thread : threads) {
-    thread.join();
-  }
+  run_side_by_side(calls.size(), [&](size_t index) {
+    EXPECT_TRUE(run_on_ordinary_frames(calls[index]) == expected[index]) << calls[index].name;
+  });
 }
 
 TEST_F(Threads, ReadingTheSameFrames) {
@@ -140,10 +136,7 @@ TEST_F(Threads, ReadingTheSameFrames) {
     variety.frames[key] = {frame.release(),
                            [](tavrine_frame_t *owned) { tavrine_frame_free(&owned); }};
   };
-  const uint32_t formats[] = {TAVRINE_FORMAT_GREY, TAVRINE_FORMAT_RGB24, TAVRINE_FORMAT_BGR24,
-                              TAVRINE_FORMAT_BGRA, TAVRINE_FORMAT_ARGB,  TAVRINE_FORMAT_NV12,
-                              TAVRINE_FORMAT_NV21, TAVRINE_FORMAT_YU12,  TAVRINE_FORMAT_Y16};
-  for (const uint32_t format : formats) {
+  for (const uint32_t format : kAllFormats) {
     OwnedFrame host = make_frame(format, 128, 80);
     fill_random(host.get(), random_);
     share(on_device(host.get()));

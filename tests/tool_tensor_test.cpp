@@ -1,7 +1,7 @@
 // The tensor files that the tool writes.
 #include <array>
-#include <cstring>
 
+#include "tests/tensor_support.h"
 #include "tests/tool_support.h"
 
 namespace tavrine::test {
@@ -22,59 +22,46 @@ std::string elements_of(const std::string &file, const std::string &type,
   return file.substr(header_size);
 }
 
-std::string bytes_of(const std::vector<float> &values) {
-  std::string bytes(values.size() * sizeof(float), '\0');
-  std::memcpy(bytes.data(), values.data(), bytes.size());
-  return bytes;
-}
-
-TEST_F(Tool, TensorElementsFollowTheFormula) {
+TEST_F(Tool, TensorElementsAreThoseOfTheLibrary) {
   struct Case {
     const char *arguments;
-    bool is_float;
-    std::vector<size_t> channels;  // as bytes of a pixel; none: gray
+    int32_t color_type, element_type;
     std::array<float, 3> mean, scale;
   };
+  constexpr int32_t kFloat = TAVRINE_ELEMENT_FLOAT32, kByte = TAVRINE_ELEMENT_UINT8;
   const Case cases[] = {
-      {"", true, {0, 1, 2}, {0, 0, 0}, {1, 1, 1}},
+      {"", TAVRINE_TENSOR_RGB, kFloat, {0, 0, 0}, {1, 1, 1}},
       {"--color bgr --mean 124,116,104 --scale 58,57,56 --mode stretch",
-       true,
-       {2, 1, 0},
+       TAVRINE_TENSOR_BGR,
+       kFloat,
        {124, 116, 104},
        {58, 57, 56}},
-      {"--type u8 --mean 100 --scale 2,0.5,-3", false, {0, 1, 2}, {100, 100, 100}, {2, 0.5F, -3}},
-      {"--color gray --mean 1.5,99,99 --scale 7", true, {}, {1.5F, 0, 0}, {7, 0, 0}},
-      {"--color gray --type u8", false, {}, {0, 0, 0}, {1, 1, 1}},
+      {"--type u8 --mean 100 --scale 2,0.5,-3",
+       TAVRINE_TENSOR_RGB,
+       kByte,
+       {100, 100, 100},
+       {2, 0.5F, -3}},
+      {"--color gray --mean 1.5,99,99 --scale 7",
+       TAVRINE_TENSOR_GRAY,
+       kFloat,
+       {1.5F, 0, 0},
+       {7, 1, 1}},
+      {"--color gray --type u8", TAVRINE_TENSOR_GRAY, kByte, {0, 0, 0}, {1, 1, 1}},
   };
   const std::string ramp = read("ramp.rgb");
-  const auto byte = [&](size_t pixel, size_t c) {
-    return static_cast<uint8_t>(ramp[3 * pixel + c]);
-  };
+  const OwnedFrame frame = make_frame(TAVRINE_FORMAT_RGB24, kWidth, kHeight);
+  set_pixels(frame.get(), {ramp.begin(), ramp.end()});
   for (const Case &test : cases) {
     SCOPED_TRACE(test.arguments);
-    const bool is_gray = test.channels.empty();
-    std::vector<float> values;
-    for (size_t c = 0; c < (is_gray ? 1 : 3); ++c) {
-      for (size_t pixel = 0; pixel < kWidth * kHeight; ++pixel) {
-        if (is_gray) {
-          const double sum =
-              0.587 * byte(pixel, 1) + 0.299 * byte(pixel, 0) + 0.114 * byte(pixel, 2);
-          values.push_back(static_cast<float>((sum - test.mean[0]) / test.scale[0]));
-        } else {
-          const size_t color = test.channels[c];
-          values.push_back((byte(pixel, color) - test.mean[color]) * (1 / test.scale[color]));
-        }
-      }
-    }
-    std::string expected = bytes_of(values);
-    if (!test.is_float) {
-      expected.clear();
-      for (const float value : values) {
-        expected += static_cast<char>(value > 0 ? static_cast<uint32_t>(value) : 0);
-      }
-    }
+    const bool is_gray = test.color_type == TAVRINE_TENSOR_GRAY;
+    const int32_t shape[4] = {1, is_gray ? 1 : 3, kHeight, kWidth};
+    const OwnedTensor tensor(tavrine_tensor_alloc(TAVRINE_MEMORY_HOST, test.element_type, shape));
+    ASSERT_EQ(to_tensor(tensor.get(), 0, test.color_type, frame.get(), {test.mean, test.scale, {}}),
+              0);
+    const std::vector<uint8_t> bytes = bytes_of(tensor.get());
+    const std::string expected(bytes.begin(), bytes.end());
     succeed(std::string("tensor ramp.png out.npy --size 32x24 ") + test.arguments);
-    EXPECT_TRUE(elements_of(read("out.npy"), test.is_float ? "<f4" : "|u1",
+    EXPECT_TRUE(elements_of(read("out.npy"), test.element_type == kFloat ? "<f4" : "|u1",
                             is_gray ? "1, 1, 24, 32, " : "1, 3, 24, 32, ") == expected);
   }
 }

@@ -43,17 +43,6 @@ TEST_F(Tool, RotatesAndWarpsByTheGivenNumbers) {
   }
 }
 
-TEST_F(Tool, PerspectiveOf420GoesThroughRgb) {
-  const std::string warp = " --warp-perspective 1,0.2,0,0,1,0,0,0.01,1 ";
-  for (const std::string format : {"NV12", "YU12"}) {
-    succeed("convert ramp.png --format " + format + warp + "direct.yuv");
-    succeed("convert ramp.png --format " + format + " --format RGB24" + warp + "--format " +
-            format + " explicit.yuv");
-    EXPECT_NE(read("direct.yuv"), "");
-    EXPECT_TRUE(read("direct.yuv") == read("explicit.yuv")) << format;
-  }
-}
-
 TEST_F(Tool, AlignMovesThePointsToTheirPlaces) {
   // The template rotated by 90 degrees and scaled by 2, so that the three spots fit exactly.
   constexpr size_t kSide = 240;

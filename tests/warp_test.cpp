@@ -243,30 +243,6 @@ TEST_F(Warps, PerspectiveOfYuvGoesThroughRgb) {
   }
 }
 
-TEST_F(Warps, DeviceFramesAreWarpedOnTheCpu) {
-  const struct {
-    Warp warp;
-    uint32_t format;
-    LogRecord notice;
-  } cases[] = {
-      {tavrine_frame_warpaffine,
-       TAVRINE_FORMAT_NV12,
-       {0, "aux", 861, "Device api not support, fallback to CPU - [tavrine_frame_warpaffine]!\n"}},
-      {tavrine_frame_warpperspective,
-       TAVRINE_FORMAT_BGR24,
-       {0, "aux", 886,
-        "Device api not support, fallback to CPU - [tavrine_frame_warpperspective]!\n"}}};
-  for (const auto &test : cases) {
-    const Matrix matrix = random_matrix({1, 36, 22}, {1, 20, 30});
-    const OwnedFrame host = make_frame(test.format, 36, 22);
-    fill_random(host.get(), random_);
-    const OwnedFrame out = make_frame(test.format, 20, 30, TAVRINE_MEMORY_DEVICE);
-    EXPECT_EQ(test.warp(on_device(host.get()).get(), out.get(), matrix.data()), 0);
-    EXPECT_EQ(pixels_of(out.get()), by_formula(test.warp, host.get(), out.get(), matrix));
-    EXPECT_EQ(take_log(), (std::vector<LogRecord>{test.notice}));
-  }
-}
-
 TEST_F(Warps, RefuseOtherFormatsAndBrokenPlanes) {
   const struct {
     Warp warp;
